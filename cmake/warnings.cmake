@@ -1,0 +1,26 @@
+# Flags that every target of the project gets.
+add_library(tdefault_flags INTERFACE)
+target_compile_options(tdefault_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow
+                                                -Wnon-virtual-dtor -Werror)
+target_include_directories(tdefault_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
+
+if(TDEFAULT_SANITIZE)
+  target_compile_options(tdefault_flags INTERFACE -fsanitize=address,undefined
+                                                  -fno-sanitize-recover=all
+                                                  -fno-omit-frame-pointer)
+  target_link_options(tdefault_flags INTERFACE -fsanitize=address,undefined)
+endif()
+
+if(TDEFAULT_FUZZ)
+  target_compile_options(tdefault_flags INTERFACE -fsanitize=fuzzer-no-link,address,undefined
+                                                  -fno-sanitize-recover=all)
+  target_link_options(tdefault_flags INTERFACE -fsanitize=address,undefined)
+endif()
+
+if(WIN32)
+  # The ANSI calls are named with their A; UNICODE settles what a bare name means. 0x0601: Windows 7.
+  target_compile_definitions(
+    tdefault_flags INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN STRICT _WIN32_WINNT=0x0601)
+  # Static run-time: nothing but system DLLs is imported.
+  target_link_options(tdefault_flags INTERFACE -static)
+endif()

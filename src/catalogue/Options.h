@@ -1,0 +1,133 @@
+// The catalogue of configurable options: what a host creates, initialises, reads, edits and saves.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/value.h"
+#include "platform/platform.h"
+#include "records/INIOption.h"
+#include "records/cChoices.h"
+#include "records/collection.h"
+#include "reports/Reports.h"
+#include "support/location_state.h"
+#include "tables/table_access.h"
+
+namespace tdefault::catalogue {
+
+// What a catalogue tells its host while it works. Called on the host's thread.
+class OptionsEvents {
+ public:
+  virtual ~OptionsEvents() = default;
+
+  virtual void Modified() = 0;  // a save succeeded
+  virtual void Status(const std::wstring& program_status) = 0;  // empty text clears the display
+  virtual void DLLError(std::int32_t number, const std::wstring& description) = 0;
+};
+
+// What a new definition is made from.
+struct NewOption {
+  bool local_ini = false;
+  std::wstring section;
+  std::wstring key;
+  std::wstring linkedfield;
+  records::KEY_TYPE option_type = records::KEY_TYPE::STRING_VALUE;
+  std::wstring choices;  // lines ITEM|DESCRIPTION
+  std::wstring comment;
+  std::int16_t minimum = 0;
+  std::int16_t maximum = 0;
+  std::int16_t decimals = 0;
+  std::wstring default_value;
+};
+
+// An ordered collection of INIOption, keyed by ID without regard to case. Empty until Initialize.
+// One thread only; the platform, the table access and the location state outlive it.
+class Options {
+ public:
+  Options(platform::Platform& platform, tables::TableAccess& tables,
+          support::LocationState& location);
+  ~Options();
+
+  Options(const Options&) = delete;
+  Options& operator=(const Options&) = delete;
+
+  // Not owned; null for none.
+  void ListenTo(OptionsEvents* events) noexcept { events_ = events; }
+
+  // Finds data folder and table, loads the catalogue and the reports. False when the data folder
+  // is missing (the user has been told); throws when the table is missing, not writable or cannot
+  // be loaded.
+  bool Initialize();
+
+  [[nodiscard]] std::wstring DataPath() const;
+  void SetDataPath(const std::wstring& path);
+  [[nodiscard]] std::wstring INIFile() const;
+  // Throws 53 when the file is not there; loads the catalogue again otherwise.
+  void SetINIFile(const std::wstring& name);
+  [[nodiscard]] std::wstring GlobalIni() const;
+  [[nodiscard]] std::int32_t Location() const;
+
+  // Loads catalogue and reports again. Throws what loading throws.
+  void Refresh();
+
+  // By position from 1 or by ID. Throws InvalidArgument when there is none.
+  [[nodiscard]] std::shared_ptr<records::INIOption> Item(const Value& index) const;
+  // 16 bits: throws Overflow above 32,767.
+  [[nodiscard]] std::int16_t Count() const;
+  // In catalogue order.
+  [[nodiscard]] const std::vector<std::shared_ptr<records::INIOption>>& elements() const noexcept {
+    return options_.elements();
+  }
+
+  // Adds an option with a new ID, in memory only.
+  std::shared_ptr<records::INIOption> Add(const NewOption& definition);
+
+  // Writes every option to its INI file with its side effects. False when something failed; then
+  // the files are as before, and an error, if there was one, has been told through DLLError.
+  bool Save();
+
+  // Null before Initialize.
+  [[nodiscard]] std::shared_ptr<reports::Reports> ReportTypes() const noexcept { return reports_; }
+
+  // "major.minor.revision" of the library.
+  [[nodiscard]] std::wstring Version() const;
+
+  // The text a module left to explain its failure.
+  void SetAddtnlProcError(std::wstring text) { addtnl_proc_error_ = std::move(text); }
+
+  // These change definitions and whole INI files.
+  bool CommentFile(const std::wstring& ini_file);
+  bool ClearIniComments(const std::wstring& ini_file);
+  bool RemoveIniComment(const std::wstring& ini_file, const std::wstring& comment);
+  bool CommentINIKey(const std::wstring& id);
+  bool SectionKeyExists(const std::wstring& section, const std::wstring& key, bool local_ini,
+                        std::wstring& record_id);
+  bool DeleteOption(const std::wstring& id);
+
+ private:
+  // loading.cpp
+  bool InitOptCollection();
+  [[nodiscard]] std::shared_ptr<records::cChoices> InsuranceTypes() const;
+
+  // start_up.cpp
+  bool VerifyDataPath();
+
+  // saving.cpp
+  bool SaveChanges();
+  bool SetDefKits(const std::wstring& kit_choice);
+  bool WOInvoiceNumAdjust(bool same_number);
+  void RunAdditionalProc(const std::wstring& module);
+
+  platform::Platform& platform_;
+  tables::TableAccess& tables_;
+  support::LocationState& location_;
+  OptionsEvents* events_ = nullptr;
+  records::Collection<records::INIOption> options_;
+  std::shared_ptr<reports::Reports> reports_;
+  std::wstring addtnl_proc_error_;
+};
+
+}  // namespace tdefault::catalogue

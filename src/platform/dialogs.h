@@ -1,0 +1,21 @@
+// Message boxes: modal, owned by the host's active window, brought to the front.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace tdefault::platform {
+
+enum class MessageAnswer { kYes, kNo, kCancel };
+
+class Dialogs {
+ public:
+  virtual ~Dialogs() = default;
+
+  // Buttons Yes, No and Cancel, the question icon, Yes the default. Closing the box is Cancel.
+  // Absent when no box can be shown (no desktop).
+  virtual std::optional<MessageAnswer> AskYesNoCancel(const std::wstring& title,
+                                                      const std::wstring& text) = 0;
+};
+
+}  // namespace tdefault::platform

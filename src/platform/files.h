@@ -1,0 +1,86 @@
+// Files and folders. Paths are Windows paths (drive letters, backslashes, UNC), compared without
+// regard to case; a relative path counts from the process's current folder.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "platform/system_result.h"
+
+namespace tdefault::platform {
+
+enum class FileAccess { kRead, kWrite, kReadWrite };
+
+// What others may do with the file while it is open here.
+enum class FileShare { kNone, kRead, kReadWrite };
+
+// An open file. Destruction closes it. Not shared between threads.
+class File {
+ public:
+  virtual ~File() = default;
+
+  // Fills `target` from `offset`; the count is smaller only at the end of the file, 0 behind it.
+  virtual SystemResult<std::size_t> ReadAt(std::uint64_t offset, std::span<std::uint8_t> target) = 0;
+
+  virtual SystemResult<std::uint64_t> Size() = 0;
+};
+
+struct FolderEntry {
+  std::wstring name;  // as stored, without folder
+  bool is_folder = false;
+};
+
+// The entries of one folder that match a pattern. Destruction ends the enumeration.
+class FolderEnumeration {
+ public:
+  virtual ~FolderEnumeration() = default;
+
+  // The next entry, "." and ".." included; absent at the end.
+  virtual std::optional<FolderEntry> Next() = 0;
+};
+
+class Files {
+ public:
+  virtual ~Files() = default;
+
+  // Opens an existing file. The handle is inheritable, as every file handle of this library.
+  // Fails with 2 or 3 when there is none, 5 for a refused access, 32 when another holder's share
+  // mode forbids it.
+  virtual SystemResult<std::unique_ptr<File>> Open(const std::wstring& path, FileAccess access,
+                                                   FileShare share) = 0;
+
+  // Lists what matches `pattern` (a path whose last part may hold * and ?). Fails when nothing
+  // matches, with 2 or 3.
+  virtual SystemResult<std::unique_ptr<FolderEnumeration>> Enumerate(const std::wstring& pattern) = 0;
+
+  // Deletes a file. Fails with 5 for a read-only file, 32 while it is open.
+  virtual SystemStatus Remove(const std::wstring& path) = 0;
+
+  // Renames `from` to `to`, replacing a file of that name in one step: at every moment `to` is the
+  // old or the new file. On failure both are as before.
+  virtual SystemStatus Replace(const std::wstring& from, const std::wstring& to) = 0;
+
+  // Copies content and attributes over `to`, which may exist. On failure `to` may be incomplete.
+  virtual SystemStatus Copy(const std::wstring& from, const std::wstring& to) = 0;
+
+  // Takes the read-only mark off a file; a file without it is left alone.
+  virtual SystemStatus ClearReadOnly(const std::wstring& path) = 0;
+
+  // Creates an empty file with a unique name that starts with up to three characters of `prefix`
+  // in `folder`, and gives its full path. Fails with 267 when the folder does not exist.
+  virtual SystemResult<std::wstring> CreateUnique(const std::wstring& folder,
+                                                  const std::wstring& prefix) = 0;
+
+  // The user's folder for temporary files, with its trailing backslash.
+  virtual SystemResult<std::wstring> TemporaryFolder() = 0;
+
+  // The full path of the file that the system's search order (program, current, system and Windows
+  // folder, PATH) finds for a name; fails with 2 when there is none, or when the path has
+  // `capacity` characters or more.
+  virtual SystemResult<std::wstring> Locate(const std::wstring& name, std::uint32_t capacity) = 0;
+};
+
+}  // namespace tdefault::platform

@@ -1,0 +1,30 @@
+// INI ("profile") files through the operating system's own profile calls. docs/profile-files.md
+// lists the rules we rely on.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace tdefault::platform {
+
+class ProfileFiles {
+ public:
+  virtual ~ProfileFiles() = default;
+
+  // The value of a key, at most `capacity` - 1 characters of it. An absent key, section or file,
+  // or a file that cannot be read, gives `fallback` (its trailing blanks cut). A file name without
+  // a folder is looked for in the Windows folder. Never fails.
+  virtual std::wstring ReadEntry(const std::wstring& section, const std::wstring& key,
+                                 const std::wstring& fallback, std::uint32_t capacity,
+                                 const std::wstring& file) = 0;
+
+  // Sets one key, creating file and section when needed; an absent `value` removes the key, an
+  // absent `key` the whole section. The system's result: non-zero on success, zero when the file
+  // could not be written, and then the file is as it was.
+  virtual std::int32_t WriteEntry(const std::wstring& section, const std::optional<std::wstring>& key,
+                                  const std::optional<std::wstring>& value,
+                                  const std::wstring& file) = 0;
+};
+
+}  // namespace tdefault::platform

@@ -1,0 +1,78 @@
+// What the SQL executor needs of stored tables: the seam between the dialect (tables/sql) and the
+// file formats (tables/foxpro).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/value.h"
+
+namespace tdefault::tables {
+
+// What a column holds, apart from how it is stored.
+enum class ColumnKind { kText, kMemo, kNumber, kInteger, kCurrency, kLogical, kDate, kDateTime, kBinary };
+
+struct Column {
+  std::wstring name;      // upper case, at most 10 characters
+  char type = 'C';        // the letter in the table's field descriptor
+  ColumnKind kind = ColumnKind::kText;
+  std::int32_t length = 0;    // bytes in the record
+  std::int32_t decimals = 0;
+  bool nullable = false;
+  bool fixed_width = false;   // text that reads blank-padded to `length`
+};
+
+// One pass over the rows of a table, in record order, deleted rows skipped when the connection
+// hides them. Holds a bounded part of the file, whatever its size.
+class RowCursor {
+ public:
+  virtual ~RowCursor() = default;
+
+  // Steps to the next row; false behind the last. REQUIRES: not called again after false.
+  virtual bool Next() = 0;
+
+  // The 1-based record number of the current row.
+  [[nodiscard]] virtual std::uint32_t record_number() const = 0;
+
+  // One column of the current row; only what is asked for is decoded. Throws kTableDamaged naming
+  // table, record and column when the stored bytes are no value of the column.
+  [[nodiscard]] virtual Value Read(std::size_t column) const = 0;
+};
+
+// Sort weights of text: text compares as its keys do, byte by byte. Both texts of a comparison are
+// padded with blanks to the longer one's length by ignoring trailing blanks.
+class Collation {
+ public:
+  virtual ~Collation() = default;
+
+  // The key of the text without its trailing blanks.
+  [[nodiscard]] virtual std::string Key(std::wstring_view text) const = 0;
+  [[nodiscard]] virtual int Compare(std::wstring_view left, std::wstring_view right) const = 0;
+};
+
+// An open table. Lives as long as the statement that opened it.
+class Table {
+ public:
+  virtual ~Table() = default;
+
+  [[nodiscard]] virtual const std::vector<Column>& columns() const = 0;
+  // The connection's collating sequence for this table's code page.
+  [[nodiscard]] virtual const Collation& collation() const = 0;
+  [[nodiscard]] virtual std::unique_ptr<RowCursor> Scan() = 0;
+};
+
+// Finds the tables that a statement names.
+class TableFinder {
+ public:
+  virtual ~TableFinder() = default;
+
+  // Opens a table by its name (without folder and ending, any case). Throws kNoSuchTable,
+  // kTableDamaged, kInUseByAnother, each naming the file and what to do.
+  virtual std::unique_ptr<Table> OpenTable(const std::wstring& name) = 0;
+};
+
+}  // namespace tdefault::tables

@@ -1,0 +1,116 @@
+// Table access in the shape of ADO: what the object model needs of a store of FoxPro tables,
+// whatever serves them. Values, names and rules follow ADO; calls that its users would find
+// refused throw the Error that ADO raises (docs/errors.md).
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "base/value.h"
+
+namespace tdefault::tables {
+
+// ADO's numbers.
+enum class CursorLocation { kServer = 2, kClient = 3 };
+enum class ConnectMode { kUnknown = 0, kRead = 1, kWrite = 2, kReadWrite = 3 };
+enum class CursorType { kForwardOnly = 0, kKeyset = 1, kDynamic = 2, kStatic = 3 };
+enum class LockType { kReadOnly = 1, kPessimistic = 2, kOptimistic = 3 };
+enum class ObjectState { kClosed = 0, kOpen = 1 };
+
+// One column of a recordset, showing its value in the current row. Lives as long as its recordset
+// is open.
+class Field {
+ public:
+  virtual ~Field() = default;
+
+  [[nodiscard]] virtual const std::wstring& name() const = 0;
+
+  // The column's width in characters or bytes; 2147483647 for a memo.
+  [[nodiscard]] virtual std::int32_t defined_size() const = 0;
+
+  // The length of the current row's value, in characters (text) or bytes; 0 for a null.
+  [[nodiscard]] virtual std::int32_t actual_size() const = 0;
+
+  // The current row's value: fixed-width text blank-padded to the column's width, memo text as
+  // stored, numbers as double or 32-bit integer, binary columns as Bytes. Throws kNoCurrentRow at
+  // BOF or EOF, kTableDamaged for a value that cannot be decoded.
+  [[nodiscard]] virtual Value value() const = 0;
+};
+
+class Connection;
+
+// The rows of one query. Starts closed; destruction closes.
+class Recordset {
+ public:
+  virtual ~Recordset() = default;
+
+  // Takes effect at the next Open.
+  virtual void set_cursor_location(CursorLocation location) = 0;
+
+  // Runs `source` (an SQL statement that gives rows) on an open connection and stands on the first
+  // row. Throws kObjectOpen when already open, kStatementError with the position in the statement,
+  // kNoSuchTable, kTableDamaged, kInUseByAnother.
+  virtual void Open(const std::wstring& source, Connection& connection, CursorType cursor_type,
+                    LockType lock_type) = 0;
+  virtual void Close() = 0;
+
+  // Ends a fetch that is still running; the rows fetched so far stay.
+  virtual void Cancel() = 0;
+
+  [[nodiscard]] virtual ObjectState state() const = 0;
+
+  // The state of the current row: 0 when it is unchanged.
+  [[nodiscard]] virtual std::int32_t status() const = 0;
+
+  // Before the first and behind the last row; both at once when there are no rows.
+  [[nodiscard]] virtual bool bof() const = 0;
+  [[nodiscard]] virtual bool eof() const = 0;
+
+  // The number of rows; -1 for a forward-only server cursor, which does not know.
+  [[nodiscard]] virtual std::int32_t record_count() const = 0;
+
+  // Throws kNoCurrentRow on a recordset without rows.
+  virtual void MoveFirst() = 0;
+  // Past the last row is EOF; once more throws kNoCurrentRow.
+  virtual void MoveNext() = 0;
+
+  [[nodiscard]] virtual std::int32_t field_count() const = 0;
+  // By 0-based position or by name without regard to case; throws kNoSuchItem.
+  [[nodiscard]] virtual Field& field(std::int32_t position) = 0;
+  [[nodiscard]] virtual Field& field(const std::wstring& name) = 0;
+};
+
+// A data folder opened for statements. Starts closed; destruction closes.
+class Connection {
+ public:
+  virtual ~Connection() = default;
+
+  // These three take effect at the next Open. The string's parts are NAME=VALUE, separated by ";":
+  // "Data Source" (the data folder), "Collating Sequence" (MACHINE or GENERAL), "Deleted" (TRUE
+  // hides deleted rows); the parts "Provider", "SourceType" and "Mode" are accepted.
+  virtual void set_connection_string(const std::wstring& text) = 0;
+  virtual void set_cursor_location(CursorLocation location) = 0;
+  virtual void set_mode(ConnectMode mode) = 0;
+
+  // Throws kObjectOpen when already open, kTableDamaged when the folder does not exist or a part of
+  // the string is not known.
+  virtual void Open() = 0;
+  virtual void Close() = 0;
+  [[nodiscard]] virtual ObjectState state() const = 0;
+
+  // Runs a statement; the recordset is open and on its first row when the statement gives rows.
+  // Throws as Recordset::Open, and kObjectClosed.
+  virtual std::unique_ptr<Recordset> Execute(const std::wstring& statement) = 0;
+};
+
+// Makes connections and recordsets of one kind.
+class TableAccess {
+ public:
+  virtual ~TableAccess() = default;
+
+  virtual std::unique_ptr<Connection> MakeConnection() = 0;
+  virtual std::unique_ptr<Recordset> MakeRecordset() = 0;
+};
+
+}  // namespace tdefault::tables

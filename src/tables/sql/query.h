@@ -1,0 +1,46 @@
+// Running a statement that gives rows. What the dialect accepts, means and refuses is
+// docs/sql-dialect.md.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/value.h"
+#include "tables/row_source.h"
+
+namespace tdefault::tables::sql {
+
+// The rows of one SELECT, in its order, one at a time; stands before the first row at the start.
+// Owns the tables that the statement opened. A statement without ORDER BY and DISTINCT is carried
+// out while the rows are fetched, so its memory does not grow with the table; with either, the rows
+// are collected at the first Next.
+class Rows {
+ public:
+  virtual ~Rows() = default;
+
+  // One per selected expression. A column of the table keeps its description under its own name or
+  // its alias (upper case); an expression is named EXP_n by its 1-based position.
+  [[nodiscard]] virtual const std::vector<Column>& columns() const = 0;
+
+  // Steps to the next row; false behind the last, and then until Rewind. Throws what RowCursor and
+  // the evaluation of the statement's expressions throw.
+  virtual bool Next() = 0;
+
+  // One column of the current row, decoded when it is asked for where the statement allows it.
+  // Fixed-width text is blank-padded. REQUIRES: the last Next returned true.
+  [[nodiscard]] virtual Value Read(std::size_t column) const = 0;
+
+  // Stands before the first row again.
+  virtual void Rewind() = 0;
+};
+
+// Throws Error with kStatementError, saying at which character of the statement (counted from 1)
+// what was found and what would be accepted, and what `finder` throws for its tables. Values that
+// the expressions meet in the rows (a subselect with two rows, a division by zero) are reported by
+// Rows::Next and Rows::Read. `finder` is used during this call only.
+[[nodiscard]] std::unique_ptr<Rows> ExecuteQuery(const std::wstring& statement,
+                                                 TableFinder& finder);
+
+}  // namespace tdefault::tables::sql

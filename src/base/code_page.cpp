@@ -126,8 +126,7 @@ std::wstring CodePage::Decode(std::string_view bytes) const {
 }
 
 std::optional<unsigned char> CodePage::Encode(wchar_t character) const noexcept {
-  if (static_cast<std::uint32_t>(character) < 0x80U)
-    return static_cast<unsigned char>(character);
+  if (static_cast<std::uint32_t>(character) < 0x80U) return static_cast<unsigned char>(character);
   const auto found = std::find_if(
       table_->upper_half.begin(), table_->upper_half.end(),
       [character](std::uint16_t code) { return code == static_cast<std::uint32_t>(character); });

@@ -37,7 +37,8 @@ std::optional<Date> MakeDate(std::int32_t year, std::int32_t month, std::int32_t
 CalendarDay ToCalendarDay(Date date) {
   const std::int32_t ordinal = date.julian_day - kJulianDayOfYearOne;
   // A close guess from the mean length of a year, then at most one step either way.
-  auto year = static_cast<std::int32_t>((static_cast<std::int64_t>(ordinal) * 400) / kDaysIn400Years) + 1;
+  auto year =
+      static_cast<std::int32_t>((static_cast<std::int64_t>(ordinal) * 400) / kDaysIn400Years) + 1;
   while (year > 1 && DaysBeforeYear(year) >= ordinal) --year;
   while (DaysBeforeYear(year + 1) < ordinal) ++year;
   std::int32_t day = ordinal - DaysBeforeYear(year);
@@ -58,8 +59,8 @@ std::wstring ToText(DateTime date_time) {
   if (date_time.empty()) return {};
   const std::int32_t seconds = date_time.milliseconds / 1000;
   std::array<wchar_t, 40> buffer{};
-  std::swprintf(buffer.data(), buffer.size(), L" %02d:%02d:%02d", seconds / 3600,
-                seconds / 60 % 60, seconds % 60);
+  std::swprintf(buffer.data(), buffer.size(), L" %02d:%02d:%02d", seconds / 3600, seconds / 60 % 60,
+                seconds % 60);
   return ToText(date_time.date) + buffer.data();
 }
 

@@ -61,11 +61,11 @@ class Error final : public std::exception {
 };
 
 // Errors that several layers raise, with the texts hosts know from the automation run-time.
-[[nodiscard]] Error InvalidArgument(std::wstring source);       // 5
-[[nodiscard]] Error Overflow(std::wstring source);              // 6
-[[nodiscard]] Error SubscriptOutOfRange(std::wstring source);   // 9
-[[nodiscard]] Error TypeMismatch(std::wstring source);          // 13
-[[nodiscard]] Error InvalidUseOfNull(std::wstring source);      // 94
-[[nodiscard]] Error KeyAlreadyInUse(std::wstring source);       // 457
+[[nodiscard]] Error InvalidArgument(std::wstring source);      // 5
+[[nodiscard]] Error Overflow(std::wstring source);             // 6
+[[nodiscard]] Error SubscriptOutOfRange(std::wstring source);  // 9
+[[nodiscard]] Error TypeMismatch(std::wstring source);         // 13
+[[nodiscard]] Error InvalidUseOfNull(std::wstring source);     // 94
+[[nodiscard]] Error KeyAlreadyInUse(std::wstring source);      // 457
 
 }  // namespace tdefault

@@ -17,16 +17,16 @@ struct LowerCaseRun {
 };
 
 constexpr std::array kLowerCaseRuns = {
-    LowerCaseRun{0x0061, 0x007A, -32, 1},   LowerCaseRun{0x00E0, 0x00F6, -32, 1},
-    LowerCaseRun{0x00F8, 0x00FE, -32, 1},   LowerCaseRun{0x00FF, 0x00FF, 121, 1},
-    LowerCaseRun{0x0101, 0x012F, -1, 2},    LowerCaseRun{0x0133, 0x0137, -1, 2},
-    LowerCaseRun{0x013A, 0x0148, -1, 2},    LowerCaseRun{0x014B, 0x0177, -1, 2},
-    LowerCaseRun{0x017A, 0x017E, -1, 2},    LowerCaseRun{0x03AC, 0x03AC, -38, 1},
-    LowerCaseRun{0x03AD, 0x03AF, -37, 1},   LowerCaseRun{0x03B1, 0x03C1, -32, 1},
-    LowerCaseRun{0x03C3, 0x03CB, -32, 1},   LowerCaseRun{0x03CC, 0x03CC, -64, 1},
-    LowerCaseRun{0x03CD, 0x03CE, -63, 1},   LowerCaseRun{0x0430, 0x044F, -32, 1},
-    LowerCaseRun{0x0450, 0x045F, -80, 1},   LowerCaseRun{0x0461, 0x0481, -1, 2},
-    LowerCaseRun{0x048B, 0x04BF, -1, 2},    LowerCaseRun{0x0192, 0x0192, -1, 1},
+    LowerCaseRun{0x0061, 0x007A, -32, 1}, LowerCaseRun{0x00E0, 0x00F6, -32, 1},
+    LowerCaseRun{0x00F8, 0x00FE, -32, 1}, LowerCaseRun{0x00FF, 0x00FF, 121, 1},
+    LowerCaseRun{0x0101, 0x012F, -1, 2},  LowerCaseRun{0x0133, 0x0137, -1, 2},
+    LowerCaseRun{0x013A, 0x0148, -1, 2},  LowerCaseRun{0x014B, 0x0177, -1, 2},
+    LowerCaseRun{0x017A, 0x017E, -1, 2},  LowerCaseRun{0x03AC, 0x03AC, -38, 1},
+    LowerCaseRun{0x03AD, 0x03AF, -37, 1}, LowerCaseRun{0x03B1, 0x03C1, -32, 1},
+    LowerCaseRun{0x03C3, 0x03CB, -32, 1}, LowerCaseRun{0x03CC, 0x03CC, -64, 1},
+    LowerCaseRun{0x03CD, 0x03CE, -63, 1}, LowerCaseRun{0x0430, 0x044F, -32, 1},
+    LowerCaseRun{0x0450, 0x045F, -80, 1}, LowerCaseRun{0x0461, 0x0481, -1, 2},
+    LowerCaseRun{0x048B, 0x04BF, -1, 2},  LowerCaseRun{0x0192, 0x0192, -1, 1},
 };
 
 constexpr bool IsLowerOf(const LowerCaseRun& run, std::int32_t code) {

@@ -161,7 +161,9 @@ double ToNumber(const Value& value, std::wstring_view source) {
       throw TypeMismatch(std::wstring(source));
     }
     // Automation counts days from 1899-12-30; the empty date is that day.
-    double operator()(const Date& date) const { return date.empty() ? 0 : date.julian_day - 2415019; }
+    double operator()(const Date& date) const {
+      return date.empty() ? 0 : date.julian_day - 2415019;
+    }
     double operator()(const DateTime& time) const {
       return (*this)(time.date) + time.milliseconds / 86400000.0;
     }

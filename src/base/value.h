@@ -31,8 +31,8 @@ using Value =
   return std::holds_alternative<Null>(value);
 }
 
-// The number that automation reads from text for a US-English user: surrounding blanks and tabs, one
-// sign (in front or behind) or parentheses for a negative number, one currency sign "$", digits
+// The number that automation reads from text for a US-English user: surrounding blanks and tabs,
+// one sign (in front or behind) or parentheses for a negative number, one currency sign "$", digits
 // with "," anywhere before the decimal point, ".", an exponent (e or d), and the forms &H and &O.
 // So "12,5" is 125. Absent when the text is not numeric; empty text is not.
 [[nodiscard]] std::optional<double> ParseNumber(std::wstring_view text);

@@ -23,7 +23,7 @@ class OptionsEvents {
  public:
   virtual ~OptionsEvents() = default;
 
-  virtual void Modified() = 0;  // a save succeeded
+  virtual void Modified() = 0;                                  // a save succeeded
   virtual void Status(const std::wstring& program_status) = 0;  // empty text clears the display
   virtual void DLLError(std::int32_t number, const std::wstring& description) = 0;
 };

@@ -23,7 +23,8 @@ class File {
   virtual ~File() = default;
 
   // Fills `target` from `offset`; the count is smaller only at the end of the file, 0 behind it.
-  virtual SystemResult<std::size_t> ReadAt(std::uint64_t offset, std::span<std::uint8_t> target) = 0;
+  virtual SystemResult<std::size_t> ReadAt(std::uint64_t offset,
+                                           std::span<std::uint8_t> target) = 0;
 
   virtual SystemResult<std::uint64_t> Size() = 0;
 };
@@ -54,7 +55,8 @@ class Files {
 
   // Lists what matches `pattern` (a path whose last part may hold * and ?). Fails when nothing
   // matches, with 2 or 3.
-  virtual SystemResult<std::unique_ptr<FolderEnumeration>> Enumerate(const std::wstring& pattern) = 0;
+  virtual SystemResult<std::unique_ptr<FolderEnumeration>> Enumerate(
+      const std::wstring& pattern) = 0;
 
   // Deletes a file. Fails with 5 for a read-only file, 32 while it is open.
   virtual SystemStatus Remove(const std::wstring& path) = 0;

@@ -22,7 +22,8 @@ class ProfileFiles {
   // Sets one key, creating file and section when needed; an absent `value` removes the key, an
   // absent `key` the whole section. The system's result: non-zero on success, zero when the file
   // could not be written, and then the file is as it was.
-  virtual std::int32_t WriteEntry(const std::wstring& section, const std::optional<std::wstring>& key,
+  virtual std::int32_t WriteEntry(const std::wstring& section,
+                                  const std::optional<std::wstring>& key,
                                   const std::optional<std::wstring>& value,
                                   const std::wstring& file) = 0;
 };

@@ -14,16 +14,26 @@
 namespace tdefault::tables {
 
 // What a column holds, apart from how it is stored.
-enum class ColumnKind { kText, kMemo, kNumber, kInteger, kCurrency, kLogical, kDate, kDateTime, kBinary };
+enum class ColumnKind {
+  kText,
+  kMemo,
+  kNumber,
+  kInteger,
+  kCurrency,
+  kLogical,
+  kDate,
+  kDateTime,
+  kBinary
+};
 
 struct Column {
-  std::wstring name;      // upper case, at most 10 characters
-  char type = 'C';        // the letter in the table's field descriptor
+  std::wstring name;  // upper case, at most 10 characters
+  char type = 'C';    // the letter in the table's field descriptor
   ColumnKind kind = ColumnKind::kText;
-  std::int32_t length = 0;    // bytes in the record
+  std::int32_t length = 0;  // bytes in the record
   std::int32_t decimals = 0;
   bool nullable = false;
-  bool fixed_width = false;   // text that reads blank-padded to `length`
+  bool fixed_width = false;  // text that reads blank-padded to `length`
 };
 
 // One pass over the rows of a table, in record order, deleted rows skipped when the connection

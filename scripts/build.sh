@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Sets up and builds one preset or all of them:
+#   scripts/build.sh [native|native-release|win64|win32|all] [TARGET...]
+# Without an argument: win64, the product for 64-bit hosts (build/win64/tdefault.dll).
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+cd "$root"
+scripts/setup.sh
+
+# Lets a second clone on the same machine profit from the first one's compilations.
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+
+build() {
+  local preset=$1
+  shift
+  if ! cmake --preset "$preset" >"build/$preset.configure.log" 2>&1; then
+    cat "build/$preset.configure.log" >&2
+    return 1
+  fi
+  cmake --build --preset "$preset" ${1:+--target "$@"}
+}
+
+mkdir -p build
+preset=${1:-win64}
+shift || true
+if [ "$preset" = all ]; then
+  for each in native win64 win32; do build "$each"; done
+else
+  build "$preset" "$@"
+fi

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Sets up and builds one preset or all of them:
-#   scripts/build.sh [native|native-release|win64|win32|all] [TARGET...]
+#   scripts/build.sh [native|native-release|quick|win64|win32|all] [TARGET...]
 # Without an argument: win64, the product for 64-bit hosts (build/win64/tdefault.dll).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)

@@ -1,5 +1,6 @@
 """Runs clang-tidy over the product's sources of a build tree: run_clang_tidy.py BUILD_FOLDER.
 
+A native tree has the portable sources; of a cross build only those are checked that see windows.h.
 One process per core. A file whose last clean run saw the same text of the file, of every header of
 the project and of the settings is not looked at again. Findings are errors.
 """
@@ -17,6 +18,25 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 
 
+WINDOWS_FOLDERS = ("src/interface", "src/platform/win32", "src/tables/ado", "hosts")
+
+
+def cross_arguments(compiler: str) -> list[str]:
+    """What clang needs to read sources with the headers of the mingw compiler."""
+    name = Path(compiler).name
+    if "-w64-mingw32-" not in name:
+        return []
+    triplet = name[: name.index("-w64-mingw32-")] + "-w64-mingw32"
+    library = subprocess.run(
+        [compiler, "-print-libgcc-file-name"], check=True, capture_output=True, text=True
+    ).stdout.strip()
+    headers = Path(library).parent / "include" / "c++"
+    arguments = [f"--target={triplet}", "-nostdinc++"]
+    for folder in (headers, headers / triplet, headers / "backward", Path("/usr") / triplet / "include"):
+        arguments += ["-isystem", str(folder)]
+    return [f"--extra-arg={argument}" for argument in arguments]
+
+
 def digest_of_headers() -> bytes:
     digest = hashlib.sha256((ROOT / ".clang-tidy").read_bytes())
     for header in sorted((ROOT / "src").rglob("*.h")) + sorted((ROOT / "hosts").rglob("*.h")):
@@ -30,7 +50,9 @@ def main() -> int:
     stamps.mkdir(exist_ok=True)
     headers = digest_of_headers()
     commands = json.loads((build / "compile_commands.json").read_text())
-    folders = (str(ROOT / "src"), str(ROOT / "hosts"))
+    compiler = next(word for word in commands[0]["command"].split() if word.endswith(("++", "++-posix")))
+    extra = cross_arguments(compiler)
+    folders = tuple(str(ROOT / folder) for folder in (WINDOWS_FOLDERS if extra else ("src", "hosts")))
     sources = sorted({entry["file"] for entry in commands if entry["file"].startswith(folders)})
 
     def check(source: str) -> str:
@@ -39,7 +61,7 @@ def main() -> int:
         if stamp.exists() and stamp.read_text() == wanted:
             return ""
         run = subprocess.run(
-            ["clang-tidy", "-p", str(build), "--quiet", source], capture_output=True, text=True
+            ["clang-tidy", "-p", str(build), "--quiet", *extra, source], capture_output=True, text=True
         )
         if run.returncode == 0:
             stamp.write_text(wanted)

@@ -151,8 +151,9 @@ void Print(const Measurement& one, double own_cost_of_smallest) {
 
 int main(int argc, char** argv) {
   platform::win32::Win32Platform windows;
-  std::printf("definitions  open(ms)  profile  in prof  plain rd  records/s bare(ms)  plain(ms)  "
-              "ratio  own(us/def)  growth\n");
+  std::printf(
+      "definitions  open(ms)  profile  in prof  plain rd  records/s bare(ms)  plain(ms)  "
+      "ratio  own(us/def)  growth\n");
   double smallest = 0;
   for (int i = 1; i < argc; ++i) {
     try {

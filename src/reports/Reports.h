@@ -49,7 +49,8 @@ class Report {
 
 class Reports {
  public:
-  // Loads the layouts. Throws an Error with source "Reports:Class_Initialize" when that fails.
+  // Loads the layouts. Throws an Error with source "Reports:Class_Initialize" and the number of the
+  // error underneath when that fails.
   Reports(platform::Platform& platform, tables::TableAccess& tables,
           support::LocationState& location);
 
@@ -74,7 +75,9 @@ class Reports {
   }
 
  private:
-  bool InitRepCollection();
+  // 0 when every layout is loaded, else the number of the error that ended the load.
+  std::int32_t InitRepCollection();
+  void ReadLayouts(tables::Recordset& recordset, const std::wstring& current);
 
   platform::Platform& platform_;
   tables::TableAccess& tables_;

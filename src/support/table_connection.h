@@ -1,0 +1,25 @@
+// How every operation reaches the tables of the data folder, and lets go of them again.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "tables/table_access.h"
+
+namespace tdefault::support {
+
+// The connection string for a data folder.
+[[nodiscard]] std::wstring ConnectionString(std::wstring_view data_path);
+
+// Closes and releases both; either may be null. A recordset whose current row is in the middle of
+// something is cancelled first.
+void CloseRecordset(std::unique_ptr<tables::Connection>& connection,
+                    std::unique_ptr<tables::Recordset>& recordset);
+
+// As CloseRecordset, on the way out of a failure: what closing throws is dropped, because the first
+// error is the one to report. Both are released in any case.
+void CloseAfterFailure(std::unique_ptr<tables::Connection>& connection,
+                       std::unique_ptr<tables::Recordset>& recordset);
+
+}  // namespace tdefault::support

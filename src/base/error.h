@@ -25,6 +25,9 @@ inline constexpr std::int32_t kKeyAlreadyInUse = 457;
 
 // The base for the library's own numbers, 0x80040000.
 inline constexpr std::int32_t kObjectError = -2147221504;
+inline constexpr std::int32_t kLoadFailed = kObjectError + 1;
+inline constexpr std::int32_t kTableNotWritable = kObjectError + 3;
+inline constexpr std::int32_t kNoIdentifier = kObjectError + 4;
 
 inline constexpr std::int32_t kNotImplemented = static_cast<std::int32_t>(0x80004001);
 

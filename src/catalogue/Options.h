@@ -18,6 +18,8 @@
 
 namespace tdefault::catalogue {
 
+class IniBackup;
+
 // What a catalogue tells its host while it works. Called on the host's thread.
 class OptionsEvents {
  public:
@@ -85,8 +87,9 @@ class Options {
   // Adds an option with a new ID, in memory only.
   std::shared_ptr<records::INIOption> Add(const NewOption& definition);
 
-  // Writes every option to its INI file with its side effects. False when something failed; then
-  // the files are as before, and an error, if there was one, has been told through DLLError.
+  // Writes every option to its INI file with its side effects, tells Modified and loads again.
+  // False when something failed; then the files are as before, and an error, if there was one, has
+  // been told through DLLError. Throws only what loading again throws, after a save that succeeded.
   bool Save();
 
   // Null before Initialize.
@@ -108,15 +111,24 @@ class Options {
   bool DeleteOption(const std::wstring& id);
 
  private:
-  // loading.cpp
+  // loading.cpp. True, or throws with source "InitOptCollection" and the failing step in the text.
   bool InitOptCollection();
+
+  // lookup_lists.cpp. What could be read before an error, which is not raised.
   [[nodiscard]] std::shared_ptr<records::cChoices> InsuranceTypes() const;
 
-  // start_up.cpp
+  // start_up.cpp. False when the data folder is missing; the user has been told then.
   bool VerifyDataPath();
 
   // saving.cpp
   bool SaveChanges();
+  bool WriteOptions(IniBackup& local, IniBackup& global);
+  bool WriteOption(const records::INIOption& option, const std::wstring& ini_file);
+  bool RunSideEffect(const records::INIOption& option);
+  void RunAdditionalProcs();
+  void TellError(const Error& error);
+
+  // side_effects.cpp
   bool SetDefKits(const std::wstring& kit_choice);
   bool WOInvoiceNumAdjust(bool same_number);
   void RunAdditionalProc(const std::wstring& module);

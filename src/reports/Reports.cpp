@@ -62,8 +62,8 @@ std::int32_t Reports::InitRepCollection() {
   try {
     const std::wstring local_ini =
         support::GetIniPath(platform_, location_, support::LocalIniName(location_));
-    const std::wstring current = support::ReadIniValue(platform_.profile_files, kSection,
-                                                       L"InvoiceStyle", local_ini, Value(std::wstring()));
+    const std::wstring current = support::ReadIniValue(
+        platform_.profile_files, kSection, L"InvoiceStyle", local_ini, Value(std::wstring()));
     connection = tables_.MakeConnection();
     connection->set_cursor_location(tables::CursorLocation::kClient);
     connection->set_connection_string(

@@ -1,0 +1,15 @@
+// A choice list as the definition table stores it.
+#pragma once
+
+#include <memory>
+#include <string_view>
+
+#include "records/cChoices.h"
+
+namespace tdefault::catalogue {
+
+// Lines ITEM|DESCRIPTION, separated by carriage return and line feed; a line without "|" is an item
+// without description. Empty text is an empty list, an empty line a choice of empty texts.
+[[nodiscard]] std::shared_ptr<records::cChoices> TextToChoices(std::wstring_view text);
+
+}  // namespace tdefault::catalogue

@@ -1,0 +1,159 @@
+#include "platform/simulation/profile_text.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/text.h"
+
+namespace tdefault::platform::simulation {
+namespace {
+
+constexpr std::string_view kWideMark = "\xFF\xFE";
+constexpr std::wstring_view kWhite = L" \t\v\f";
+
+std::wstring_view Trim(std::wstring_view text) {
+  const std::size_t first = text.find_first_not_of(kWhite);
+  if (first == std::wstring_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kWhite) - first + 1);
+}
+
+std::wstring DecodeUnits(std::string_view bytes) {
+  std::wstring text;
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    text += static_cast<wchar_t>(static_cast<unsigned char>(bytes[i]) |
+                                 static_cast<unsigned char>(bytes[i + 1]) << 8);
+  }
+  return text;
+}
+
+void AppendUnits(std::string& bytes, std::wstring_view text) {
+  for (const wchar_t character : text) {
+    bytes += static_cast<char>(character & 0xFF);
+    bytes += static_cast<char>((character >> 8) & 0xFF);
+  }
+}
+
+// The name of a section when the line is a header.
+std::optional<std::wstring_view> SectionName(std::wstring_view line) {
+  const std::wstring_view text = Trim(line);
+  if (text.empty() || text.front() != L'[') return std::nullopt;
+  const std::size_t close = text.rfind(L']');
+  if (close == std::wstring_view::npos) return std::nullopt;
+  return Trim(text.substr(1, close - 1));
+}
+
+// The name of a key when the line holds one.
+std::optional<std::wstring_view> KeyName(std::wstring_view line) {
+  const std::wstring_view text = Trim(line);
+  if (text.empty() || text.front() == L';' || SectionName(text)) return std::nullopt;
+  const std::size_t equals = text.find(L'=');
+  if (equals == std::wstring_view::npos) return std::nullopt;
+  return Trim(text.substr(0, equals));
+}
+
+std::wstring_view WithoutQuotes(std::wstring_view value) {
+  const bool quoted = value.size() >= 2 && value.front() == value.back() &&
+                      (value.front() == L'"' || value.front() == L'\'');
+  return quoted ? value.substr(1, value.size() - 2) : value;
+}
+
+}  // namespace
+
+ProfileText::ProfileText(std::string_view bytes, CodePage page) : page_(page) {
+  wide_ = bytes.substr(0, 2) == kWideMark;
+  const std::wstring text = wide_ ? DecodeUnits(bytes.substr(2)) : page_.Decode(bytes);
+  std::size_t start = 0;
+  while (start < text.size()) {
+    const std::size_t end = std::min(text.find_first_of(L"\r\n", start), text.size());
+    std::size_t next = end;
+    if (next < text.size() && text[next] == L'\r') ++next;
+    if (next < text.size() && text[next] == L'\n') ++next;
+    lines_.push_back({text.substr(start, end - start), text.substr(end, next - end)});
+    start = next;
+  }
+}
+
+ProfileText::Extent ProfileText::FindSection(std::wstring_view section) const {
+  Extent extent{lines_.size(), lines_.size()};
+  for (std::size_t i = 0; i < lines_.size(); ++i) {
+    const std::optional<std::wstring_view> name = SectionName(lines_[i].text);
+    if (!name) continue;
+    if (extent.first < lines_.size()) {
+      extent.end = i;
+      break;
+    }
+    if (EqualIgnoringCase(*name, Trim(section))) extent.first = i;
+  }
+  return extent;
+}
+
+std::size_t ProfileText::FindKey(Extent extent, std::wstring_view key) const {
+  for (std::size_t i = extent.first; i < extent.end; ++i) {
+    const std::optional<std::wstring_view> name = KeyName(lines_[i].text);
+    if (name && EqualIgnoringCase(*name, Trim(key))) return i;
+  }
+  return extent.end;
+}
+
+std::optional<std::wstring> ProfileText::Find(std::wstring_view section,
+                                              std::wstring_view key) const {
+  const Extent extent = FindSection(section);
+  const std::size_t line = FindKey(extent, key);
+  if (line == extent.end) return std::nullopt;
+  const std::wstring_view text = lines_[line].text;
+  return std::wstring(WithoutQuotes(Trim(text.substr(text.find(L'=') + 1))));
+}
+
+void ProfileText::Insert(std::size_t position, std::wstring text) {
+  if (position > 0 && lines_[position - 1].ending.empty()) lines_[position - 1].ending = L"\r\n";
+  lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(position),
+                {std::move(text), std::wstring(L"\r\n")});
+}
+
+void ProfileText::Set(std::wstring_view section, std::wstring_view key, std::wstring_view value) {
+  const Extent extent = FindSection(section);
+  if (extent.first == lines_.size()) {
+    Insert(lines_.size(), L"[" + std::wstring(Trim(section)) + L"]");
+    Insert(lines_.size(), std::wstring(Trim(key)) + L"=" + std::wstring(value));
+    return;
+  }
+  const std::size_t line = FindKey(extent, key);
+  if (line < extent.end) {
+    std::wstring& text = lines_[line].text;
+    const std::wstring_view stored = Trim(std::wstring_view(text).substr(text.find(L'=') + 1));
+    if (stored == Trim(value)) return;
+    text = std::wstring(*KeyName(text)) + L"=" + std::wstring(value);
+    return;
+  }
+  std::size_t position = extent.end;
+  while (Trim(lines_[position - 1].text).empty()) --position;
+  Insert(position, std::wstring(Trim(key)) + L"=" + std::wstring(value));
+}
+
+void ProfileText::RemoveKey(std::wstring_view section, std::wstring_view key) {
+  const Extent extent = FindSection(section);
+  const std::size_t line = FindKey(extent, key);
+  if (line < extent.end) lines_.erase(lines_.begin() + static_cast<std::ptrdiff_t>(line));
+}
+
+void ProfileText::RemoveSection(std::wstring_view section) {
+  const Extent extent = FindSection(section);
+  lines_.erase(lines_.begin() + static_cast<std::ptrdiff_t>(extent.first),
+               lines_.begin() + static_cast<std::ptrdiff_t>(extent.end));
+}
+
+std::string ProfileText::Bytes() const {
+  std::string bytes(wide_ ? kWideMark : std::string_view());
+  for (const Line& line : lines_) {
+    if (wide_) {
+      AppendUnits(bytes, line.text);
+      AppendUnits(bytes, line.ending);
+    } else {
+      bytes += page_.Encode(line.text);
+      bytes += page_.Encode(line.ending);
+    }
+  }
+  return bytes;
+}
+
+}  // namespace tdefault::platform::simulation

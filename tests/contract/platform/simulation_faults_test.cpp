@@ -1,0 +1,221 @@
+// What only the simulation can show: calls that fail on demand, a process that ends, other
+// processes that hold files, scripted answers.
+#include <doctest/doctest.h>
+
+#include "platform/simulation/simulation.h"
+
+using namespace tdefault::platform;
+using simulation::ProcessEnded;
+using simulation::Simulation;
+
+namespace {
+
+constexpr std::uint32_t kDiskFull = system_code::kDiskFull;
+
+}  // namespace
+
+TEST_CASE("a call told to fail has no effect and fails once") {
+  Simulation machine;
+  machine.PutFile(L"a.ini", "[S]\r\nk=old\r\n");
+  ProfileFiles& profiles = machine.platform().profile_files;
+  machine.FailCall(1, kDiskFull);
+  CHECK(profiles.WriteEntry(L"S", L"k", L"new", L".\\a.ini") == 0);
+  CHECK(machine.Contents(L"a.ini") == "[S]\r\nk=old\r\n");
+  CHECK(profiles.WriteEntry(L"S", L"k", L"new", L".\\a.ini") != 0);
+  CHECK(machine.Contents(L"a.ini") == "[S]\r\nk=new\r\n");
+}
+
+TEST_CASE("a failing read of an entry gives the fallback") {
+  Simulation machine;
+  machine.PutFile(L"a.ini", "[S]\r\nk=v\r\n");
+  machine.FailCall(1, system_code::kAccessDenied);
+  ProfileFiles& profiles = machine.platform().profile_files;
+  CHECK(profiles.ReadEntry(L"S", L"k", L"fallback", 100, L".\\a.ini") == L"fallback");
+  CHECK(profiles.ReadEntry(L"S", L"k", L"fallback", 100, L".\\a.ini") == L"v");
+}
+
+TEST_CASE("from the call told on, every call fails") {
+  Simulation machine;
+  machine.PutFile(L"a.txt", "x");
+  Files& files = machine.platform().files;
+  machine.FailFrom(2, kDiskFull);
+  CHECK(files.Copy(L"a.txt", L"b.txt").ok());
+  CHECK(files.Remove(L"a.txt").code() == kDiskFull);
+  CHECK(files.Remove(L"a.txt").code() == kDiskFull);
+  CHECK(machine.Exists(L"a.txt"));
+}
+
+TEST_CASE("the next call of an operation can be told to fail") {
+  Simulation machine;
+  machine.PutFile(L"a.txt", "x");
+  Files& files = machine.platform().files;
+  machine.FailNext("Remove", kDiskFull);
+  CHECK(files.Copy(L"a.txt", L"b.txt").ok());
+  CHECK(files.Remove(L"a.txt").code() == kDiskFull);
+  CHECK(files.Remove(L"a.txt").ok());
+}
+
+TEST_CASE("a failing copy leaves half of the content in the target") {
+  Simulation machine;
+  machine.PutFile(L"a.txt", "12345678");
+  machine.PutFile(L"b.txt", "other content");
+  machine.FailCall(1, kDiskFull);
+  CHECK(machine.platform().files.Copy(L"a.txt", L"b.txt").code() == kDiskFull);
+  CHECK(machine.Contents(L"a.txt") == "12345678");
+  CHECK(machine.Contents(L"b.txt") == "1234");
+}
+
+TEST_CASE("a failing replacement leaves both files as they were") {
+  Simulation machine;
+  machine.PutFile(L"a.txt", "new");
+  machine.PutFile(L"b.txt", "old");
+  machine.FailCall(1, kDiskFull);
+  CHECK(machine.platform().files.Replace(L"a.txt", L"b.txt").code() == kDiskFull);
+  CHECK(machine.Contents(L"a.txt") == "new");
+  CHECK(machine.Contents(L"b.txt") == "old");
+}
+
+TEST_CASE("operations with an optional result fail with its absence") {
+  Simulation machine;
+  machine.Answer(MessageAnswer::kYes);
+  machine.FailFrom(1, kDiskFull);
+  Platform& platform = machine.platform();
+  CHECK_FALSE(platform.session.Version());
+  CHECK_FALSE(platform.session.DisplayName(260));
+  CHECK_FALSE(platform.session.LogOnName(260));
+  CHECK_FALSE(platform.session.SystemMessage(2));
+  CHECK_FALSE(platform.session.EnvironmentValue(L"TMP"));
+  CHECK_FALSE(platform.guid_source.Create());
+  CHECK_FALSE(platform.dialogs.AskYesNoCancel(L"title", L"text"));
+  CHECK(machine.shown_boxes().empty());
+  CHECK(platform.session.HostTitle() == L"Host");
+  CHECK(platform.session.AnsiCodePage() == 1252);
+  CHECK(platform.clock.Pause(5, false) == kDiskFull);
+  CHECK(machine.pauses().empty());
+}
+
+TEST_CASE("a failing enumeration ends early") {
+  Simulation machine;
+  machine.PutFile(L"a.txt", "");
+  auto listing = machine.platform().files.Enumerate(L"*");
+  REQUIRE(listing.ok());
+  CHECK(listing.value()->Next());
+  machine.FailCall(3, kDiskFull);
+  CHECK_FALSE(listing.value()->Next());
+}
+
+TEST_CASE("the process ends at the call told, before it takes effect, and for good") {
+  Simulation machine;
+  machine.PutFile(L"a.txt", "x");
+  Files& files = machine.platform().files;
+  machine.EndProcessAt(2);
+  CHECK(files.Copy(L"a.txt", L"b.txt").ok());
+  CHECK_THROWS_AS(static_cast<void>(files.Remove(L"a.txt")), ProcessEnded);
+  CHECK_THROWS_AS(static_cast<void>(machine.platform().session.Version()), ProcessEnded);
+  CHECK(machine.Exists(L"a.txt"));
+  machine.Restart();
+  CHECK(machine.call_count() == 0);
+  CHECK(files.Remove(L"a.txt").ok());
+}
+
+TEST_CASE("a process that ends leaves no file open") {
+  Simulation machine;
+  machine.PutFile(L"a.txt", "x");
+  machine.EndProcessAt(2);
+  CHECK_THROWS_AS(
+      {
+        auto file = machine.platform().files.Open(L"a.txt", FileAccess::kRead, FileShare::kNone);
+        CHECK(machine.open_handles() == 1);
+        static_cast<void>(file.value()->Size());
+      },
+      ProcessEnded);
+  CHECK(machine.open_handles() == 0);
+  machine.Restart();
+  CHECK(machine.platform().files.Remove(L"a.txt").ok());
+}
+
+TEST_CASE("calls are counted and recorded with what they are about") {
+  Simulation machine;
+  machine.PutFile(L"C:\\data\\a.txt", "x");
+  static_cast<void>(machine.platform().files.Copy(L"C:\\data\\a.txt", L"b.txt"));
+  static_cast<void>(machine.platform().session.Version());
+  REQUIRE(machine.call_count() == 2);
+  CHECK(machine.calls()[0].operation == "Copy");
+  CHECK(machine.calls()[0].path == L"C:\\data\\a.txt");
+  CHECK(machine.calls()[0].target == L"b.txt");
+  CHECK(machine.calls()[1].operation == "Version");
+  CHECK(machine.calls()[1].path.empty());
+}
+
+TEST_CASE("a read-only file refuses deletion, replacement and profile writes") {
+  Simulation machine;
+  machine.PutFile(L"a.ini", "[S]\r\nk=v\r\n");
+  machine.PutFile(L"b.ini", "");
+  machine.SetReadOnly(L"a.ini");
+  Platform& platform = machine.platform();
+  CHECK(platform.files.Remove(L"a.ini").code() == system_code::kAccessDenied);
+  CHECK(platform.files.Replace(L"b.ini", L"a.ini").code() == system_code::kAccessDenied);
+  CHECK(platform.files.Copy(L"b.ini", L"a.ini").code() == system_code::kAccessDenied);
+  CHECK(platform.files.Open(L"a.ini", FileAccess::kWrite, FileShare::kReadWrite).code() ==
+        system_code::kAccessDenied);
+  CHECK(platform.profile_files.WriteEntry(L"S", L"k", L"w", L".\\a.ini") == 0);
+  CHECK(machine.Contents(L"a.ini") == "[S]\r\nk=v\r\n");
+  CHECK(platform.files.ClearReadOnly(L"a.ini").ok());
+  CHECK(platform.profile_files.WriteEntry(L"S", L"k", L"w", L".\\a.ini") != 0);
+}
+
+TEST_CASE("a file that another process holds is refused until it is released") {
+  Simulation machine;
+  machine.PutFile(L"a.ini", "[S]\r\nk=v\r\n");
+  auto held = machine.HoldOpen(L"a.ini", FileShare::kNone);
+  Platform& platform = machine.platform();
+  CHECK(platform.files.Open(L"a.ini", FileAccess::kRead, FileShare::kRead).code() ==
+        system_code::kSharingViolation);
+  CHECK(platform.profile_files.ReadEntry(L"S", L"k", L"none", 100, L".\\a.ini") == L"none");
+  CHECK(platform.profile_files.WriteEntry(L"S", L"k", L"w", L".\\a.ini") == 0);
+  CHECK_THROWS_AS(static_cast<void>(machine.HoldOpen(L"a.ini")), std::invalid_argument);
+  held.Release();
+  CHECK(platform.profile_files.ReadEntry(L"S", L"k", L"none", 100, L".\\a.ini") == L"v");
+}
+
+TEST_CASE("message boxes get the scripted answers in order and are recorded") {
+  Simulation machine;
+  machine.Answer(MessageAnswer::kNo);
+  machine.Answer(MessageAnswer::kYes);
+  Dialogs& dialogs = machine.platform().dialogs;
+  CHECK(dialogs.AskYesNoCancel(L"one", L"first") == MessageAnswer::kNo);
+  CHECK(dialogs.AskYesNoCancel(L"two", L"second") == MessageAnswer::kYes);
+  CHECK_FALSE(dialogs.AskYesNoCancel(L"three", L"third"));
+  REQUIRE(machine.shown_boxes().size() == 2);
+  CHECK(machine.shown_boxes()[1].title == L"two");
+  CHECK(machine.shown_boxes()[1].text == L"second");
+}
+
+TEST_CASE("the same seed makes the same identifiers, and given ones come first") {
+  Simulation one(7);
+  Simulation other(7);
+  Guid given;
+  given.data1 = 0x12345678;
+  one.AddGuid(given);
+  CHECK(one.platform().guid_source.Create()->data1 == 0x12345678);
+  CHECK(one.platform().guid_source.Create()->data4 == other.platform().guid_source.Create()->data4);
+  one.SetGuidSourceFailing(true);
+  CHECK_FALSE(one.platform().guid_source.Create());
+}
+
+TEST_CASE("pauses are recorded and take no time") {
+  Simulation machine;
+  CHECK(machine.platform().clock.Pause(1000000, true) == 0);
+  REQUIRE(machine.pauses().size() == 1);
+  CHECK(machine.pauses()[0].milliseconds == 1000000);
+  CHECK(machine.pauses()[0].alertable);
+}
+
+TEST_CASE("text goes through the code page that the machine was given") {
+  Simulation machine(1, 1250);
+  Platform& platform = machine.platform();
+  CHECK(platform.session.AnsiCodePage() == 1250);
+  CHECK(platform.profile_files.WriteEntry(L"S", L"k", L"\u0142 \u00E9 \u0416", L".\\a.ini") != 0);
+  CHECK(machine.Contents(L"a.ini") == "[S]\r\nk=\xB3 \xE9 ?\r\n");
+  CHECK(platform.profile_files.ReadEntry(L"S", L"k", L"", 100, L".\\a.ini") == L"\u0142 \u00E9 ?");
+}

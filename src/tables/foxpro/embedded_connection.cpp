@@ -1,0 +1,64 @@
+#include "tables/foxpro/embedded_connection.h"
+
+#include <utility>
+
+#include "tables/foxpro/access_errors.h"
+#include "tables/foxpro/connection_string.h"
+#include "tables/foxpro/embedded_recordset.h"
+
+namespace tdefault::tables::foxpro {
+namespace {
+
+constexpr wchar_t kSource[] = L"Connection";
+
+}  // namespace
+
+EmbeddedConnection::EmbeddedConnection(platform::Files& files, std::uint32_t ansi_code_page)
+    : files_(files), ansi_code_page_(ansi_code_page) {}
+
+EmbeddedConnection::~EmbeddedConnection() {
+  if (folder_) EmbeddedConnection::Close();
+}
+
+void EmbeddedConnection::Open() {
+  if (folder_) throw ObjectIsOpen(kSource, L"Open");
+  ConnectionParts parts = ParseConnectionString(connection_string_);
+  CheckFolder(parts.data_source);
+  const TableView view{parts.sequence, parts.hides_deleted, ansi_code_page_};
+  folder_ = std::make_unique<TableFolder>(files_, std::move(parts.data_source), view);
+  open_cursor_location_ = cursor_location_;
+  open_mode_ = mode_;
+}
+
+void EmbeddedConnection::CheckFolder(const std::wstring& path) const {
+  const auto entries = files_.Enumerate(path + L"\\*");
+  // The root folder of an empty drive exists and has no entries: "file not found".
+  namespace system_code = platform::system_code;
+  if (entries.ok() || entries.code() == system_code::kFileNotFound) return;
+  const bool denied = entries.code() == system_code::kAccessDenied;
+  throw Error(denied ? error_number::kNoPermission : error_number::kTableDamaged, kSource,
+              L"The data folder " + path +
+                  (denied ? L" may not be listed. Ask for the right to read it."
+                          : L" does not exist or cannot be reached (system error " +
+                                std::to_wstring(entries.code()) +
+                                L"). Check its path, the drive and the network connection."));
+}
+
+void EmbeddedConnection::Close() {
+  if (!folder_) throw ObjectIsClosed(kSource, L"Close");
+  while (!recordsets_.empty()) (*recordsets_.begin())->Close();
+  folder_.reset();
+}
+
+ObjectState EmbeddedConnection::state() const {
+  return folder_ ? ObjectState::kOpen : ObjectState::kClosed;
+}
+
+std::unique_ptr<Recordset> EmbeddedConnection::Execute(const std::wstring& statement) {
+  if (!folder_) throw ObjectIsClosed(kSource, L"Execute " + statement);
+  auto recordset = std::make_unique<EmbeddedRecordset>();
+  recordset->Open(statement, *this, CursorType::kForwardOnly, LockType::kReadOnly);
+  return recordset;
+}
+
+}  // namespace tdefault::tables::foxpro

@@ -1,0 +1,52 @@
+// From the bytes of a record to the values of its columns.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "base/value.h"
+#include "tables/foxpro/memo_file.h"
+#include "tables/foxpro/table_errors.h"
+#include "tables/foxpro/table_layout.h"
+
+namespace tdefault::tables::foxpro {
+
+// The number that a numeric column stores as text: blanks around it ignored, blank is 0. Absent
+// when the text is no number; so are the asterisks of a number that did not fit its column.
+[[nodiscard]] std::optional<double> ParseStoredNumber(std::string_view text);
+
+// The day that a date column stores as eight digits; blanks or zeros are the empty date. Absent
+// when the text is no day.
+[[nodiscard]] std::optional<Date> ParseStoredDate(std::string_view text);
+
+// Decodes the records of one table. Stored numbers become double (columns of the types N, F and B)
+// or 32-bit integers (type I); text stays blank-padded as stored.
+class RecordDecoder {
+ public:
+  // All three outlive the decoder; `memo` is null for a table without a memo file.
+  RecordDecoder(const TableLayout& layout, const TableIdentity& table, MemoFile* memo);
+
+  // `record` points at the deletion mark of a whole record. Throws kTableDamaged naming the place
+  // when the bytes are no value of the column. REQUIRES: column < layout.columns.size().
+  [[nodiscard]] Value Decode(std::size_t column, const std::uint8_t* record,
+                             std::uint32_t record_number) const;
+
+ private:
+  [[nodiscard]] bool Flag(const std::uint8_t* record, std::size_t bit) const;
+  [[nodiscard]] std::wstring DecodeText(std::string_view bytes) const;
+  [[nodiscard]] Value DecodeMemo(const StoredColumn& stored, std::string_view bytes,
+                                 const ValuePlace& place) const;
+  [[nodiscard]] std::string_view VariableLength(std::string_view bytes,
+                                                const ValuePlace& place) const;
+
+  const TableLayout& layout_;
+  const TableIdentity& table_;
+  MemoFile* memo_;
+  std::array<wchar_t, 256> characters_{};  // of the table's code page, by byte
+};
+
+}  // namespace tdefault::tables::foxpro

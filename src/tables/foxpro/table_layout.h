@@ -1,0 +1,42 @@
+// The header of a table file: what columns its records hold, and where.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "base/code_page.h"
+#include "platform/files.h"
+#include "tables/foxpro/table_errors.h"
+#include "tables/row_source.h"
+
+namespace tdefault::tables::foxpro {
+
+struct StoredColumn {
+  Column column;
+  std::size_t offset = 0;  // in the record, behind the deletion mark at 0
+  // Bits of the _NullFlags column: the value is null; the last byte of the value is its length.
+  std::optional<std::size_t> null_bit;
+  std::optional<std::size_t> length_bit;
+};
+
+struct TableLayout {
+  std::uint8_t version = 0;
+  std::uint32_t record_count = 0;
+  std::uint32_t header_length = 0;
+  std::uint32_t record_length = 0;
+  CodePage code_page;
+  std::vector<StoredColumn> columns;  // without the system columns
+  std::size_t null_flags_offset = 0;  // of _NullFlags in the record, where a column has a bit
+  bool has_memo_columns = false;
+  bool memo_pointers_are_digits = false;  // 10 digits instead of 4 bytes
+};
+
+// Reads and checks the header against itself and the size of the file. `ansi_code_page` is the page
+// of tables without a code page mark. Throws FileFailure, DamagedFile and RefusedFile.
+[[nodiscard]] TableLayout ReadTableLayout(platform::File& file, const TableIdentity& table,
+                                          std::uint32_t ansi_code_page);
+
+}  // namespace tdefault::tables::foxpro

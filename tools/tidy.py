@@ -23,7 +23,7 @@ RULE: dict[str, list[str]] = {
     "platform": [],
     "platform/simulation": PLATFORM,
     "platform/win32": PLATFORM,
-    "tables": PLATFORM,
+    "tables": PLATFORM + ["tables/foxpro"],  # the choice between the kinds of table access
     "tables/foxpro": PLATFORM + TABLES + ["tables/sql"],
     "tables/sql": PLATFORM + TABLES,
     "tables/ado": TABLES,

@@ -14,8 +14,8 @@
 namespace tdefault::tables::foxpro {
 namespace {
 
-// Starts, three times in a row, the weight of a character that the page lacks. No head of GENERAL is
-// as high; under MACHINE only a text of three characters 255 comes close.
+// Starts, three times in a row, the weight of a character that the page lacks. No head of GENERAL
+// is as high; under MACHINE only a text of three characters 255 comes close.
 constexpr std::uint8_t kLacking = 255;
 
 // The bytes of a page's characters, found faster than CodePage::Encode does.

@@ -71,7 +71,8 @@ class PartReader {
       }
       value += text_[position];
     }
-    if (position == text_.size()) throw Refused(L"the value of " + name + L" lacks its second quote");
+    if (position == text_.size())
+      throw Refused(L"the value of " + name + L" lacks its second quote");
     text_.remove_prefix(position + 1);
     const std::size_t behind = text_.find_first_not_of(L' ');
     if (behind != std::wstring_view::npos && text_[behind] != L';')

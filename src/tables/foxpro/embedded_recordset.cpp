@@ -97,16 +97,18 @@ void EmbeddedRecordset::Open(const std::wstring& source, Connection& connection,
   auto* const embedded = dynamic_cast<EmbeddedConnection*>(&connection);
   if (connection.state() != ObjectState::kOpen) throw ObjectIsClosed(L"Connection", source);
   if (embedded == nullptr) throw InvalidArgument(kSource);
-  rows_ = sql::ExecuteQuery(source, embedded->tables());
-  row_number_ = 0;
+  auto rows = sql::ExecuteQuery(source, embedded->tables());
+  eof_ = !rows->Next();
+  row_number_ = eof_ ? 0 : 1;
+  ++step_count_;
   record_count_.reset();
-  Step();
+  rows_ = std::move(rows);
   const auto& columns = rows_->columns();
   for (std::size_t position = 0; position < columns.size(); ++position)
     fields_.push_back(std::make_unique<RowField>(*this, position, columns[position]));
   statement_ = source;
-  const bool client = cursor_location_.value_or(embedded->cursor_location()) ==
-                      CursorLocation::kClient;
+  const bool client =
+      cursor_location_.value_or(embedded->cursor_location()) == CursorLocation::kClient;
   counts_ = client || cursor_type == CursorType::kStatic || cursor_type == CursorType::kKeyset;
   embedded->Add(*this);
   connection_ = embedded;

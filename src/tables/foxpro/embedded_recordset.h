@@ -57,7 +57,7 @@ class EmbeddedRecordset final : public Recordset {
   EmbeddedConnection* connection_ = nullptr;  // null while closed
   std::wstring statement_;
   bool counts_ = false;
-  std::vector<std::unique_ptr<RowField>> fields_;
+  std::vector<std::unique_ptr<Field>> fields_;
 
   // Counting goes through the rows and comes back, so it moves these without changing what a user
   // of the recordset sees.

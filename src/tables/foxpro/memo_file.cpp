@@ -63,8 +63,7 @@ Bytes MemoFile::Read(std::uint32_t block, const ValuePlace& place) {
 void MemoFile::ReadAt(std::uint64_t offset, std::span<std::uint8_t> target) {
   if (target.empty()) return;
   const auto held = [this, offset, &target] {
-    return offset >= window_offset_ &&
-           offset + target.size() <= window_offset_ + window_.size();
+    return offset >= window_offset_ && offset + target.size() <= window_offset_ + window_.size();
   };
   if (target.size() <= kWindowSize) {
     if (!held()) FetchWindow(offset);

@@ -188,8 +188,8 @@ std::string_view RecordDecoder::VariableLength(std::string_view bytes,
                                                const ValuePlace& place) const {
   const auto length = static_cast<std::size_t>(static_cast<unsigned char>(bytes.back()));
   if (length >= bytes.size()) {
-    throw DamagedValue(place, L"the stored length " + std::to_wstring(length) +
-                                  L" is more than the column holds");
+    throw DamagedValue(
+        place, L"the stored length " + std::to_wstring(length) + L" is more than the column holds");
   }
   return bytes.substr(0, length);
 }
@@ -201,7 +201,8 @@ Value RecordDecoder::DecodeMemo(const StoredColumn& stored, std::string_view byt
   Bytes data;
   if (*block != 0) {
     if (memo_ == nullptr) {
-      throw RefusedValue(place, L"the value stands in a memo file of dBASE (.dbt), which is not read",
+      throw RefusedValue(place,
+                         L"the value stands in a memo file of dBASE (.dbt), which is not read",
                          L"Copy the table to a new table with FoxPro and use that one.");
     }
     data = memo_->Read(*block, place);

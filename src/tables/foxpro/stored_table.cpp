@@ -15,6 +15,7 @@ namespace {
 constexpr std::size_t kBufferSize = 512 * std::size_t{1024};
 constexpr std::wstring_view kTableEnding = L".dbf";
 constexpr std::wstring_view kMemoEnding = L".fpt";
+constexpr std::wstring_view kNotInNames = L"\\/:*?\"<>|";
 
 std::unique_ptr<platform::File> OpenTableFile(platform::Files& files,
                                               const TableIdentity& identity) {
@@ -36,8 +37,9 @@ std::unique_ptr<MemoFile> OpenMemoFile(platform::Files& files, const TableIdenti
   if (file.code() != system_code::kFileNotFound && file.code() != system_code::kPathNotFound)
     throw FileFailure(identity, path, L"opened", file.code());
   throw RefusedFile(identity, identity.path,
-                    L"its memo file " + path + L", which holds the values of its memo columns, "
-                    L"does not exist",
+                    L"its memo file " + path +
+                        L", which holds the values of its memo columns, "
+                        L"does not exist",
                     L"Restore that file from the same backup as the table.");
 }
 
@@ -81,8 +83,8 @@ class StoredTable::Cursor final : public RowCursor {
   void Fetch() {
     const TableLayout& layout = table_.layout_;
     const std::uint32_t left = layout.record_count - number_ + 1;
-    const auto fitting = static_cast<std::uint32_t>(
-        std::max<std::size_t>(1, kBufferSize / layout.record_length));
+    const auto fitting =
+        static_cast<std::uint32_t>(std::max<std::size_t>(1, kBufferSize / layout.record_length));
     const std::uint32_t count = std::min(left, fitting);
     buffer_.resize(static_cast<std::size_t>(count) * layout.record_length);
     const std::uint64_t offset =
@@ -128,13 +130,13 @@ TableFolder::TableFolder(platform::Files& files, std::wstring path, const TableV
     : files_(files), path_(std::move(path)), view_(view) {}
 
 std::unique_ptr<Table> TableFolder::OpenTable(const std::wstring& name) {
-  constexpr std::wstring_view kRefused = L"\\/:*?\"<>|";
   const bool refused = std::any_of(name.begin(), name.end(), [](wchar_t character) {
     return static_cast<std::uint32_t>(character) < 0x20 ||
-           kRefused.find(character) != std::wstring_view::npos;
+           kNotInNames.find(character) != std::wstring_view::npos;
   });
   if (name.empty() || refused)
-    throw NoSuchTable(name, L"a table is named without folder and without any of \\ / : * ? \" < > |");
+    throw NoSuchTable(name,
+                      L"a table is named without folder and without any of \\ / : * ? \" < > |");
   TableIdentity identity{name, path_ + L"\\" + name + std::wstring(kTableEnding)};
   return std::make_unique<StoredTable>(files_, std::move(identity), view_);
 }

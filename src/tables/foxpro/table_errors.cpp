@@ -36,8 +36,7 @@ Error RefusedValue(const ValuePlace& place, const std::wstring& reason,
 
 Error RefusedFile(const TableIdentity& table, const std::wstring& file, const std::wstring& reason,
                   const std::wstring& remedy) {
-  return {error_number::kTableDamaged, kSource,
-          Subject(table, file) + reason + L". " + remedy};
+  return {error_number::kTableDamaged, kSource, Subject(table, file) + reason + L". " + remedy};
 }
 
 Error FileFailure(const TableIdentity& table, const std::wstring& file, const wchar_t* action,
@@ -51,9 +50,9 @@ Error FileFailure(const TableIdentity& table, const std::wstring& file, const wc
                   L"the file is in use by another program, which allows nobody else to read it. "
                   L"Close it there and try again."};
     case system_code::kAccessDenied:
-      return {error_number::kNoPermission, kSource,
-              Subject(table, file) +
-                  L"access to the file is denied. Ask for the right to read it."};
+      return {
+          error_number::kNoPermission, kSource,
+          Subject(table, file) + L"access to the file is denied. Ask for the right to read it."};
     default:
       return {error_number::kTableDamaged, kSource,
               Subject(table, file) + L"the file could not be " + action + L" (system error " +
@@ -63,8 +62,7 @@ Error FileFailure(const TableIdentity& table, const std::wstring& file, const wc
 
 Error NoSuchTable(const std::wstring& name, const std::wstring& reason) {
   return {error_number::kNoSuchTable, kSource,
-          L"There is no table " + name + L": " + reason +
-              L". Check the name and the data folder."};
+          L"There is no table " + name + L": " + reason + L". Check the name and the data folder."};
 }
 
 }  // namespace tdefault::tables::foxpro

@@ -20,14 +20,14 @@ struct CodePageMark {
 };
 
 constexpr std::array kCodePageMarks = {
-    CodePageMark{0x01, 437},   CodePageMark{0x02, 850},  CodePageMark{0x03, 1252},
-    CodePageMark{0x04, 10000}, CodePageMark{0x64, 852},  CodePageMark{0x65, 866},
-    CodePageMark{0x66, 865},   CodePageMark{0x67, 861},  CodePageMark{0x68, 895},
-    CodePageMark{0x69, 620},   CodePageMark{0x6A, 737},  CodePageMark{0x6B, 857},
-    CodePageMark{0x78, 950},   CodePageMark{0x79, 949},  CodePageMark{0x7A, 936},
-    CodePageMark{0x7B, 932},   CodePageMark{0x7C, 874},  CodePageMark{0x7D, 1255},
+    CodePageMark{0x01, 437},   CodePageMark{0x02, 850},   CodePageMark{0x03, 1252},
+    CodePageMark{0x04, 10000}, CodePageMark{0x64, 852},   CodePageMark{0x65, 866},
+    CodePageMark{0x66, 865},   CodePageMark{0x67, 861},   CodePageMark{0x68, 895},
+    CodePageMark{0x69, 620},   CodePageMark{0x6A, 737},   CodePageMark{0x6B, 857},
+    CodePageMark{0x78, 950},   CodePageMark{0x79, 949},   CodePageMark{0x7A, 936},
+    CodePageMark{0x7B, 932},   CodePageMark{0x7C, 874},   CodePageMark{0x7D, 1255},
     CodePageMark{0x7E, 1256},  CodePageMark{0x96, 10007}, CodePageMark{0x97, 10029},
-    CodePageMark{0x98, 10006}, CodePageMark{0xC8, 1250}, CodePageMark{0xC9, 1251},
+    CodePageMark{0x98, 10006}, CodePageMark{0xC8, 1250},  CodePageMark{0xC9, 1251},
     CodePageMark{0xCA, 1254},  CodePageMark{0xCB, 1253}};
 
 constexpr std::wstring_view kCarriedPages = L"437, 850, 1250, 1251 and 1252";
@@ -238,10 +238,9 @@ class LayoutReader {
     column.fixed_width = rule.type == 'C' && !binary;
     const std::uint32_t displacement = LittleEndian32(descriptor, field_descriptor::kDisplacement);
     if (visual_ && displacement != 0 && displacement != offset) {
-      throw Damaged(L"its column " + column.name + L" starts at byte " +
-                    std::to_wstring(displacement) +
-                    L" of the record where the columns before it end at " +
-                    std::to_wstring(offset));
+      throw Damaged(
+          L"its column " + column.name + L" starts at byte " + std::to_wstring(displacement) +
+          L" of the record where the columns before it end at " + std::to_wstring(offset));
     }
     if (rule.type == 'V' || rule.type == 'Q') stored.length_bit = bits++;
     if (column.nullable) stored.null_bit = bits++;
@@ -277,8 +276,8 @@ class LayoutReader {
     }
     const std::uint8_t length = descriptor[field_descriptor::kLength];
     const std::uint8_t pointer = visual_ ? kMemoPointerLength : kMemoDigitsLength;
-    const bool fits = IsMemoType(type) ? length == pointer
-                                       : length >= rule->shortest && length <= rule->longest;
+    const bool fits =
+        IsMemoType(type) ? length == pointer : length >= rule->shortest && length <= rule->longest;
     if (!fits) {
       throw Damaged(L"its column " + name + L" of type " + std::wstring(1, type) + L" is " +
                     std::to_wstring(length) + L" bytes long, which is no length of that type");
@@ -298,10 +297,9 @@ class LayoutReader {
   void CheckFileSize(const TableLayout& layout) {
     const auto size = file_.Size();
     if (!size.ok()) throw FileFailure(table_, table_.path, L"read", size.code());
-    const std::uint64_t room =
-        size.value() < layout.header_length
-            ? 0
-            : (size.value() - layout.header_length) / layout.record_length;
+    const std::uint64_t room = size.value() < layout.header_length
+                                   ? 0
+                                   : (size.value() - layout.header_length) / layout.record_length;
     if (room < layout.record_count) {
       throw Damaged(L"it is cut short and has room for " + std::to_wstring(room) + L" of its " +
                     std::to_wstring(layout.record_count) + L" records");

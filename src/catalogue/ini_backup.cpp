@@ -68,20 +68,13 @@ void IniBackup::KeepAsPrevious() {
     throw Error(error_number::kOverflow, kSource,
                 L"Overflow: the path '" + path_ + L"' is too short to name its previous version");
   previous_ = path_.substr(0, path_.size() - kEnding) + L"old";
-  SystemStatus status = platform_.files.Replace(backup_, previous_);
-  if (!status.ok()) {
-    support::WaitBeforeRetry(platform_);
-    static_cast<void>(platform_.files.ClearReadOnly(previous_));
-    status = platform_.files.Replace(backup_, previous_);
-  }
-  if (!status.ok()) {
-    if (!platform_.files.Copy(backup_, previous_).ok())
-      throw support::FileFailure(
-          platform_.session, status.code(), kSource,
-          L"The previous version of '" + path_ + L"' could not be kept as '" + previous_ + L"'");
-    // A backup that cannot be deleted is left over; the save has its outcome all the same.
-    static_cast<void>(support::RemoveWithRetry(platform_, backup_));
-  }
+  const SystemStatus status = MoveBackupTo(previous_);
+  if (!status.ok())
+    throw support::FileFailure(
+        platform_.session, status.code(), kSource,
+        L"The previous version of '" + path_ + L"' could not be kept as '" + previous_ + L"'");
+  // A backup that was copied and cannot be deleted is left over: the save has its outcome.
+  static_cast<void>(Discard());
   state_ = State::kKeptAsPrevious;
 }
 
@@ -90,38 +83,56 @@ std::optional<Error> IniBackup::Restore() {
   if (state == State::kNone) return std::nullopt;
   if (state == State::kKeptAsPrevious) {
     if (!changed_) return std::nullopt;
-    try {
-      backup_ = support::MakeTempCopy(platform_, previous_);
-    } catch (const Error&) {
-      backup_.clear();
-    }
+    backup_ = CopyOf(previous_);
     if (backup_.empty())
       return Error(error_number::kPathFileAccess, kSource,
                    L"The file '" + path_ +
-                       L"' could not be put back as it was before the save. Its " +
-                       L"content from before is in '" + previous_ + L"'.");
+                       L"' could not be put back as it was before the save: its "
+                       L"previous version cannot be copied. Its content from before is in '" +
+                       previous_ + L"'.");
   }
-  return changed_ ? RestoreFromBackup() : Discard();
+  // A file that another program holds refuses the move, but it has refused the writes as well.
+  if (!changed_ || SameContent(platform_.files, backup_, path_)) return Discard();
+  const SystemStatus status = MoveBackupTo(path_);
+  if (status.ok()) return Discard();
+  return support::FileFailure(platform_.session, status.code(), kSource,
+                              L"The file '" + path_ +
+                                  L"' could not be put back as it was before the save. Its content "
+                                  L"from before is in '" +
+                                  backup_ + L"'");
 }
 
-std::optional<Error> IniBackup::RestoreFromBackup() {
-  if (platform_.files.Replace(backup_, path_).ok()) return std::nullopt;
-  // A file that another program holds refuses the move, but it refused the writes as well.
-  if (SameContent(platform_.files, backup_, path_)) return Discard();
+SystemStatus IniBackup::MoveBackupTo(const std::wstring& target) {
+  if (platform_.files.Replace(backup_, target).ok()) {
+    backup_.clear();
+    return {};
+  }
   support::WaitBeforeRetry(platform_);
-  const SystemStatus status = platform_.files.Replace(backup_, path_);
-  if (status.ok()) return std::nullopt;
-  if (platform_.files.Copy(backup_, path_).ok()) return Discard();
-  Error failure = support::FileFailure(
-      platform_.session, status.code(), kSource,
-      L"The file '" + path_ +
-          L"' could not be put back as it was before the save. Its content from "
-          L"before is in '" +
-          backup_ + L"'");
-  return failure;
+  static_cast<void>(platform_.files.ClearReadOnly(target));
+  const SystemStatus status = platform_.files.Replace(backup_, target);
+  if (status.ok()) {
+    backup_.clear();
+    return {};
+  }
+  // Whoever holds the backup may let it be read. The copy is moved, because copying onto the target
+  // would tear it if it failed halfway.
+  const std::wstring copy = CopyOf(backup_);
+  if (copy.empty()) return status;
+  if (platform_.files.Replace(copy, target).ok()) return {};
+  static_cast<void>(support::RemoveWithRetry(platform_, copy));
+  return status;
+}
+
+std::wstring IniBackup::CopyOf(const std::wstring& path) {
+  try {
+    return support::MakeTempCopy(platform_, path);
+  } catch (const Error&) {
+    return {};
+  }
 }
 
 std::optional<Error> IniBackup::Discard() {
+  if (backup_.empty()) return std::nullopt;
   const SystemStatus status = support::RemoveWithRetry(platform_, backup_);
   if (status.ok()) return std::nullopt;
   return support::FileFailure(platform_.session, status.code(), kSource,

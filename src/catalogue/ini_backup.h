@@ -7,6 +7,7 @@
 
 #include "base/error.h"
 #include "platform/platform.h"
+#include "platform/system_result.h"
 
 namespace tdefault::catalogue {
 
@@ -41,12 +42,16 @@ class IniBackup {
  private:
   enum class State { kNone, kBackedUp, kKeptAsPrevious };
 
-  [[nodiscard]] std::optional<Error> RestoreFromBackup();
+  // Moves the backup onto the target; when it had to be copied, the backup is still there.
+  platform::SystemStatus MoveBackupTo(const std::wstring& target);
+  // The path of a new copy; empty text when it cannot be made.
+  [[nodiscard]] std::wstring CopyOf(const std::wstring& path);
+  // Deletes the backup where there is one.
   [[nodiscard]] std::optional<Error> Discard();
 
   platform::Platform& platform_;
   std::wstring path_;
-  std::wstring backup_;
+  std::wstring backup_;  // empty when there is none
   std::wstring previous_;
   State state_ = State::kNone;
   bool changed_ = false;

@@ -1,0 +1,250 @@
+#include "platform/win32/win32_files.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <utility>
+
+#include "platform/win32/narrow_text.h"
+
+namespace tdefault::platform::win32 {
+namespace {
+
+// GetTempFileNameA appends up to 14 characters to the folder.
+constexpr std::size_t kUniqueFolderLimit = MAX_PATH - 14;
+
+class FileHandle {
+ public:
+  explicit FileHandle(HANDLE handle) noexcept : handle_(handle) {}
+  ~FileHandle() {
+    if (handle_ != INVALID_HANDLE_VALUE) CloseHandle(handle_);
+  }
+  FileHandle(const FileHandle&) = delete;
+  FileHandle& operator=(const FileHandle&) = delete;
+
+  [[nodiscard]] HANDLE get() const noexcept { return handle_; }
+
+ private:
+  HANDLE handle_;
+};
+
+class Win32File final : public File {
+ public:
+  explicit Win32File(HANDLE handle) : handle_(handle) {}
+
+  SystemResult<std::size_t> ReadAt(std::uint64_t offset, std::span<std::uint8_t> target) override {
+    std::size_t total = 0;
+    while (total < target.size()) {
+      const std::uint64_t position = offset + total;
+      OVERLAPPED place{};
+      place.Offset = static_cast<DWORD>(position);
+      place.OffsetHigh = static_cast<DWORD>(position >> 32);
+      constexpr std::size_t kLargestRead = std::numeric_limits<std::int32_t>::max();
+      const auto wanted = static_cast<DWORD>(std::min(target.size() - total, kLargestRead));
+      DWORD count = 0;
+      if (!ReadFile(handle_.get(), target.data() + total, wanted, &count, &place)) {
+        if (GetLastError() == ERROR_HANDLE_EOF) break;
+        return LastFailure();
+      }
+      if (count == 0) break;
+      total += count;
+    }
+    return total;
+  }
+
+  SystemResult<std::uint64_t> Size() override {
+    LARGE_INTEGER size{};
+    if (!GetFileSizeEx(handle_.get(), &size)) return LastFailure();
+    return static_cast<std::uint64_t>(size.QuadPart);
+  }
+
+ private:
+  FileHandle handle_;
+};
+
+class Win32FolderEnumeration final : public FolderEnumeration {
+ public:
+  Win32FolderEnumeration(HANDLE handle, const WIN32_FIND_DATAA& first)
+      : handle_(handle), pending_(first) {}
+  ~Win32FolderEnumeration() override { FindClose(handle_); }
+  Win32FolderEnumeration(const Win32FolderEnumeration&) = delete;
+  Win32FolderEnumeration& operator=(const Win32FolderEnumeration&) = delete;
+
+  std::optional<FolderEntry> Next() override {
+    if (!has_pending_) return std::nullopt;
+    FolderEntry entry{Wide(pending_.cFileName),
+                      (pending_.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0};
+    has_pending_ = FindNextFileA(handle_, &pending_) != FALSE;
+    return entry;
+  }
+
+ private:
+  HANDLE handle_;
+  WIN32_FIND_DATAA pending_;
+  bool has_pending_ = true;
+};
+
+DWORD AccessFlags(FileAccess access) {
+  switch (access) {
+    case FileAccess::kRead:
+      return GENERIC_READ;
+    case FileAccess::kWrite:
+      return GENERIC_WRITE;
+    case FileAccess::kReadWrite:
+      break;
+  }
+  return GENERIC_READ | GENERIC_WRITE;
+}
+
+DWORD ShareFlags(FileShare share) {
+  switch (share) {
+    case FileShare::kNone:
+      return 0;
+    case FileShare::kRead:
+      return FILE_SHARE_READ;
+    case FileShare::kReadWrite:
+      break;
+  }
+  return FILE_SHARE_READ | FILE_SHARE_WRITE;
+}
+
+SystemStatus StatusOf(BOOL succeeded) { return succeeded ? SystemStatus() : LastFailure(); }
+
+// Makes sure that the content has reached the disk before a name points to it.
+SystemStatus Flush(const std::string& path) {
+  const FileHandle handle(CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (handle.get() == INVALID_HANDLE_VALUE) return LastFailure();
+  return StatusOf(FlushFileBuffers(handle.get()));
+}
+
+std::string FolderOf(const std::string& path) {
+  const std::size_t end = path.find_last_of("\\/:");
+  if (end == std::string::npos) return ".";
+  return path.substr(0, end + 1);
+}
+
+// The move between volumes, where the system would write into `to` directly: the content goes
+// under a name of its own beside `to` first, so that the last step is a rename on one volume.
+SystemStatus ReplaceAcrossVolumes(const std::string& from, const std::string& to) {
+  std::array<char, MAX_PATH> staged{};
+  if (GetTempFileNameA(FolderOf(to).c_str(), "tov", 0, staged.data()) == 0) return LastFailure();
+  SystemStatus status = StatusOf(CopyFileA(from.c_str(), staged.data(), FALSE));
+  if (status.ok()) {
+    SetFileAttributesA(staged.data(), FILE_ATTRIBUTE_NORMAL);
+    status = Flush(staged.data());
+  }
+  if (status.ok()) {
+    const DWORD attributes = GetFileAttributesA(from.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES) SetFileAttributesA(staged.data(), attributes);
+    status = StatusOf(
+        MoveFileExA(staged.data(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
+  }
+  if (!status.ok()) {
+    SetFileAttributesA(staged.data(), FILE_ATTRIBUTE_NORMAL);
+    DeleteFileA(staged.data());
+    return status;
+  }
+  // The replacement has happened; what is left of `from` is only litter.
+  DeleteFileA(from.c_str());
+  return status;
+}
+
+}  // namespace
+
+SystemResult<std::unique_ptr<File>> Win32Files::Open(const std::wstring& path, FileAccess access,
+                                                     FileShare share) {
+  const SystemResult<std::string> narrow = NarrowPath(path);
+  if (!narrow.ok()) return SystemStatus(narrow.code());
+  SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+  const HANDLE handle = CreateFileA(narrow.value().c_str(), AccessFlags(access), ShareFlags(share),
+                                    &inheritable, OPEN_EXISTING, 0, nullptr);
+  if (handle == INVALID_HANDLE_VALUE) return LastFailure();
+  return std::unique_ptr<File>(std::make_unique<Win32File>(handle));
+}
+
+SystemResult<std::unique_ptr<FolderEnumeration>> Win32Files::Enumerate(
+    const std::wstring& pattern) {
+  const SystemResult<std::string> narrow = NarrowPath(pattern);
+  if (!narrow.ok()) return SystemStatus(narrow.code());
+  WIN32_FIND_DATAA first{};
+  const HANDLE handle = FindFirstFileA(narrow.value().c_str(), &first);
+  if (handle == INVALID_HANDLE_VALUE) return LastFailure();
+  return std::unique_ptr<FolderEnumeration>(
+      std::make_unique<Win32FolderEnumeration>(handle, first));
+}
+
+SystemStatus Win32Files::Remove(const std::wstring& path) {
+  const SystemResult<std::string> narrow = NarrowPath(path);
+  if (!narrow.ok()) return SystemStatus(narrow.code());
+  return StatusOf(DeleteFileA(narrow.value().c_str()));
+}
+
+SystemStatus Win32Files::Replace(const std::wstring& from, const std::wstring& to) {
+  const SystemResult<std::string> source = NarrowPath(from);
+  if (!source.ok()) return SystemStatus(source.code());
+  const SystemResult<std::string> target = NarrowPath(to);
+  if (!target.ok()) return SystemStatus(target.code());
+  const SystemStatus status =
+      StatusOf(MoveFileExA(source.value().c_str(), target.value().c_str(),
+                           MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
+  if (status.code() != ERROR_NOT_SAME_DEVICE) return status;
+  return ReplaceAcrossVolumes(source.value(), target.value());
+}
+
+SystemStatus Win32Files::Copy(const std::wstring& from, const std::wstring& to) {
+  const SystemResult<std::string> source = NarrowPath(from);
+  if (!source.ok()) return SystemStatus(source.code());
+  const SystemResult<std::string> target = NarrowPath(to);
+  if (!target.ok()) return SystemStatus(target.code());
+  return StatusOf(CopyFileA(source.value().c_str(), target.value().c_str(), FALSE));
+}
+
+SystemStatus Win32Files::ClearReadOnly(const std::wstring& path) {
+  const SystemResult<std::string> narrow = NarrowPath(path);
+  if (!narrow.ok()) return SystemStatus(narrow.code());
+  const DWORD attributes = GetFileAttributesA(narrow.value().c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) return LastFailure();
+  if ((attributes & FILE_ATTRIBUTE_READONLY) == 0) return SystemStatus();
+  return StatusOf(
+      SetFileAttributesA(narrow.value().c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY}));
+}
+
+SystemResult<std::wstring> Win32Files::CreateUnique(const std::wstring& folder,
+                                                    const std::wstring& prefix) {
+  const SystemResult<std::string> narrow = NarrowPath(folder);
+  // Whatever is wrong with the name, there is no such folder.
+  if (!narrow.ok() || narrow.value().empty() || narrow.value().size() > kUniqueFolderLimit) {
+    return SystemStatus(system_code::kInvalidFolder);
+  }
+  std::array<char, MAX_PATH> name;
+  name.fill(' ');
+  if (GetTempFileNameA(narrow.value().c_str(), NarrowArgument(prefix).c_str(), 0, name.data()) ==
+      0) {
+    return LastFailure();
+  }
+  return Wide(name.data());
+}
+
+SystemResult<std::wstring> Win32Files::TemporaryFolder() {
+  std::array<char, MAX_PATH + 1> folder{};
+  const DWORD count = GetTempPathA(MAX_PATH, folder.data());
+  if (count == 0) return LastFailure();
+  if (count > MAX_PATH) return SystemStatus(system_code::kNameTooLong);
+  return Wide(std::string_view(folder.data(), count));
+}
+
+SystemResult<std::wstring> Win32Files::Locate(const std::wstring& name, std::uint32_t capacity) {
+  const SystemResult<std::string> narrow = NarrowPath(name);
+  if (!narrow.ok() || narrow.value().empty()) return SystemStatus(system_code::kFileNotFound);
+  std::string found(capacity, ' ');
+  const DWORD count =
+      SearchPathA(nullptr, narrow.value().c_str(), nullptr, capacity, found.data(), nullptr);
+  // A count that reaches the capacity is the size the buffer ought to have had.
+  if (count == 0 || count >= capacity) return SystemStatus(system_code::kFileNotFound);
+  return Wide(std::string_view(found).substr(0, count));
+}
+
+}  // namespace tdefault::platform::win32

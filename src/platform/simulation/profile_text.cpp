@@ -42,13 +42,23 @@ std::optional<std::wstring_view> SectionName(std::wstring_view line) {
   return Trim(text.substr(1, close - 1));
 }
 
-// The name of a key when the line holds one.
+// The name of a key when the line is no header, no comment and not blank; it may lack its "=".
 std::optional<std::wstring_view> KeyName(std::wstring_view line) {
   const std::wstring_view text = Trim(line);
   if (text.empty() || text.front() == L';' || SectionName(text)) return std::nullopt;
-  const std::size_t equals = text.find(L'=');
+  return Trim(text.substr(0, text.find(L'=')));
+}
+
+// The value behind the "=" of a key's line; absent without one.
+std::optional<std::wstring_view> RawValue(std::wstring_view line) {
+  const std::size_t equals = line.find(L'=');
   if (equals == std::wstring_view::npos) return std::nullopt;
-  return Trim(text.substr(0, equals));
+  return Trim(line.substr(equals + 1));
+}
+
+// A written argument loses the blanks in front only; reading takes those behind it off.
+std::wstring WithoutLeadingWhite(std::wstring_view text) {
+  return std::wstring(text.substr(std::min(text.find_first_not_of(kWhite), text.size())));
 }
 
 std::wstring_view WithoutQuotes(std::wstring_view value) {
@@ -74,21 +84,22 @@ ProfileText::ProfileText(std::string_view bytes, CodePage page) : page_(page) {
 }
 
 ProfileText::Extent ProfileText::FindSection(std::wstring_view section) const {
-  Extent extent{lines_.size(), lines_.size()};
+  const std::wstring_view wanted = Trim(section);
+  Extent extent{wanted.empty(), 0, 0, lines_.size()};
   for (std::size_t i = 0; i < lines_.size(); ++i) {
     const std::optional<std::wstring_view> name = SectionName(lines_[i].text);
     if (!name) continue;
-    if (extent.first < lines_.size()) {
+    if (extent.found) {
       extent.end = i;
       break;
     }
-    if (EqualIgnoringCase(*name, Trim(section))) extent.first = i;
+    if (EqualIgnoringCase(*name, wanted)) extent = {true, i, i + 1, lines_.size()};
   }
   return extent;
 }
 
 std::size_t ProfileText::FindKey(Extent extent, std::wstring_view key) const {
-  for (std::size_t i = extent.first; i < extent.end; ++i) {
+  for (std::size_t i = extent.body; extent.found && i < extent.end; ++i) {
     const std::optional<std::wstring_view> name = KeyName(lines_[i].text);
     if (name && EqualIgnoringCase(*name, Trim(key))) return i;
   }
@@ -100,8 +111,9 @@ std::optional<std::wstring> ProfileText::Find(std::wstring_view section,
   const Extent extent = FindSection(section);
   const std::size_t line = FindKey(extent, key);
   if (line == extent.end) return std::nullopt;
-  const std::wstring_view text = lines_[line].text;
-  return std::wstring(WithoutQuotes(Trim(text.substr(text.find(L'=') + 1))));
+  const std::optional<std::wstring_view> value = RawValue(lines_[line].text);
+  if (!value) return std::nullopt;
+  return std::wstring(WithoutQuotes(*value));
 }
 
 void ProfileText::Insert(std::size_t position, std::wstring text) {
@@ -111,23 +123,24 @@ void ProfileText::Insert(std::size_t position, std::wstring text) {
 }
 
 void ProfileText::Set(std::wstring_view section, std::wstring_view key, std::wstring_view value) {
+  const std::wstring stored = WithoutLeadingWhite(value);
+  const std::wstring new_line = WithoutLeadingWhite(key) + L"=" + stored;
   const Extent extent = FindSection(section);
-  if (extent.first == lines_.size()) {
-    Insert(lines_.size(), L"[" + std::wstring(Trim(section)) + L"]");
-    Insert(lines_.size(), std::wstring(Trim(key)) + L"=" + std::wstring(value));
+  if (!extent.found) {
+    Insert(lines_.size(), L"[" + WithoutLeadingWhite(section) + L"]");
+    Insert(lines_.size(), new_line);
     return;
   }
   const std::size_t line = FindKey(extent, key);
   if (line < extent.end) {
     std::wstring& text = lines_[line].text;
-    const std::wstring_view stored = Trim(std::wstring_view(text).substr(text.find(L'=') + 1));
-    if (stored == Trim(value)) return;
-    text = std::wstring(*KeyName(text)) + L"=" + std::wstring(value);
+    if (RawValue(text) == std::wstring_view(stored)) return;
+    text = std::wstring(*KeyName(text)) + L"=" + stored;
     return;
   }
   std::size_t position = extent.end;
-  while (Trim(lines_[position - 1].text).empty()) --position;
-  Insert(position, std::wstring(Trim(key)) + L"=" + std::wstring(value));
+  while (position > extent.body && Trim(lines_[position - 1].text).empty()) --position;
+  Insert(position, new_line);
 }
 
 void ProfileText::RemoveKey(std::wstring_view section, std::wstring_view key) {
@@ -138,6 +151,7 @@ void ProfileText::RemoveKey(std::wstring_view section, std::wstring_view key) {
 
 void ProfileText::RemoveSection(std::wstring_view section) {
   const Extent extent = FindSection(section);
+  if (!extent.found) return;
   lines_.erase(lines_.begin() + static_cast<std::ptrdiff_t>(extent.first),
                lines_.begin() + static_cast<std::ptrdiff_t>(extent.end));
 }

@@ -17,7 +17,8 @@ class ProfileText {
   ProfileText(std::string_view bytes, CodePage page);
 
   // The value of the first key of that name in the first section of that name, trimmed and without
-  // one pair of quotes. Absent when there is no such key; empty when nothing follows its "=".
+  // one pair of quotes. Absent when there is no such key or it has no "="; empty when nothing
+  // follows its "=". The section without a name is what stands before the first header.
   [[nodiscard]] std::optional<std::wstring> Find(std::wstring_view section,
                                                  std::wstring_view key) const;
 
@@ -36,9 +37,11 @@ class ProfileText {
     std::wstring text;
     std::wstring ending;
   };
-  // The lines of a section, its header first; `first` is the count of all lines when there is none.
+  // The lines of a section: [first, end), its header in front of `body`.
   struct Extent {
+    bool found = false;
     std::size_t first = 0;
+    std::size_t body = 0;
     std::size_t end = 0;
   };
 

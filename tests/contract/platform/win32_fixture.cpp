@@ -1,0 +1,113 @@
+#include "win32_fixture.h"
+
+#include <windows.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace tdefault::platform {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A refused set-up would make the case prove nothing.
+void Require(bool succeeded, const char* what) {
+  if (!succeeded) {
+    throw std::runtime_error(std::string(what) + ": system error " +
+                             std::to_string(GetLastError()));
+  }
+}
+
+std::wstring FolderFrom(UINT (*query)(LPWSTR, UINT)) {
+  std::wstring path(MAX_PATH, L'\0');
+  path.resize(query(path.data(), MAX_PATH));
+  return path;
+}
+
+}  // namespace
+
+void Win32Fixture::Held::Release() noexcept {
+  if (handle_ != nullptr) CloseHandle(handle_);
+  handle_ = nullptr;
+}
+
+Win32Fixture::Win32Fixture() : former_folder_(fs::current_path().wstring()) {
+  static int count = 0;
+  folder_ =
+      (fs::temp_directory_path() / ("tdefault contract " + std::to_string(GetCurrentProcessId()) +
+                                    "-" + std::to_string(++count)))
+          .wstring();
+  Require(CreateDirectoryW(folder_.c_str(), nullptr), "making the folder of the case");
+  Require(SetCurrentDirectoryW(folder_.c_str()), "entering the folder of the case");
+}
+
+Win32Fixture::~Win32Fixture() {
+  SetCurrentDirectoryW(former_folder_.c_str());
+  std::error_code ignored;
+  for (const auto& entry : fs::recursive_directory_iterator(folder_, ignored)) {
+    SetFileAttributesW(entry.path().c_str(), FILE_ATTRIBUTE_NORMAL);
+  }
+  fs::remove_all(folder_, ignored);
+}
+
+std::wstring Win32Fixture::windows_folder() { return FolderFrom(GetWindowsDirectoryW); }
+
+std::wstring Win32Fixture::program_folder() {
+  std::wstring path(MAX_PATH, L'\0');
+  path.resize(GetModuleFileNameW(nullptr, path.data(), MAX_PATH));
+  return fs::path(path).parent_path().wstring();
+}
+
+void Win32Fixture::PutFile(const std::wstring& path, std::string_view bytes) {
+  std::ofstream file(fs::path(path), std::ios::binary | std::ios::trunc);
+  file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  file.close();
+  Require(!file.fail(), "writing a file");
+}
+
+void Win32Fixture::AddFolder(const std::wstring& path) { fs::create_directories(path); }
+
+void Win32Fixture::RemoveFile(const std::wstring& path) {
+  Require(DeleteFileW(path.c_str()), "deleting a file");
+}
+
+std::optional<std::string> Win32Fixture::Contents(const std::wstring& path) {
+  std::ifstream file(fs::path(path), std::ios::binary);
+  if (!file) return std::nullopt;
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+void Win32Fixture::SetReadOnly(const std::wstring& path) {
+  Require(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY), "marking a file read-only");
+}
+
+bool Win32Fixture::IsReadOnly(const std::wstring& path) {
+  return (GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY) != 0;
+}
+
+void Win32Fixture::SetVariable(const std::wstring& name, const std::optional<std::wstring>& value) {
+  Require(SetEnvironmentVariableW(name.c_str(), value ? value->c_str() : nullptr),
+          "setting a variable");
+}
+
+Win32Fixture::Held Win32Fixture::Hold(const std::wstring& path, FileShare share,
+                                      FileAccess access) {
+  const DWORD access_flags = access == FileAccess::kRead    ? GENERIC_READ
+                             : access == FileAccess::kWrite ? GENERIC_WRITE
+                                                            : GENERIC_READ | GENERIC_WRITE;
+  const DWORD share_flags = share == FileShare::kNone   ? 0
+                            : share == FileShare::kRead ? FILE_SHARE_READ
+                                                        : FILE_SHARE_READ | FILE_SHARE_WRITE;
+  const HANDLE handle =
+      CreateFileW(path.c_str(), access_flags, share_flags, nullptr, OPEN_EXISTING, 0, nullptr);
+  Require(handle != INVALID_HANDLE_VALUE, "holding a file open");
+  return Held(handle);
+}
+
+bool Win32Fixture::is_wine() {
+  return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+}  // namespace tdefault::platform

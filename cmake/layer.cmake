@@ -1,10 +1,39 @@
+if(TDEFAULT_PRECOMPILE)
+  file(WRITE ${PROJECT_BINARY_DIR}/precompiled.cpp "")
+  add_library(tdefault_precompiled STATIC ${PROJECT_BINARY_DIR}/precompiled.cpp)
+  target_link_libraries(tdefault_precompiled PUBLIC tdefault_flags)
+  target_precompile_headers(
+    tdefault_precompiled
+    PRIVATE
+    <algorithm>
+    <array>
+    <charconv>
+    <cstdint>
+    <functional>
+    <map>
+    <memory>
+    <optional>
+    <span>
+    <string>
+    <string_view>
+    <utility>
+    <variant>
+    <vector>)
+endif()
+
+function(tdefault_precompile target)
+  if(TDEFAULT_PRECOMPILE)
+    target_precompile_headers(${target} REUSE_FROM tdefault_precompiled)
+  endif()
+endfunction()
+
 # tdefault_layer(NAME SOURCES... [DEPENDS layers...]): one static library per layer. Which layer may
 # include which is docs/architecture.md's rule, checked by tools/tidy.py.
 function(tdefault_layer name)
   cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
   add_library(tdefault_${name} STATIC ${ARG_SOURCES})
-  set_target_properties(tdefault_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   target_link_libraries(tdefault_${name} PUBLIC tdefault_flags)
+  tdefault_precompile(tdefault_${name})
   foreach(layer IN LISTS ARG_DEPENDS)
     target_link_libraries(tdefault_${name} PUBLIC tdefault_${layer})
   endforeach()
@@ -16,6 +45,7 @@ function(tdefault_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LAYERS;LABELS;LIBRARIES" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE tdefault_flags tdefault_test_main ${ARG_LIBRARIES})
+  tdefault_precompile(${name})
   foreach(layer IN LISTS ARG_LAYERS)
     target_link_libraries(${name} PRIVATE tdefault_${layer})
   endforeach()

@@ -13,9 +13,9 @@
 namespace tdefault::tables::sql {
 
 // The rows of one SELECT, in its order, one at a time; stands before the first row at the start.
-// Owns the tables that the statement opened. A statement without ORDER BY and DISTINCT is carried
-// out while the rows are fetched, so its memory does not grow with the table; with either, the rows
-// are collected at the first Next.
+// Owns the tables that the statement opened. A statement without ORDER BY is carried out while the
+// rows are fetched, so its memory does not grow with the table (with DISTINCT: it grows with the
+// different rows); with ORDER BY the rows are collected at the first Next.
 class Rows {
  public:
   virtual ~Rows() = default;

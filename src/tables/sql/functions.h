@@ -1,0 +1,37 @@
+// The functions that expressions may call.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+#include <variant>
+
+#include "base/value.h"
+#include "tables/sql/abbreviation.h"
+
+namespace tdefault::tables::sql {
+
+// IIF and NVL evaluate only the arguments that they need, so the evaluator carries them out itself.
+enum class FunctionKind { kPlain, kIif, kNvl };
+
+struct Function {
+  std::wstring_view name;  // upper case
+  // One letter per argument, 'T' text, 'N' number, 'L' logical, 'D' date or date and time, 'A'
+  // anything; the last ones may be left out down to `fewest_arguments`.
+  std::string_view arguments;
+  std::size_t fewest_arguments;
+  char result;        // a letter as above, 'A' when it depends on the arguments
+  bool accepts_null;  // otherwise a null argument makes the result null
+  // Computes the result from values of the right types. Throws StatementError at `position`.
+  Value (*evaluate)(std::span<const Value> arguments, std::size_t position);
+  FunctionKind kind = FunctionKind::kPlain;
+};
+
+// By its full or abbreviated name, any case.
+[[nodiscard]] std::variant<NoMatch, AmbiguousMatch, const Function*> FindFunction(
+    std::wstring_view name);
+
+// Text longer than this is refused rather than built.
+inline constexpr std::size_t kLongestText = 16'777'184;
+
+}  // namespace tdefault::tables::sql

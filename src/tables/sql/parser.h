@@ -1,0 +1,13 @@
+// Reads statements. The grammar is in docs/sql-dialect.md.
+#pragma once
+
+#include <string_view>
+
+#include "tables/sql/syntax.h"
+
+namespace tdefault::tables::sql {
+
+// Throws StatementError at the first character that does not fit.
+[[nodiscard]] Statement ParseStatement(std::wstring_view text);
+
+}  // namespace tdefault::tables::sql

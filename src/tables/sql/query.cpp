@@ -1,0 +1,85 @@
+#include "tables/sql/query.h"
+
+#include <algorithm>
+#include <utility>
+#include <variant>
+
+#include "tables/sql/ordering.h"
+#include "tables/sql/parser.h"
+#include "tables/sql/select_plan.h"
+
+namespace tdefault::tables::sql {
+namespace {
+
+class SelectRows final : public Rows {
+ public:
+  SelectRows(const SelectStatement& select, TableFinder& finder)
+      : tables_(finder), plan_(select, nullptr, tables_), ordering_(select, plan_) {
+    if (select.distinct) plan_.MakeDistinct();
+    for (const SelectPlan::Item& item : plan_.items()) columns_.push_back(item.column);
+  }
+
+  [[nodiscard]] const std::vector<Column>& columns() const override { return columns_; }
+
+  bool Next() override {
+    if (!started_) Start();
+    if (ordering_.empty()) return plan_.Next();
+    if (next_ == sorted_.size()) return false;
+    ++next_;
+    return true;
+  }
+
+  [[nodiscard]] Value Read(std::size_t column) const override {
+    if (ordering_.empty()) return plan_.items()[column].expression->Evaluate();
+    return sorted_[next_ - 1].values[column];
+  }
+
+  void Rewind() override { started_ = false; }
+
+ private:
+  struct SortedRow {
+    std::vector<std::string> keys;
+    std::vector<Value> values;
+  };
+
+  void Start() {
+    ++tables_.run().generation;
+    sorted_.clear();
+    next_ = 0;
+    plan_.Restart();
+    if (!ordering_.empty()) Collect();
+    started_ = true;
+  }
+
+  // Rows with equal keys stay in record order.
+  void Collect() {
+    while (plan_.Next()) {
+      SortedRow row{ordering_.KeysOfRow(), {}};
+      row.values.reserve(plan_.items().size());
+      for (const SelectPlan::Item& item : plan_.items())
+        row.values.push_back(item.expression->Evaluate());
+      sorted_.push_back(std::move(row));
+    }
+    std::stable_sort(sorted_.begin(), sorted_.end(),
+                     [this](const SortedRow& left, const SortedRow& right) {
+                       return ordering_.Before(left.keys, right.keys);
+                     });
+  }
+
+  OpenTables tables_;
+  SelectPlan plan_;
+  Ordering ordering_;
+  std::vector<Column> columns_;
+  bool started_ = false;
+  std::vector<SortedRow> sorted_;
+  std::size_t next_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<Rows> ExecuteQuery(const std::wstring& statement, TableFinder& finder) {
+  const Statement parsed = ParseStatement(statement);
+  return std::make_unique<SelectRows>(std::get<SelectStatement>(parsed), finder);
+}
+
+}  // namespace tdefault::tables::sql

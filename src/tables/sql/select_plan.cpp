@@ -1,0 +1,147 @@
+#include "tables/sql/select_plan.h"
+
+#include <utility>
+
+#include "tables/sql/comparison.h"
+#include "tables/sql/statement_error.h"
+#include "tables/sql/subselect.h"
+
+namespace tdefault::tables::sql {
+namespace {
+
+constexpr std::int32_t kLongestTextColumn = 254;
+
+void Describe(Column& column, char type, ColumnKind kind, std::int32_t length) {
+  column.type = type;
+  column.kind = kind;
+  column.length = length;
+}
+
+// How the result describes an expression that is no plain column.
+Column DescribeExpression(const BoundExpression& expression, std::size_t number) {
+  Column column;
+  column.name = L"EXP_" + std::to_wstring(number);
+  column.nullable = true;
+  switch (expression.type()) {
+    case ValueType::kLogical:
+      Describe(column, 'L', ColumnKind::kLogical, 1);
+      break;
+    case ValueType::kNumber:
+      Describe(column, 'B', ColumnKind::kNumber, 8);
+      break;
+    case ValueType::kDate:
+      Describe(column, 'D', ColumnKind::kDate, 8);
+      break;
+    case ValueType::kDateTime:
+      Describe(column, 'T', ColumnKind::kDateTime, 8);
+      break;
+    case ValueType::kBinary:
+      Describe(column, 'W', ColumnKind::kBinary, 4);
+      break;
+    case ValueType::kText:
+    case ValueType::kAny:
+      if (expression.from_memo())
+        Describe(column, 'M', ColumnKind::kMemo, 4);
+      else
+        Describe(column, 'C', ColumnKind::kText, kLongestTextColumn);
+      break;
+  }
+  return column;
+}
+
+}  // namespace
+
+Table& OpenTables::Open(const std::wstring& name) {
+  auto found = tables_.find(name);
+  if (found == tables_.end()) found = tables_.emplace(name, finder_->OpenTable(name)).first;
+  return *found->second;
+}
+
+SelectPlan::SelectPlan(const SelectStatement& select, Scope* outer, OpenTables& tables)
+    : table_(tables.Open(select.table.name)),
+      scope_(outer, ToUpper(select.table.alias), table_, slot_),
+      subselects_(MakeSubselectBinder(tables)) {
+  for (const SelectItem& item : select.items) BindItem(item);
+  if (select.where != nullptr) BindConditions(*select.where);
+}
+
+void SelectPlan::BindItem(const SelectItem& item) {
+  if (item.expression != nullptr) {
+    BoundPointer bound = BindExpression(*item.expression, scope_, *subselects_);
+    Column column = bound->column() != nullptr ? *bound->column()
+                                               : DescribeExpression(*bound, items_.size() + 1);
+    if (!item.alias.empty()) column.name = ToUpper(item.alias);
+    items_.push_back({std::move(bound), std::move(column), !item.alias.empty(), item.position});
+    return;
+  }
+  if (!item.star_qualifier.empty() && !EqualIgnoringCase(item.star_qualifier, scope_.alias()))
+    throw StatementError(item.position, L"there is no table or alias " +
+                                            Quoted(item.star_qualifier) + L" behind FROM");
+  for (const Column& column : table_.columns()) {
+    const Expression name{item.position, ColumnName{scope_.alias(), column.name}};
+    items_.push_back({BindExpression(name, scope_, *subselects_), column, false, item.position});
+  }
+}
+
+void SelectPlan::BindConditions(const Expression& where) {
+  const auto* connective = std::get_if<Connective>(&where.node);
+  const auto bind = [this](const Expression& syntax) {
+    const std::size_t before = scope_.outer_uses();
+    BoundPointer bound = BindCondition(syntax, scope_, *subselects_);
+    conditions_.push_back({&syntax, std::move(bound), scope_.outer_uses() != before});
+  };
+  if (connective == nullptr || !connective->conjunction) return bind(where);
+  for (const ExpressionPointer& operand : connective->operands) bind(*operand);
+}
+
+void SelectPlan::Restart() {
+  cursor_ = table_.Scan();
+  slot_.cursor = cursor_.get();
+  ++slot_.generation;
+  seen_.clear();
+}
+
+bool SelectPlan::Next() {
+  if (cursor_ == nullptr) return false;
+  while (cursor_->Next()) {
+    ++slot_.generation;
+    if (Accepts() && (!distinct_ || IsNew())) return true;
+  }
+  slot_.cursor = nullptr;
+  cursor_.reset();
+  return false;
+}
+
+bool SelectPlan::Accepts() const {
+  for (const Condition& condition : conditions_)
+    if (!EvaluateLogical(*condition.bound).value_or(false)) return false;
+  return true;
+}
+
+bool SelectPlan::IsNew() {
+  std::string keys;
+  for (const Item& item : items_)
+    AppendKey(keys, SortKey(item.expression->Evaluate(), table_.collation()));
+  return seen_.insert(std::move(keys)).second;
+}
+
+void SelectPlan::MakeDistinct() {
+  for (const Item& item : items_) RequireSortable(*item.expression, L"DISTINCT", item.position);
+  distinct_ = true;
+}
+
+void AppendKey(std::string& keys, const std::string& key) {
+  keys += std::to_string(key.size());
+  keys += ':';
+  keys += key;
+}
+
+void RequireSortable(const BoundExpression& expression, std::wstring_view clause,
+                     std::size_t position) {
+  if (!expression.from_memo() && expression.type() != ValueType::kBinary) return;
+  std::wstring text = L"memo and binary columns cannot be used with ";
+  text += clause;
+  throw StatementError(position, text);
+}
+
+}  // namespace tdefault::tables::sql

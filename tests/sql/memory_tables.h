@@ -1,0 +1,46 @@
+// Tables in memory for tests of the dialect. They keep the promises of tables/row_source.h and
+// count what is asked of them.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "base/text.h"
+#include "tables/foxpro/collation.h"
+#include "tables/row_source.h"
+
+namespace tdefault::tests {
+
+struct MemoryTable {
+  std::vector<tables::Column> columns;
+  std::vector<std::vector<Value>> rows;  // fixed-width text is padded when it is read
+  std::size_t opened = 0;
+  std::size_t scans = 0;
+  std::size_t rows_visited = 0;
+  std::vector<std::size_t> reads;  // per column
+};
+
+class MemoryTables final : public tables::TableFinder {
+ public:
+  MemoryTables();
+
+  // Replaces the table of this name. The reference stays valid.
+  MemoryTable& Add(const std::wstring& name, MemoryTable table);
+  void set_collation(tables::foxpro::CollatingSequence sequence);
+
+  std::unique_ptr<tables::Table> OpenTable(const std::wstring& name) override;
+
+ private:
+  std::map<std::wstring, MemoryTable, LessIgnoringCase> tables_;
+  std::unique_ptr<tables::Collation> collation_;
+};
+
+// A column as tables describe it: NAME, its type letter, width and decimals where the type has
+// them.
+[[nodiscard]] tables::Column MakeColumn(const std::wstring& name, char type,
+                                        std::int32_t length = 0, std::int32_t decimals = 0);
+
+}  // namespace tdefault::tests

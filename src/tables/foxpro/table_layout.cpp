@@ -176,8 +176,10 @@ class LayoutReader {
     descriptor_count_ = (end - table_header::kSize) / field_descriptor::kSize;
     if (descriptor_count_ == 0) throw Damaged(L"it has no columns");
     const std::size_t needed = end + 1 + (visual_ ? table_header::kBacklinkSize : 0);
-    // dBASE III puts a zero byte behind the terminator.
-    const bool padded = !visual_ && layout.header_length == needed + 1;
+    // dBASE III puts a zero byte behind the terminator, and some programs write the older versions
+    // with Visual FoxPro's room for the path of a container.
+    const bool padded = !visual_ && (layout.header_length == needed + 1 ||
+                                     layout.header_length == needed + table_header::kBacklinkSize);
     if (layout.header_length != needed && !padded) {
       throw Damaged(L"its header length is " + std::to_wstring(layout.header_length) +
                     L" where its " + std::to_wstring(descriptor_count_) + L" columns need " +

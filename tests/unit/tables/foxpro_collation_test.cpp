@@ -1,0 +1,188 @@
+// The collating sequences MACHINE and GENERAL.
+#include <doctest/doctest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "base/text.h"
+#include "tables/foxpro/collation.h"
+#include "tables/foxpro/general_weights.h"
+
+using namespace tdefault;
+using namespace tdefault::tables;
+using namespace tdefault::tables::foxpro;
+
+namespace {
+
+std::unique_ptr<Collation> Make(CollatingSequence sequence, std::uint32_t page = 1252) {
+  return MakeCollation(sequence, CodePage::Find(page).value());
+}
+
+std::string Key(std::initializer_list<int> bytes) {
+  std::string key;
+  for (const int byte : bytes) key.push_back(static_cast<char>(byte));
+  return key;
+}
+
+// Each text sorts before the next.
+void CheckAscending(const Collation& collation, const std::vector<std::wstring>& texts) {
+  for (std::size_t left = 0; left < texts.size(); ++left) {
+    for (std::size_t right = 0; right < texts.size(); ++right) {
+      CAPTURE(ToUtf8(texts[left]));
+      CAPTURE(ToUtf8(texts[right]));
+      const int expected = left < right ? -1 : left > right ? 1 : 0;
+      CHECK(collation.Compare(texts[left], texts[right]) == expected);
+      CHECK((collation.Key(texts[left]) < collation.Key(texts[right])) == (expected < 0));
+    }
+  }
+}
+
+void CheckEqual(const Collation& collation, const std::wstring& left, const std::wstring& right) {
+  CAPTURE(ToUtf8(left));
+  CAPTURE(ToUtf8(right));
+  CHECK(collation.Compare(left, right) == 0);
+  CHECK(collation.Key(left) == collation.Key(right));
+}
+
+}  // namespace
+
+TEST_CASE("MACHINE orders by the bytes of the code page") {
+  const auto machine = Make(CollatingSequence::kMachine);
+  CheckAscending(*machine, {L"", L"A", L"AB", L"B", L"a", L"b", L"\u20AC", L"\u00C4", L"\u00E4"});
+  CHECK(machine->Key(L"A\u20AC") == Key({0x41, 0x80}));
+  // In code page 437 the small a with diaeresis comes before the capital one.
+  CheckAscending(*Make(CollatingSequence::kMachine, 437), {L"z", L"\u00E4", L"\u00C4"});
+}
+
+TEST_CASE("trailing blanks never count, blanks elsewhere do") {
+  for (const auto sequence : {CollatingSequence::kMachine, CollatingSequence::kGeneral}) {
+    const auto collation = Make(sequence);
+    CheckEqual(*collation, L"abc", L"abc   ");
+    CheckEqual(*collation, L"", L"    ");
+    CHECK(collation->Compare(L"abc", L" abc") != 0);
+    CHECK(collation->Compare(L"a bc", L"abc") != 0);
+  }
+}
+
+TEST_CASE("GENERAL ignores case and counts accents behind all letters") {
+  const auto general = Make(CollatingSequence::kGeneral);
+  CheckEqual(*general, L"Abc", L"aBC");
+  CheckEqual(*general, L"\u00C9t\u00C9", L"\u00E9T\u00E9");
+  CheckAscending(*general,
+                 {L"", L"cote", L"cot\u00E9", L"c\u00F4te", L"c\u00F4t\u00E9", L"cotes", L"coz"});
+  CheckAscending(*general, {L"e", L"\u00E9", L"\u00E8", L"\u00EA", L"\u00EB", L"ea", L"f"});
+}
+
+TEST_CASE("GENERAL reads ligatures, thorn and sharp s as two letters") {
+  const auto general = Make(CollatingSequence::kGeneral);
+  CheckEqual(*general, L"Stra\u00DFe", L"STRASSE");
+  CheckEqual(*general, L"\u00C6on", L"aeon");
+  CheckEqual(*general, L"\u0153uvre", L"OEUVRE");
+  CheckEqual(*general, L"\u00FEing", L"THing");
+  CheckAscending(*general, {L"STRASRE", L"Stra\u00DFe", L"STRASTE"});
+}
+
+TEST_CASE("GENERAL orders signs before digits before letters") {
+  const auto general = Make(CollatingSequence::kGeneral);
+  CheckAscending(*general, {L"a b", L"a-b", L"a1b", L"aab", L"zz"});
+  CheckAscending(*general,
+                 {L"!", L"/", L":", L"@", L"[", L"`", L"{", L"~", L"0", L"9", L"a", L"Z"});
+  CheckEqual(*general, L"x\u00B2", L"x2");
+}
+
+TEST_CASE("GENERAL keys are heads, then tails, without the filling at their end") {
+  const auto general = Make(CollatingSequence::kGeneral);
+  CHECK(general->Key(L"abc") == Key({96, 97, 98}));
+  CHECK(general->Key(L"\u00E9a") == Key({102, 96, 1}));
+  CHECK(general->Key(L"a\u00E9") == Key({96, 102, 0, 1}));
+  CHECK(general->Key(L"t\u00E9b\u00E8  ") == Key({119, 102, 97, 102, 1, 2}));
+  CHECK(general->Key(L"   ").empty());
+}
+
+TEST_CASE("a character that the page lacks equals no other and sorts behind") {
+  for (const auto sequence : {CollatingSequence::kMachine, CollatingSequence::kGeneral}) {
+    const auto collation = Make(sequence);
+    CHECK(collation->Compare(L"\u0416", L"?") != 0);
+    CHECK(collation->Compare(L"\u0416", L"\u0417") < 0);
+    CHECK(collation->Compare(L"\u0416", L"\u00FF") > 0);
+    CheckEqual(*collation, L"\u0416 ", L"\u0416");
+  }
+}
+
+TEST_CASE("every weight of code page 1252 is the known one") {
+  const GeneralWeights& weights = *FindGeneralWeights(1252);
+  std::ifstream file(TDEFAULT_SOURCE "/tools/general-1252.tsv");
+  REQUIRE(file);
+  int count = 0;
+  for (std::string line; std::getline(file, line);) {
+    if (line.front() == '#') continue;
+    std::istringstream cells(line);
+    std::string byte;
+    std::string head;
+    std::string tail;
+    std::string expansion;
+    cells >> byte >> head >> tail >> expansion;
+    CAPTURE(line);
+    const GeneralWeight weight = weights[std::stoul(byte, nullptr, 16)];
+    if (expansion.front() == '-') {
+      CHECK(weight.head == std::stoi(head));
+      CHECK(weight.tail == (tail == "-" ? kNoTail : std::stoi(tail)));
+    } else {
+      CHECK(weight.head == 0);
+      CHECK(kExpansions[weight.tail] == expansion.substr(0, 2));
+    }
+    ++count;
+  }
+  CHECK(count == 256);
+}
+
+TEST_CASE("a character weighs the same in every page that shares it with 1252") {
+  const CodePage base = CodePage::Find(1252).value();
+  const auto reference = Make(CollatingSequence::kGeneral);
+  for (const std::uint32_t page : {437U, 850U, 1250U, 1251U}) {
+    const auto general = Make(CollatingSequence::kGeneral, page);
+    const CodePage other = CodePage::Find(page).value();
+    for (unsigned byte = 0x20; byte < 0x100; ++byte) {
+      const wchar_t character = other.Decode(static_cast<unsigned char>(byte));
+      const bool young = character == 0x20AC || character == 0x017D || character == 0x017E;
+      if (!base.Encode(character) || young || (character >= 0x7F && character < 0xA0)) continue;
+      CAPTURE(page);
+      CAPTURE(byte);
+      CHECK(general->Key(std::wstring(1, character)) == reference->Key(std::wstring(1, character)));
+    }
+  }
+}
+
+TEST_CASE("GENERAL sorts Central European letters by base letter and mark") {
+  const auto general = Make(CollatingSequence::kGeneral, 1250);
+  CheckEqual(*general, L"\u017B\u00F3\u0142w", L"\u017C\u00D3\u0141W");
+  CheckAscending(*general, {L"d", L"\u010F", L"\u0111", L"e", L"\u011B", L"\u0119", L"l", L"\u013E",
+                            L"\u0142", L"m", L"z", L"\u017A", L"\u017E", L"\u017C"});
+  CheckAscending(*general, {L"zz", L"z\u017E", L"\u017Ez", L"zza"});
+}
+
+TEST_CASE("GENERAL sorts Cyrillic in the order of its alphabets, behind Latin") {
+  const auto general = Make(CollatingSequence::kGeneral, 1251);
+  CheckEqual(*general, L"\u041A\u043B\u044E\u0447", L"\u043A\u041B\u042E\u0427");
+  CheckAscending(*general, {L"z", L"\u0430", L"\u0435", L"\u0451", L"\u0436", L"\u0438", L"\u0439",
+                            L"\u043A", L"\u044F"});
+}
+
+TEST_CASE("GENERAL has weights for every page, and letters of both cases weigh alike") {
+  for (const std::uint32_t page : {437U, 850U, 1250U, 1251U, 1252U}) {
+    REQUIRE(FindGeneralWeights(page) != nullptr);
+    const auto general = Make(CollatingSequence::kGeneral, page);
+    const CodePage code_page = CodePage::Find(page).value();
+    for (unsigned byte = 0; byte < 0x100; ++byte) {
+      const wchar_t character = code_page.Decode(static_cast<unsigned char>(byte));
+      const wchar_t upper = ToUpper(character);
+      const bool micro = character == 0x00B5;
+      if (!code_page.Encode(upper) || micro) continue;
+      CAPTURE(page);
+      CAPTURE(byte);
+      if (page == 1252 && upper == 0x017D) continue;
+      CHECK(general->Key(std::wstring(1, character)) == general->Key(std::wstring(1, upper)));
+    }
+  }
+  CHECK(FindGeneralWeights(852) == nullptr);
+}

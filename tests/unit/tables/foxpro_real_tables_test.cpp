@@ -1,0 +1,121 @@
+// Tables that other programs wrote, value by value as another program reads them. The expected
+// values are the output of tests/fixtures/dump_tables.py.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "base/text.h"
+#include "table_shelf.h"
+
+using namespace tdefault;
+using namespace tdefault::tables;
+using namespace tdefault::tables::testing;
+
+namespace {
+
+const std::filesystem::path kFixtures = TDEFAULT_SOURCE "/tests/fixtures";
+
+std::string Contents(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  REQUIRE(file);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string Format(const char* format, auto... values) {
+  std::array<char, 64> buffer{};
+  std::snprintf(buffer.data(), buffer.size(), format, values...);
+  return buffer.data();
+}
+
+std::string Escaped(const std::wstring& text) {
+  std::string result;
+  for (const wchar_t character : text) {
+    const auto code = static_cast<unsigned>(character);
+    const bool plain = code >= 0x20 && code <= 0x7E && code != '\\';
+    result += plain ? std::string(1, static_cast<char>(code)) : Format("\\u%04X", code);
+  }
+  return result;
+}
+
+// KIND and VALUE as dump_tables.py writes them.
+struct Shown {
+  std::string operator()(Null) const { return "null"; }
+  std::string operator()(bool value) const { return value ? "logical true" : "logical false"; }
+  std::string operator()(std::int32_t value) const { return "integer " + std::to_string(value); }
+  std::string operator()(double value) const {
+    return Format("number %016llx",
+                  static_cast<unsigned long long>(std::bit_cast<std::uint64_t>(value)));
+  }
+  std::string operator()(Currency value) const {
+    return "currency " + std::to_string(value.ten_thousandths);
+  }
+  std::string operator()(const std::wstring& value) const { return "text " + Escaped(value) + "|"; }
+  std::string operator()(Date value) const {
+    return "date " + (value.empty() ? "empty" : ToUtf8(ToText(value)));
+  }
+  std::string operator()(DateTime value) const {
+    return "time " + (value.empty() ? "empty" : ToUtf8(ToText(value)));
+  }
+  std::string operator()(const Bytes& value) const {
+    if (value.empty()) return "bytes none";
+    std::string digits;
+    for (const std::uint8_t byte : value) digits += Format("%02x", unsigned{byte});
+    return "bytes " + digits;
+  }
+};
+
+void Dump(Table& table, const std::string& name, std::ostream& out) {
+  const auto cursor = table.Scan();
+  while (cursor->Next()) {
+    for (std::size_t column = 0; column < table.columns().size(); ++column) {
+      out << name << ' ' << cursor->record_number() << ' ' << ToUtf8(table.columns()[column].name)
+          << ' ' << std::visit(Shown(), cursor->Read(column)) << '\n';
+    }
+  }
+}
+
+std::string DumpFolder(const std::string& folder) {
+  TableShelf shelf;
+  std::vector<std::string> tables;
+  for (const auto& entry : std::filesystem::directory_iterator(kFixtures / folder)) {
+    const std::filesystem::path& path = entry.path();
+    shelf.machine().PutFile(L"C:\\Data\\" + path.filename().wstring(), Contents(path));
+    if (path.extension() == ".dbf") tables.push_back(path.stem().string());
+  }
+  std::sort(tables.begin(), tables.end());
+  std::ostringstream out;
+  for (const std::string& name : tables) Dump(*shelf.Open(FromUtf8(name)), name, out);
+  return out.str();
+}
+
+void CheckSameLines(const std::string& actual, const std::string& expected) {
+  std::istringstream actual_lines(actual);
+  std::istringstream expected_lines(expected);
+  std::string line;
+  for (std::string wanted; std::getline(expected_lines, wanted);) {
+    REQUIRE(std::getline(actual_lines, line));
+    CHECK(line == wanted);
+  }
+  CHECK_FALSE(std::getline(actual_lines, line));
+}
+
+}  // namespace
+
+TEST_CASE("tables written by Visual FoxPro read value by value as python3-dbf reads them") {
+  const std::string expected = Contents(kFixtures / "vfp-tables.txt");
+  CHECK(std::count(expected.begin(), expected.end(), '\n') == 251);
+  CheckSameLines(DumpFolder("vfp-tables"), expected);
+}
+
+TEST_CASE("tables written by python3-dbf, in every version and code page, read as it reads them") {
+  const std::string expected = Contents(kFixtures / "tables.txt");
+  CHECK(std::count(expected.begin(), expected.end(), '\n') == 92);
+  CheckSameLines(DumpFolder("tables"), expected);
+}

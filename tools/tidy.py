@@ -135,7 +135,7 @@ def check_functions(path: Path, lines: list[str]) -> None:
         if start is None and opens_function and not is_scope:
             indent = len(line) - len(line.lstrip())
             # A wrapped signature: the indentation of the closing brace is that of its first line.
-            back = number - 1
+            back = number
             while indent and indent != 2 and back > 0:
                 back -= 1
                 indent = len(lines[back - 1]) - len(lines[back - 1].lstrip())

@@ -1,0 +1,10 @@
+// The class object of Options.
+#pragma once
+
+#include "interface/com_types.h"
+
+namespace tdefault::automation {
+
+[[nodiscard]] HRESULT GetClassFactory(REFIID iid, void** factory) noexcept;
+
+}  // namespace tdefault::automation

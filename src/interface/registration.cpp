@@ -1,0 +1,168 @@
+#include "interface/registration.h"
+
+#include <olectl.h>
+
+#include <new>
+#include <string>
+
+#include "interface/module.h"
+#include "tdefault_h.h"
+
+namespace tdefault::automation {
+
+namespace {
+
+constexpr WORD kMajorVersion = 104;
+constexpr WORD kMinorVersion = 0;
+constexpr LCID kLocale = 1033;
+constexpr wchar_t kVersion[] = L"104.0";
+// Version numbers of type libraries are hexadecimal in the registry.
+constexpr wchar_t kLibraryVersionKey[] = L"68.0";
+constexpr wchar_t kProgId[] = L"TovoDefaults.Options";
+
+#ifdef _WIN64
+constexpr SYSKIND kSystem = SYS_WIN64;
+constexpr wchar_t kSystemKey[] = L"win64";
+#else
+constexpr SYSKIND kSystem = SYS_WIN32;
+constexpr wchar_t kSystemKey[] = L"win32";
+#endif
+
+struct PublishedClass {
+  const GUID* id;
+  const wchar_t* name;
+  const wchar_t* prog_id;  // null for a class that hosts do not create
+};
+
+constexpr PublishedClass kClasses[] = {
+    {&__uuidof(::Options), L"TovoDefaults.Options", kProgId},
+    {&__uuidof(::INIOption), L"TovoDefaults.INIOption", nullptr},
+    {&__uuidof(::Report), L"TovoDefaults.Report", nullptr},
+    {&__uuidof(::Reports), L"TovoDefaults.Reports", nullptr},
+    {&__uuidof(::cChoice), L"TovoDefaults.cChoice", nullptr},
+    {&__uuidof(::cChoices), L"TovoDefaults.cChoices", nullptr},
+};
+
+std::wstring GuidText(REFGUID guid) {
+  wchar_t text[39];
+  StringFromGUID2(guid, text, 39);
+  return text;
+}
+
+std::wstring ClassKey(const PublishedClass& published) {
+  return L"CLSID\\" + GuidText(*published.id);
+}
+
+std::wstring LibraryKey() { return L"TypeLib\\" + GuidText(LIBID_TovoDefaults); }
+
+// Remembers the first failure of several steps.
+class Outcome {
+ public:
+  void Note(HRESULT result) noexcept {
+    if (SUCCEEDED(result_)) result_ = result;
+  }
+  [[nodiscard]] HRESULT result() const noexcept { return result_; }
+
+ private:
+  HRESULT result_ = S_OK;
+};
+
+// Creates the key under HKEY_CLASSES_ROOT where needed; a null name is the key's own value.
+HRESULT SetText(const std::wstring& key, const wchar_t* name, const std::wstring& text) {
+  const auto bytes = static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
+  return HRESULT_FROM_WIN32(
+      RegSetKeyValueW(HKEY_CLASSES_ROOT, key.c_str(), name, REG_SZ, text.c_str(), bytes));
+}
+
+HRESULT RemoveTree(const std::wstring& key) {
+  const LSTATUS removed = RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
+  return removed == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(removed);
+}
+
+// Removes a key that has neither subkeys nor values left.
+void RemoveIfEmpty(const std::wstring& key) {
+  HKEY opened = nullptr;
+  if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return;
+  DWORD subkeys = 0;
+  const LSTATUS asked = RegQueryInfoKeyW(opened, nullptr, nullptr, nullptr, &subkeys, nullptr,
+                                         nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  RegCloseKey(opened);
+  if (asked == ERROR_SUCCESS && subkeys == 0) RegDeleteKeyW(HKEY_CLASSES_ROOT, key.c_str());
+}
+
+HRESULT RegisterClass(const PublishedClass& published, const std::wstring& path) {
+  Outcome outcome;
+  const std::wstring key = ClassKey(published);
+  outcome.Note(SetText(key, nullptr, published.name));
+  outcome.Note(SetText(key + L"\\InprocServer32", nullptr, path));
+  outcome.Note(SetText(key + L"\\InprocServer32", L"ThreadingModel", L"Apartment"));
+  outcome.Note(SetText(key + L"\\TypeLib", nullptr, GuidText(LIBID_TovoDefaults)));
+  outcome.Note(SetText(key + L"\\Version", nullptr, kVersion));
+  if (published.prog_id != nullptr) {
+    outcome.Note(SetText(key + L"\\ProgID", nullptr, published.prog_id));
+    outcome.Note(SetText(key + L"\\Programmable", nullptr, L""));
+    outcome.Note(SetText(published.prog_id, nullptr, published.name));
+    outcome.Note(
+        SetText(published.prog_id + std::wstring(L"\\CLSID"), nullptr, GuidText(*published.id)));
+  }
+  return outcome.result();
+}
+
+// The library's own language is US English. Its entry is repeated for the neutral language, because
+// a system in another language looks for its own and then for the neutral one only.
+HRESULT RegisterLibrary(const std::wstring& path) {
+  ComPtr<ITypeLib> library;
+  HRESULT result = LoadTypeLibEx(path.c_str(), REGKIND_NONE, &library);
+  if (FAILED(result)) return result;
+  std::wstring full_path = path;
+  std::wstring folder = path.substr(0, path.find_last_of(L'\\') + 1);
+  result = RegisterTypeLib(library.Get(), full_path.data(), folder.data());
+  if (FAILED(result)) return result;
+  return SetText(LibraryKey() + L"\\" + kLibraryVersionKey + L"\\0\\" + kSystemKey, nullptr, path);
+}
+
+// The other bitness of the library may be registered under the same identifier: only what is ours
+// goes.
+HRESULT UnregisterLibrary() {
+  UnRegisterTypeLib(LIBID_TovoDefaults, kMajorVersion, kMinorVersion, kLocale, kSystem);
+  Outcome outcome;
+  const std::wstring version = LibraryKey() + L"\\" + kLibraryVersionKey;
+  for (const wchar_t* language : {L"\\409", L"\\0"}) {
+    outcome.Note(RemoveTree(version + language + L"\\" + kSystemKey));
+    RemoveIfEmpty(version + language);
+  }
+  return outcome.result();
+}
+
+}  // namespace
+
+HRESULT Register() noexcept {
+  try {
+    Outcome outcome;
+    const std::wstring path = ModulePath();
+    for (const PublishedClass& published : kClasses) {
+      if (FAILED(RegisterClass(published, path))) outcome.Note(SELFREG_E_CLASS);
+    }
+    if (FAILED(RegisterLibrary(path))) outcome.Note(SELFREG_E_TYPELIB);
+    if (FAILED(outcome.result())) static_cast<void>(Unregister());
+    return outcome.result();
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+}
+
+HRESULT Unregister() noexcept {
+  try {
+    Outcome outcome;
+    if (FAILED(RemoveTree(kProgId))) outcome.Note(SELFREG_E_CLASS);
+    for (const PublishedClass& published : kClasses) {
+      if (FAILED(RemoveTree(ClassKey(published)))) outcome.Note(SELFREG_E_CLASS);
+    }
+    if (FAILED(UnregisterLibrary())) outcome.Note(SELFREG_E_TYPELIB);
+    return outcome.result();
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+}
+
+}  // namespace tdefault::automation

@@ -1,0 +1,28 @@
+// A type of our type library, with a table of its members.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <utility>
+
+#include "interface/com_types.h"
+
+namespace tdefault::automation {
+
+class TypeDescription {
+ public:
+  // Throws std::bad_alloc.
+  explicit TypeDescription(ComPtr<ITypeInfo> type);
+
+  [[nodiscard]] ITypeInfo* type() const noexcept { return type_.Get(); }
+
+  // The index (for GetFuncDesc) of the member that a call by id with `flags` (DISPATCH_*) means;
+  // absent when the type has none. The enumerator member answers to both ways of asking for it.
+  [[nodiscard]] std::optional<UINT> FindFunction(DISPID id, WORD flags) const noexcept;
+
+ private:
+  ComPtr<ITypeInfo> type_;
+  std::map<std::pair<DISPID, INVOKEKIND>, UINT> functions_;
+};
+
+}  // namespace tdefault::automation

@@ -26,15 +26,20 @@ class Field {
 
   [[nodiscard]] virtual const std::wstring& name() const = 0;
 
-  // The column's width in characters or bytes; 2147483647 for a memo.
+  // The column's width in characters or bytes, 2147483647 for a memo, picture or general column;
+  // for other types ADO's size: numeric 19, double 8, integer 4, currency 8, logical 2, date 6,
+  // date with time 16.
   [[nodiscard]] virtual std::int32_t defined_size() const = 0;
 
-  // The length of the current row's value, in characters (text) or bytes; 0 for a null.
+  // The length of the current row's value, in characters (text) or bytes; 0 for a null. Throws as
+  // value().
   [[nodiscard]] virtual std::int32_t actual_size() const = 0;
 
   // The current row's value: fixed-width text blank-padded to the column's width, memo text as
-  // stored, numbers as double or 32-bit integer, binary columns as Bytes. Throws kNoCurrentRow at
-  // BOF or EOF, kTableDamaged for a value that cannot be decoded.
+  // stored, columns of the types N, F and B as double and those of type I as 32-bit integer, binary
+  // columns (and text columns marked as binary) as Bytes. A blank number is 0, a blank logical
+  // value false, a blank date the empty date. Throws kNoCurrentRow at BOF or EOF, kTableDamaged for
+  // a value that cannot be decoded.
   [[nodiscard]] virtual Value value() const = 0;
 };
 
@@ -55,7 +60,7 @@ class Recordset {
                     LockType lock_type) = 0;
   virtual void Close() = 0;
 
-  // Ends a fetch that is still running; the rows fetched so far stay.
+  // Ends a fetch that is still running, if there is one; the rows fetched so far stay.
   virtual void Cancel() = 0;
 
   [[nodiscard]] virtual ObjectState state() const = 0;
@@ -67,7 +72,8 @@ class Recordset {
   [[nodiscard]] virtual bool bof() const = 0;
   [[nodiscard]] virtual bool eof() const = 0;
 
-  // The number of rows; -1 for a forward-only server cursor, which does not know.
+  // The number of rows; -1 for a forward-only or dynamic server cursor, which does not know. May
+  // cost a pass over the rows.
   [[nodiscard]] virtual std::int32_t record_count() const = 0;
 
   // Throws kNoCurrentRow on a recordset without rows.
@@ -87,8 +93,9 @@ class Connection {
   virtual ~Connection() = default;
 
   // These three take effect at the next Open. The string's parts are NAME=VALUE, separated by ";":
-  // "Data Source" (the data folder), "Collating Sequence" (MACHINE or GENERAL), "Deleted" (TRUE
-  // hides deleted rows); the parts "Provider", "SourceType" and "Mode" are accepted.
+  // "Data Source" (the data folder), "Collating Sequence" (MACHINE, the default, or GENERAL),
+  // "Deleted" (TRUE, the default, hides deleted rows); the parts "Provider", "SourceType" and
+  // "Mode" are accepted.
   virtual void set_connection_string(const std::wstring& text) = 0;
   virtual void set_cursor_location(CursorLocation location) = 0;
   virtual void set_mode(ConnectMode mode) = 0;
@@ -96,6 +103,7 @@ class Connection {
   // Throws kObjectOpen when already open, kTableDamaged when the folder does not exist or a part of
   // the string is not known.
   virtual void Open() = 0;
+  // Closes the recordsets opened on it, too.
   virtual void Close() = 0;
   [[nodiscard]] virtual ObjectState state() const = 0;
 

@@ -13,6 +13,9 @@
 
 #include "base/text.h"
 #include "table_shelf.h"
+#ifdef _WIN32
+#include "platform/win32/win32_platform.h"
+#endif
 
 using namespace tdefault;
 using namespace tdefault::tables;
@@ -81,17 +84,24 @@ void Dump(Table& table, const std::string& name, std::ostream& out) {
   }
 }
 
+// The tables of a folder in alphabetical order.
+std::vector<std::string> TableNames(const std::filesystem::path& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    if (entry.path().extension() == ".dbf") names.push_back(entry.path().stem().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
 std::string DumpFolder(const std::string& folder) {
   TableShelf shelf;
-  std::vector<std::string> tables;
   for (const auto& entry : std::filesystem::directory_iterator(kFixtures / folder)) {
     const std::filesystem::path& path = entry.path();
     shelf.machine().PutFile(L"C:\\Data\\" + path.filename().wstring(), Contents(path));
-    if (path.extension() == ".dbf") tables.push_back(path.stem().string());
   }
-  std::sort(tables.begin(), tables.end());
   std::ostringstream out;
-  for (const std::string& name : tables) Dump(*shelf.Open(FromUtf8(name)), name, out);
+  for (const std::string& name : TableNames(kFixtures / folder))
+    Dump(*shelf.Open(FromUtf8(name)), name, out);
   return out.str();
 }
 
@@ -119,3 +129,18 @@ TEST_CASE("tables written by python3-dbf, in every version and code page, read a
   CHECK(std::count(expected.begin(), expected.end(), '\n') == 92);
   CheckSameLines(DumpFolder("tables"), expected);
 }
+
+#ifdef _WIN32
+TEST_CASE("tables on a real disk read through the system's own calls as on the simulated one") {
+  platform::win32::Win32Platform machine;
+  for (const char* folder : {"vfp-tables", "tables"}) {
+    std::filesystem::path path = kFixtures / folder;
+    path.make_preferred();
+    std::ostringstream out;
+    foxpro::TableFolder shelf(machine.platform().files, path.wstring(), foxpro::TableView());
+    for (const std::string& name : TableNames(path))
+      Dump(*shelf.OpenTable(FromUtf8(name)), name, out);
+    CheckSameLines(out.str(), Contents(kFixtures / (std::string(folder) + ".txt")));
+  }
+}
+#endif

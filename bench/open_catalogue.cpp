@@ -115,7 +115,7 @@ Measurement Measure(platform::win32::Win32Platform& windows, const std::wstring&
   platform::Platform platform{timed,      real.files,       real.session,
                               real.clock, real.guid_source, real.dialogs};
   support::LocationState location;
-  const auto tables = tables::ChooseTableAccess(platform);
+  const auto tables = tables::MakeTableAccess(platform);
   Measurement best;
   for (int repetition = 0; repetition < repetitions; ++repetition) {
     catalogue::Options options(platform, *tables, location);

@@ -8,7 +8,6 @@
 namespace tdefault::platform::simulation {
 namespace {
 
-constexpr std::size_t kPathLimit = 260;
 constexpr std::wstring_view kForbidden = L"<>|\"*?";
 
 bool IsDriveLetter(wchar_t character) noexcept {

@@ -1,12 +1,16 @@
 // Windows' rules for the text of paths, without a file system behind them.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 #include "platform/system_result.h"
 
 namespace tdefault::platform::simulation {
+
+// A path has fewer characters than this.
+inline constexpr std::size_t kPathLimit = 260;
 
 // The full path that a path names for a process: drive or share first, backslashes, no "." and
 // "..", no blanks or dots at the end of a part, no backslash at the end but that of a root. Fails

@@ -94,11 +94,16 @@ SystemResult<std::unique_ptr<File>> SimulatedFiles::Open(const std::wstring& pat
 SystemResult<std::unique_ptr<FolderEnumeration>> SimulatedFiles::Enumerate(
     const std::wstring& pattern) {
   if (const auto code = world_.calls.Begin("Enumerate", pattern)) return SystemStatus(*code);
+  if (pattern.empty()) return SystemStatus(system_code::kPathNotFound);
   const Pattern parts = SplitPattern(pattern);
   const SystemResult<std::wstring> folder = world_.Resolve(parts.folder);
   if (!folder.ok()) return SystemStatus(folder.code());
+  if (JoinPath(folder.value(), parts.name).size() >= kPathLimit) {
+    return SystemStatus(system_code::kNameTooLong);
+  }
   const std::shared_ptr<Node> node = world_.disk.Find(folder.value());
-  if (!node || !node->is_folder) return SystemStatus(system_code::kPathNotFound);
+  if (!node) return SystemStatus(system_code::kPathNotFound);
+  if (!node->is_folder) return SystemStatus(system_code::kInvalidFolder);
   std::vector<FolderEntry> entries;
   const bool is_root = FolderOf(folder.value()).empty();
   if (!is_root) {
@@ -137,8 +142,9 @@ SystemStatus SimulatedFiles::Replace(const std::wstring& from, const std::wstrin
   if (!source->holders.empty()) return SystemStatus(system_code::kSharingViolation);
   const std::shared_ptr<Node> target = world_.disk.Find(full_to.value());
   if (target && target != source) {
-    const SystemStatus removable = world_.disk.Removable(full_to.value());
-    if (!removable.ok()) return removable;
+    // The system refuses to replace an open file with 5, unlike the deletion of one.
+    const bool replaceable = world_.disk.Removable(full_to.value()).ok();
+    if (!replaceable) return SystemStatus(system_code::kAccessDenied);
   } else if (!target && world_.disk.Missing(full_to.value()).code() != system_code::kFileNotFound) {
     return SystemStatus(system_code::kPathNotFound);
   }

@@ -1,6 +1,8 @@
 #include "win32_fixture.h"
 
 #include <windows.h>
+// Needs the types of windows.h.
+#include <lmcons.h>
 
 #include <filesystem>
 #include <fstream>
@@ -108,6 +110,12 @@ Win32Fixture::Held Win32Fixture::Hold(const std::wstring& path, FileShare share,
 
 bool Win32Fixture::is_wine() {
   return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
+
+bool Win32Fixture::ignores_read_only() {
+  std::wstring name(UNLEN + 1, L'\0');
+  DWORD count = UNLEN + 1;
+  return is_wine() && GetUserNameW(name.data(), &count) && name.substr(0, count - 1) == L"root";
 }
 
 }  // namespace tdefault::platform

@@ -48,6 +48,7 @@ class Win32Fixture {
   void SetVariable(const std::wstring& name, const std::optional<std::wstring>& value);
   Held Hold(const std::wstring& path, FileShare share, FileAccess access);
   static bool is_wine();
+  static bool ignores_read_only();
 
  private:
   win32::Win32Platform adapter_;

@@ -39,10 +39,15 @@ function(tdefault_layer name)
   endforeach()
 endfunction()
 
-# tdefault_test(NAME SOURCES... [LAYERS layers...] [LABELS labels...]): one doctest program whose
-# cases are registered with ctest one by one, each named NAME: case.
+# tdefault_test(NAME SOURCES... [LAYERS layers...] [LABELS labels...] [LOCK what]): one doctest
+# program whose cases are registered with ctest one by one, each named NAME:case. Cases with the
+# same lock never run at the same time.
 function(tdefault_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LAYERS;LABELS;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "" "LOCK" "SOURCES;LAYERS;LABELS;LIBRARIES" ${ARGN})
+  set(lock)
+  if(ARG_LOCK)
+    set(lock RESOURCE_LOCK ${ARG_LOCK})
+  endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE tdefault_flags tdefault_test_main ${ARG_LIBRARIES})
   tdefault_precompile(${name})
@@ -53,5 +58,5 @@ function(tdefault_test name)
   doctest_discover_tests(
     ${name}
     TEST_PREFIX "${name}: "
-    PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600 FAIL_REGULAR_EXPRESSION "test cases: +0")
+    PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600 ${lock} FAIL_REGULAR_EXPRESSION "test cases: +0")
 endfunction()

@@ -5,6 +5,15 @@ namespace {
 
 constexpr std::size_t kMessageLimit = 255;
 
+// The next number of the seeded sequence (splitmix64: an odd step, then a mix of all bits).
+std::uint64_t NextRandom(std::uint64_t& state) {
+  state += 0x9E3779B97F4A7C15;
+  std::uint64_t mixed = state;
+  mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9;
+  mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EB;
+  return mixed ^ (mixed >> 31);
+}
+
 // The buffer of blanks with the name and its closing NUL in it. The name has to fit with its NUL.
 std::optional<NameBuffer> FilledBuffer(const std::wstring& name, std::uint32_t capacity,
                                        std::uint32_t count) {
@@ -82,8 +91,8 @@ std::optional<Guid> SimulatedGuidSource::Create() {
   }
   constexpr std::uint16_t kRandomVersion = 0x4000;
   constexpr std::uint8_t kVariant = 0x80;
-  const std::uint64_t high = world_.random();
-  std::uint64_t low = world_.random();
+  const std::uint64_t high = NextRandom(world_.random_state);
+  std::uint64_t low = NextRandom(world_.random_state);
   Guid guid;
   guid.data1 = static_cast<std::uint32_t>(high >> 32);
   guid.data2 = static_cast<std::uint16_t>(high >> 16);

@@ -6,7 +6,6 @@
 #include <deque>
 #include <map>
 #include <optional>
-#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -56,7 +55,7 @@ struct World {
   std::vector<ShownBox> shown_boxes;
   std::vector<RecordedPause> pauses;
 
-  std::mt19937_64 random;
+  std::uint64_t random_state = 0;
   std::deque<Guid> next_guids;
   bool guid_source_fails = false;
 
@@ -68,7 +67,7 @@ struct World {
   // The full path that a call's argument names. A path with a NUL is refused, not cut.
   [[nodiscard]] SystemResult<std::wstring> Resolve(std::wstring_view path) const;
 
-  World(CodePage page, std::uint64_t seed) : code_page(page), random(seed) {}
+  World(CodePage page, std::uint64_t seed) : code_page(page), random_state(seed) {}
 };
 
 }  // namespace tdefault::platform::simulation

@@ -1,0 +1,79 @@
+// Message boxes on a desktop, answered from another thread as a user would.
+#include <doctest/doctest.h>
+#include <windows.h>
+
+#include <atomic>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "platform/win32/win32_platform.h"
+
+using namespace tdefault::platform;
+
+namespace {
+
+constexpr int kTextControl = 0xFFFF;
+
+std::wstring WindowText(HWND window) {
+  std::wstring text(1024, L'\0');
+  text.resize(static_cast<std::size_t>(GetWindowTextW(window, text.data(), 1024)));
+  return text;
+}
+
+// What was seen of a message box before it was closed.
+struct SeenBox {
+  std::wstring text;
+  int default_button = 0;
+  bool in_front = false;
+  bool shown = false;
+};
+
+// Shows a box and closes it from another thread with the message given, as a user would.
+std::optional<MessageAnswer> AskAndReply(Platform& platform, const std::wstring& title,
+                                         UINT message, WPARAM parameter, SeenBox& seen) {
+  std::atomic<bool> answered = false;
+  std::thread user([&] {
+    HWND box = nullptr;
+    while (!answered && (box = FindWindowW(L"#32770", title.c_str())) == nullptr) Sleep(5);
+    // The box appears before its controls do.
+    while (!answered && GetDlgItem(box, IDCANCEL) == nullptr) Sleep(5);
+    while (!answered && !IsWindowVisible(box)) Sleep(5);
+    if (answered) return;
+    seen.shown = true;
+    seen.text = WindowText(GetDlgItem(box, kTextControl));
+    for (const int id : {IDYES, IDNO, IDCANCEL}) {
+      const LONG kind = GetWindowLongW(GetDlgItem(box, id), GWL_STYLE) & BS_TYPEMASK;
+      if (kind == BS_DEFPUSHBUTTON) seen.default_button = id;
+    }
+    seen.in_front = GetForegroundWindow() == box;
+    PostMessageW(box, message, parameter, 0);
+  });
+  const std::optional<MessageAnswer> answer =
+      platform.dialogs.AskYesNoCancel(title, L"The path 'C:\\D\u0105ta' was not found.\r\n\r\nSo?");
+  answered = true;
+  user.join();
+  return answer;
+}
+
+}  // namespace
+
+TEST_CASE("a message box asks in front with Yes as its default, and Yes is an answer") {
+  win32::Win32Platform adapter;
+  SeenBox seen;
+  CHECK(AskAndReply(adapter.platform(), L"Path \u0142 one", WM_COMMAND, IDYES, seen) ==
+        MessageAnswer::kYes);
+  CHECK(seen.shown);
+  CHECK(seen.in_front);
+  CHECK(seen.text == L"The path 'C:\\D\u0105ta' was not found.\r\n\r\nSo?");
+  CHECK(seen.default_button == IDYES);
+}
+
+TEST_CASE("No and Cancel are answers, and closing the box is Cancel") {
+  win32::Win32Platform adapter;
+  SeenBox seen;
+  CHECK(AskAndReply(adapter.platform(), L"Path two", WM_COMMAND, IDNO, seen) == MessageAnswer::kNo);
+  CHECK(AskAndReply(adapter.platform(), L"Path three", WM_COMMAND, IDCANCEL, seen) ==
+        MessageAnswer::kCancel);
+  CHECK(AskAndReply(adapter.platform(), L"Path four", WM_CLOSE, 0, seen) == MessageAnswer::kCancel);
+}

@@ -96,8 +96,7 @@ TEST_CASE("a site's printers and business types are its own, without deleted ent
                                                          L"33 Body shop", L"34 Insurance company",
                                                          L"35 Employee",
                                                          L"36 \x00C9"
-                                                         L"cole / garderie",
-                                                         L"37 Mail order"});
+                                                         L"cole / garderie"});
   shop.machine.PutFile(kShopLocalIni, LocalIniAt("5"));
   shop.options.Refresh();
   CHECK(shop.Find(L"Printers", L"Invoice5"));

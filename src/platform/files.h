@@ -1,5 +1,7 @@
 // Files and folders. Paths are Windows paths (drive letters, backslashes, UNC), compared without
-// regard to case; a relative path counts from the process's current folder.
+// regard to case; a relative path counts from the process's current folder. A path travels in the
+// system (ANSI) code page: one with a character outside it, or with a NUL, is refused with 123, one
+// of 260 characters or more with 206. A missing file is reported with 2, a missing folder with 3.
 #pragma once
 
 #include <cstdint>
@@ -53,26 +55,33 @@ class Files {
   virtual SystemResult<std::unique_ptr<File>> Open(const std::wstring& path, FileAccess access,
                                                    FileShare share) = 0;
 
-  // Lists what matches `pattern` (a path whose last part may hold * and ?). Fails when nothing
-  // matches, with 2 or 3.
+  // Lists what matches `pattern` (a path whose last part may hold * and ?). Fails with 2 when
+  // nothing matches; the entries of a folder always match its path with \* behind it, except in an
+  // empty root.
   virtual SystemResult<std::unique_ptr<FolderEnumeration>> Enumerate(
       const std::wstring& pattern) = 0;
 
-  // Deletes a file. Fails with 5 for a read-only file, 32 while it is open.
+  // Deletes a file. Fails with 5 for a read-only file or a folder, 32 while it is open.
   virtual SystemStatus Remove(const std::wstring& path) = 0;
 
   // Renames `from` to `to`, replacing a file of that name in one step: at every moment `to` is the
-  // old or the new file. On failure both are as before.
+  // old or the new file. On failure both are as before. Fails with 32 while `from` is open, 5 when
+  // `to` is open, read-only or a folder. Between volumes the content is first written under a
+  // unique name beside `to`; should `from` then not go away, it stays as a leftover and the
+  // replacement still counts as done.
   virtual SystemStatus Replace(const std::wstring& from, const std::wstring& to) = 0;
 
   // Copies content and attributes over `to`, which may exist. On failure `to` may be incomplete.
+  // Refused before the first byte: 5 for a read-only `to`, 32 when `to` is open or the share mode
+  // of a holder of `from` forbids reading.
   virtual SystemStatus Copy(const std::wstring& from, const std::wstring& to) = 0;
 
   // Takes the read-only mark off a file; a file without it is left alone.
   virtual SystemStatus ClearReadOnly(const std::wstring& path) = 0;
 
   // Creates an empty file with a unique name that starts with up to three characters of `prefix`
-  // in `folder`, and gives its full path. Fails with 267 when the folder does not exist.
+  // in `folder`, and gives its path: the folder as passed, a backslash and the name. Fails with 267
+  // when the folder does not exist.
   virtual SystemResult<std::wstring> CreateUnique(const std::wstring& folder,
                                                   const std::wstring& prefix) = 0;
 
@@ -80,8 +89,9 @@ class Files {
   virtual SystemResult<std::wstring> TemporaryFolder() = 0;
 
   // The full path of the file that the system's search order (program, current, system and Windows
-  // folder, PATH) finds for a name; fails with 2 when there is none, or when the path has
-  // `capacity` characters or more.
+  // folder, PATH) finds for a bare name; a name with a folder is looked for there only. The order
+  // among the folders is the system's and its administrator's affair. Fails with 2 when there is
+  // none, or when the path has `capacity` characters or more.
   virtual SystemResult<std::wstring> Locate(const std::wstring& name, std::uint32_t capacity) = 0;
 };
 

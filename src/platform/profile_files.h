@@ -1,5 +1,7 @@
 // INI ("profile") files through the operating system's own profile calls. docs/profile-files.md
-// lists the rules we rely on.
+// lists the rules we rely on. Text travels in the system (ANSI) code page, where a character
+// outside it becomes "?", and ends at its first NUL; a file name with a NUL or of 260 characters or
+// more is no file.
 #pragma once
 
 #include <cstdint>

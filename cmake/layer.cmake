@@ -54,7 +54,8 @@ function(tdefault_test name)
   foreach(layer IN LISTS ARG_LAYERS)
     target_link_libraries(${name} PRIVATE tdefault_${layer})
   endforeach()
-  # A name that doctest's filter does not find again would run no case and pass.
+  # A name that the filter does not find again (one with a semicolon, which CMake splits) would run
+  # no case and pass.
   doctest_discover_tests(
     ${name}
     TEST_PREFIX "${name}: "

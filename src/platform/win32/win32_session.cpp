@@ -94,7 +94,7 @@ std::wstring Win32Session::HostExecutableName() {
 std::wstring Win32Session::HostTitle() {
   const std::wstring path = HostExecutablePath();
   for (const wchar_t* field : {L"ProductName", L"FileDescription"}) {
-    const std::wstring text = VersionResourceText(path, field);
+    std::wstring text = VersionResourceText(path, field);
     if (!text.empty()) return text;
   }
   return FileNameWithoutExtension(path);

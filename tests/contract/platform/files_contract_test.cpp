@@ -184,7 +184,7 @@ TEST_CASE_TEMPLATE("a second opening by the same process obeys the share mode to
   CHECK(OpenCode(fixture, L"a.txt") == 0);
 }
 
-TEST_CASE_TEMPLATE("a removed file is gone; one that is missing, open or read-only stays", Fixture,
+TEST_CASE_TEMPLATE("a removed file is gone, one that is missing, open or read-only stays", Fixture,
                    PLATFORM_FIXTURES) {
   Fixture fixture;
   Files& files = fixture.platform().files;

@@ -22,12 +22,6 @@ void Require(bool succeeded, const char* what) {
   }
 }
 
-std::wstring FolderFrom(UINT (*query)(LPWSTR, UINT)) {
-  std::wstring path(MAX_PATH, L'\0');
-  path.resize(query(path.data(), MAX_PATH));
-  return path;
-}
-
 }  // namespace
 
 void Win32Fixture::Held::Release() noexcept {
@@ -54,7 +48,11 @@ Win32Fixture::~Win32Fixture() {
   fs::remove_all(folder_, ignored);
 }
 
-std::wstring Win32Fixture::windows_folder() { return FolderFrom(GetWindowsDirectoryW); }
+std::wstring Win32Fixture::windows_folder() {
+  std::wstring path(MAX_PATH, L'\0');
+  path.resize(GetWindowsDirectoryW(path.data(), MAX_PATH));
+  return path;
+}
 
 std::wstring Win32Fixture::program_folder() {
   std::wstring path(MAX_PATH, L'\0');

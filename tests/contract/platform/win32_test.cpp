@@ -12,6 +12,8 @@ using namespace tdefault::platform;
 
 namespace {
 
+void CALLBACK SetFlag(ULONG_PTR flag) { *reinterpret_cast<bool*>(flag) = true; }
+
 // A folder on a volume other than the one of the fixture's folder.
 class OtherVolume {
  public:
@@ -80,8 +82,7 @@ TEST_CASE("a pause takes at least its time") {
 TEST_CASE("a completion routine ends an alertable pause early") {
   win32::Win32Platform adapter;
   bool ran = false;
-  QueueUserAPC([](ULONG_PTR flag) { *reinterpret_cast<bool*>(flag) = true; }, GetCurrentThread(),
-               reinterpret_cast<ULONG_PTR>(&ran));
+  QueueUserAPC(SetFlag, GetCurrentThread(), reinterpret_cast<ULONG_PTR>(&ran));
   CHECK(adapter.platform().clock.Pause(60000, true) == WAIT_IO_COMPLETION);
   CHECK(ran);
 }

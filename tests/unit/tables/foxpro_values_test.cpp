@@ -102,7 +102,7 @@ TEST_CASE("a damaged value fails only who reads it: the other columns and rows a
   CHECK(cursor->Read(1) == Value(2.0));
 }
 
-TEST_CASE("logical values read in either letter and language; unset is false") {
+TEST_CASE("logical values read in either letter and language, unset is false") {
   for (const char* stored : {"T", "t", "Y", "y"}) CHECK(StoredAs('L', stored, 1) == Value(true));
   for (const char* stored : {"F", "f", "N", "n", " ", "?"})
     CHECK(StoredAs('L', stored, 1) == Value(false));
@@ -113,7 +113,7 @@ TEST_CASE("logical values read in either letter and language; unset is false") {
   }
 }
 
-TEST_CASE("dates read from eight digits; blanks, zeros and zero bytes are the empty date") {
+TEST_CASE("dates read from eight digits, while blanks, zeros and zero bytes are the empty date") {
   CHECK(StoredAs('D', "20010307", 8) == Value(Day(2001, 3, 7)));
   CHECK(StoredAs('D', "20240229", 8) == Value(Day(2024, 2, 29)));
   CHECK(StoredAs('D', "00010101", 8) == Value(Day(1, 1, 1)));

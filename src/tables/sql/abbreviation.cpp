@@ -16,7 +16,7 @@ bool Abbreviates(std::wstring_view word, std::wstring_view name) noexcept {
 }
 
 std::variant<NoMatch, AmbiguousMatch, std::size_t> FindAbbreviated(
-    std::wstring_view word, std::span<const std::wstring_view> names) noexcept {
+    std::wstring_view word, std::span<const std::wstring_view> names) {
   std::variant<NoMatch, AmbiguousMatch, std::size_t> found;
   for (std::size_t i = 0; i < names.size(); ++i) {
     if (!Abbreviates(word, names[i])) continue;

@@ -22,6 +22,6 @@ struct AmbiguousMatch {
 // The position in `names` of the one that `word` stands for; a full name wins over longer names
 // that begin with it.
 [[nodiscard]] std::variant<NoMatch, AmbiguousMatch, std::size_t> FindAbbreviated(
-    std::wstring_view word, std::span<const std::wstring_view> names) noexcept;
+    std::wstring_view word, std::span<const std::wstring_view> names);
 
 }  // namespace tdefault::tables::sql

@@ -203,10 +203,10 @@ class Lexer {
   }
 
   [[noreturn]] void ThrowUnended(std::wstring_view what, wchar_t end) const {
-    std::wstring text(what);
-    text += L" begins here, but its closing ";
+    std::wstring text = L"the ";
+    text += what;
+    text += L" that begins here has no closing ";
     text += end;
-    text += L" is missing";
     throw StatementError(start_, text);
   }
 

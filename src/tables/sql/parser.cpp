@@ -192,23 +192,24 @@ class Parser {
     if (from && !IsKeyword(Ahead(1), L"FROM") && !IsKeyword(Ahead(1), L"AS"))
       ThrowExpected(L"a column, an expression or \"*\"");
     item.expression = ParseExpression();
-    if (TakeKeyword(L"AS"))
-      item.alias = ExpectName(L"a name for the column");
-    else if (At(TokenKind::kWord) && !AtKeyword(L"FROM"))
-      item.alias = ExpectName(L"a name for the column");
+    const bool renamed = TakeKeyword(L"AS") || AtImplicitAlias();
+    if (renamed) item.alias = ExpectName(L"a name for the column");
     return item;
+  }
+
+  // A word behind an expression is its alias only where the list or FROM follows, so that a
+  // misspelt FROM is reported itself.
+  [[nodiscard]] bool AtImplicitAlias() const {
+    return At(TokenKind::kWord) && !AtKeyword(L"FROM") &&
+           (Ahead(1).kind == TokenKind::kComma || IsKeyword(Ahead(1), L"FROM"));
   }
 
   TableName ParseTableName() {
     TableName table{};
     table.position = Current().position;
     table.name = ExpectName(L"the name of a table");
-    if (TakeKeyword(L"AS"))
-      table.alias = ExpectName(L"an alias for the table");
-    else if (At(TokenKind::kWord) && !AtClause())
-      table.alias = ExpectName(L"an alias for the table");
-    else
-      table.alias = table.name;
+    const bool renamed = TakeKeyword(L"AS") || (At(TokenKind::kWord) && !AtClause());
+    table.alias = renamed ? ExpectName(L"an alias for the table") : table.name;
     if (At(TokenKind::kComma))
       throw StatementError(Current().position,
                            L"only one table can follow FROM; joins are not supported");
@@ -254,7 +255,8 @@ class Parser {
       Advance();
     }
     item.descending = TakeKeyword(L"DESCENDING");
-    if (!item.descending && !TakeKeyword(L"ASC")) TakeKeyword(L"ASCENDING");
+    const bool ascending = AtKeyword(L"ASC") || AtKeyword(L"ASCENDING");
+    if (!item.descending && ascending) Advance();
     return item;
   }
 
@@ -479,8 +481,9 @@ class Parser {
 
   ExpressionPointer ParseCall() {
     const Token& name = Advance();
-    if (IsKeyword(name, L"EXISTS") && BeginsSelect(1)) {
+    if (IsKeyword(name, L"EXISTS")) {
       Advance();
+      if (!BeginsSelect(0)) ThrowExpected(L"SELECT behind EXISTS");
       return MakeExpression(name.position, Exists{ParseSubselect()});
     }
     FunctionCall call{ResolveFunction(name), {}};

@@ -7,7 +7,7 @@ constexpr double kCurrencyScale = 10000.0;
 
 }  // namespace
 
-ValueType TypeOf(const Value& value) noexcept {
+ValueType TypeOf(const Value& value) {
   struct Visitor {
     ValueType operator()(const Null&) const { return ValueType::kAny; }
     ValueType operator()(bool) const { return ValueType::kLogical; }

@@ -11,7 +11,7 @@ namespace tdefault::tables::sql {
 enum class ValueType { kAny, kLogical, kNumber, kText, kDate, kDateTime, kBinary };
 
 // kAny for a null.
-[[nodiscard]] ValueType TypeOf(const Value& value) noexcept;
+[[nodiscard]] ValueType TypeOf(const Value& value);
 
 // "text", "a number" and so on.
 [[nodiscard]] std::wstring_view Describe(ValueType type) noexcept;

@@ -1,0 +1,173 @@
+// How much a statement reads, and when.
+#include <doctest/doctest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "base/error.h"
+#include "sql/memory_tables.h"
+#include "tables/sql/query.h"
+
+using namespace tdefault;
+using namespace tdefault::tests;
+using tables::sql::ExecuteQuery;
+
+namespace {
+
+// Rows 1 to `count` of Id, Grp (Id modulo 10), Name.
+MemoryTable Numbered(std::int32_t count) {
+  MemoryTable table;
+  table.columns = {MakeColumn(L"Id", 'I'), MakeColumn(L"Grp", 'I'), MakeColumn(L"Name", 'C', 8)};
+  for (std::int32_t id = 1; id <= count; ++id)
+    table.rows.push_back({Value(id), Value(id % 10), Value(L"n" + std::to_wstring(id))});
+  return table;
+}
+
+struct Fixture {
+  MemoryTables tables;
+  MemoryTable& big = tables.Add(L"Big", Numbered(1000));
+  MemoryTable& other = tables.Add(L"Other", Numbered(1000));
+
+  std::size_t Count(const std::wstring& statement) {
+    const auto rows = ExecuteQuery(statement, tables);
+    std::size_t count = 0;
+    while (rows->Next()) ++count;
+    return count;
+  }
+};
+
+}  // namespace
+
+TEST_CASE_FIXTURE(Fixture, "a scan is one pass that reads only the columns that are asked for") {
+  const auto rows = ExecuteQuery(L"SELECT Name FROM Big WHERE Id > 990", tables);
+  std::size_t count = 0;
+  while (rows->Next()) {
+    CHECK(rows->Read(0) == Value(std::wstring(count == 9 ? L"n1000   " : L"n99") +
+                                 (count == 9 ? L"" : std::to_wstring(count + 1) + L"    ")));
+    ++count;
+  }
+  CHECK(count == 10);
+  CHECK(big.scans == 1);
+  CHECK(big.rows_visited == 1000);
+  CHECK(big.reads[0] == 1000);
+  CHECK(big.reads[1] == 0);
+  CHECK(big.reads[2] == 10);
+}
+
+TEST_CASE_FIXTURE(Fixture, "a statement without order gives its first row after reading one") {
+  const auto rows = ExecuteQuery(L"SELECT * FROM Big", tables);
+  CHECK(big.rows_visited == 0);
+  REQUIRE(rows->Next());
+  CHECK(big.rows_visited == 1);
+  CHECK(big.reads[0] + big.reads[1] + big.reads[2] == 0);
+}
+
+TEST_CASE_FIXTURE(Fixture, "with DISTINCT a row is given as soon as it is found") {
+  const auto rows = ExecuteQuery(L"SELECT DISTINCT Grp FROM Big", tables);
+  for (int i = 0; i < 10; ++i) REQUIRE(rows->Next());
+  CHECK(big.rows_visited == 10);
+  CHECK_FALSE(rows->Next());
+  CHECK(big.rows_visited == 1000);
+}
+
+TEST_CASE_FIXTURE(Fixture, "behind the last row there is none until the rows are rewound") {
+  for (const std::wstring order : {L"", L" ORDER BY Id DESC"}) {
+    const auto rows = ExecuteQuery(L"SELECT Id FROM Big WHERE Id < 3" + order, tables);
+    for (int pass = 0; pass < 3; ++pass) {
+      REQUIRE(rows->Next());
+      const Value first = rows->Read(0);
+      CHECK(first == Value(std::int32_t{order.empty() ? 1 : 2}));
+      REQUIRE(rows->Next());
+      CHECK(rows->Read(0) != first);
+      CHECK_FALSE(rows->Next());
+      CHECK_FALSE(rows->Next());
+      rows->Rewind();
+    }
+  }
+}
+
+TEST_CASE_FIXTURE(Fixture, "rewinding in the middle begins again") {
+  const auto rows = ExecuteQuery(L"SELECT Id FROM Big", tables);
+  REQUIRE(rows->Next());
+  REQUIRE(rows->Next());
+  rows->Rewind();
+  REQUIRE(rows->Next());
+  CHECK(rows->Read(0) == Value(std::int32_t{1}));
+}
+
+TEST_CASE_FIXTURE(Fixture, "rewound rows see what the tables hold by then, subselects included") {
+  const auto rows =
+      ExecuteQuery(L"SELECT Id FROM Big WHERE Id = (SELECT Grp FROM Other WHERE Id = 5)", tables);
+  REQUIRE(rows->Next());
+  CHECK(rows->Read(0) == Value(std::int32_t{5}));
+  other.rows[4][1] = Value(std::int32_t{7});
+  rows->Rewind();
+  REQUIRE(rows->Next());
+  CHECK(rows->Read(0) == Value(std::int32_t{7}));
+}
+
+TEST_CASE_FIXTURE(Fixture, "a table that is named several times is opened once") {
+  CHECK(Count(L"SELECT Id FROM Big WHERE EXISTS (SELECT 1 FROM BIG b WHERE b.Id = Big.Id + 999)") ==
+        1);
+  CHECK(big.opened == 1);
+}
+
+TEST_CASE_FIXTURE(Fixture, "a subselect that does not depend on the row is evaluated once") {
+  CHECK(Count(L"SELECT Id FROM Big WHERE Grp = (SELECT Grp FROM Other WHERE Id = 5)") == 100);
+  CHECK(other.scans == 1);
+  CHECK(Count(L"SELECT Id FROM Big WHERE Grp IN (SELECT Grp FROM Other WHERE Id < 4)") == 300);
+  CHECK(other.scans == 2);
+  CHECK(Count(L"SELECT Id FROM Big WHERE EXISTS (SELECT 1 FROM Other WHERE Id = 3)") == 1000);
+  CHECK(other.scans == 3);
+  CHECK(other.rows_visited == 1000 + 1000 + 3);
+}
+
+TEST_CASE_FIXTURE(Fixture, "EXISTS over equal columns reads the inner table once") {
+  CHECK(Count(L"SELECT Id FROM Big WHERE NOT EXISTS (SELECT 1 FROM Other b WHERE Big.Grp = b.Grp "
+              L"AND Big.Name = b.Name AND b.Id <= 400)") == 600);
+  CHECK(other.scans == 1);
+  CHECK(other.rows_visited == 1000);
+}
+
+TEST_CASE_FIXTURE(Fixture, "EXISTS with another condition stops at the first row it finds") {
+  CHECK(Count(L"SELECT Id FROM Big WHERE EXISTS (SELECT 1 FROM Other b WHERE b.Id >= Big.Id)") ==
+        1000);
+  CHECK(other.scans == 1000);
+  CHECK(other.rows_visited == 1000 * 1001 / 2);
+}
+
+TEST_CASE_FIXTURE(Fixture, "a subselect inside another is kept while its rows around stay") {
+  CHECK(
+      Count(L"SELECT Id FROM Big WHERE Id <= 10 AND EXISTS (SELECT 1 FROM Other b WHERE b.Grp + 0 "
+            L">= 0 AND b.Id < (SELECT Id FROM Other c WHERE c.Id = Big.Id))") == 9);
+  // For each of ten rows of Big: the innermost is evaluated once, though b has many rows.
+  CHECK(other.scans == 20);
+}
+
+TEST_CASE_FIXTURE(Fixture, "an error in a row is reported when the row is reached") {
+  const auto rows = ExecuteQuery(L"SELECT Id FROM Big WHERE 1 / (Id - 3) < 5", tables);
+  REQUIRE(rows->Next());
+  REQUIRE(rows->Next());
+  CHECK_THROWS_WITH_AS(rows->Next(),
+                       doctest::Contains("Statement error at character 28: Cannot divide by 0."),
+                       Error);
+}
+
+TEST_CASE_FIXTURE(Fixture, "after an error in a subselect it is evaluated again") {
+  const auto rows = ExecuteQuery(
+      L"SELECT Id FROM Big WHERE Id = (SELECT Id FROM Other WHERE Grp = 1 AND Id < 20)", tables);
+  CHECK_THROWS_AS(rows->Next(), Error);
+  other.rows.resize(5);
+  rows->Rewind();
+  CHECK(rows->Next());
+  CHECK(rows->Read(0) == Value(std::int32_t{1}));
+}
+
+TEST_CASE_FIXTURE(Fixture, "sorting reads every row once") {
+  const auto rows = ExecuteQuery(L"SELECT Id FROM Big ORDER BY Name DESC", tables);
+  REQUIRE(rows->Next());
+  CHECK(rows->Read(0) == Value(std::int32_t{999}));
+  CHECK(big.rows_visited == 1000);
+  CHECK(big.reads[2] == 1000);
+}

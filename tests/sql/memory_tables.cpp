@@ -20,6 +20,8 @@ class MemoryCursor final : public tables::RowCursor {
     if (ended_) throw std::logic_error("Next was called again behind the last row");
     ended_ = row_ == table_.rows.size();
     if (ended_) return false;
+    if (table_.rows_visited == table_.most_rows_visited)
+      throw Error(error_number::kInUseByAnother, L"Tables", L"The test visits no more rows.");
     ++row_;
     ++table_.rows_visited;
     return true;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <map>
 #include <memory>
 #include <string>
@@ -21,6 +22,8 @@ struct MemoryTable {
   std::size_t scans = 0;
   std::size_t rows_visited = 0;
   std::vector<std::size_t> reads;  // per column
+  // One visit more is the Error kInUseByAnother, which the dialect itself never raises.
+  std::size_t most_rows_visited = std::numeric_limits<std::size_t>::max();
 };
 
 class MemoryTables final : public tables::TableFinder {

@@ -1,0 +1,1 @@
+sele dist i from t wher i betw 1 and 2 and exis (sele 1 from u) orde by i desc

@@ -1,0 +1,1 @@
+SELECT I FROM T WHERE Default = 'STRASSE' AND 'é' = 'É'

@@ -1,0 +1,1 @@
+SELECT -I * (N + 2) / 3 - Y FROM T WHERE I + 1 >= 2 AND N <> 0 AND N # 1 AND N != 2 AND C == 'abc'

@@ -1,0 +1,1 @@
+INSERT INTO T (I) VALUES (1)

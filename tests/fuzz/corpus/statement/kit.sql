@@ -1,0 +1,1 @@
+SELECT I FROM T WHERE UPPER(C) = 'ABC' OR NOT EXIST (SELECT 1 FROM U as b WHERE T.I = b.I and T.C = b.C and b.C = 'abc')

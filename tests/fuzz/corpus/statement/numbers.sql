@@ -1,0 +1,1 @@
+SELECT STR(N,8,2), VAL(C), LEN(C), AT('b',C,1), PADR(C,9,'*'), PADL(C,9), IIF(L,I,N), EMPTY(C) FROM T

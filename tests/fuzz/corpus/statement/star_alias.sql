@@ -1,0 +1,1 @@
+SELECT b.*, b.I AS x, Default FROM T AS b

@@ -1,0 +1,1 @@
+SELECT 'it''s', "say ""x""", [b'], C + 'a' - 'b ' FROM T

@@ -45,7 +45,8 @@ std::int32_t DefinedSize(const Column& column) {
 
 }  // namespace
 
-// Keeps the value once it is decoded, until the recordset moves on.
+// Decodes the value when it is asked for. What was decoded for its size is kept for the one who
+// then asks for the value.
 class EmbeddedRecordset::RowField final : public Field {
  public:
   RowField(const EmbeddedRecordset& recordset, std::size_t position, const Column& column)
@@ -58,33 +59,32 @@ class EmbeddedRecordset::RowField final : public Field {
   [[nodiscard]] std::int32_t defined_size() const override { return defined_size_; }
 
   [[nodiscard]] std::int32_t actual_size() const override {
-    const Value& current = Current();
-    if (IsNull(current)) return 0;
+    Value current = value();
+    std::int32_t size = defined_size_;
+    if (IsNull(current)) size = 0;
     if (const auto* text = std::get_if<std::wstring>(&current))
-      return static_cast<std::int32_t>(text->size());
+      size = static_cast<std::int32_t>(text->size());
     if (const auto* bytes = std::get_if<Bytes>(&current))
-      return static_cast<std::int32_t>(bytes->size());
-    return defined_size_;
+      size = static_cast<std::int32_t>(bytes->size());
+    kept_ = std::move(current);
+    kept_at_ = recordset_.step_count_;
+    return size;
   }
 
-  [[nodiscard]] Value value() const override { return Current(); }
+  [[nodiscard]] Value value() const override {
+    if (recordset_.eof_) throw NoCurrentRow(L"Field", name_);
+    if (kept_at_ != recordset_.step_count_) return recordset_.rows_->Read(position_);
+    kept_at_ = 0;
+    return std::move(kept_);
+  }
 
  private:
-  const Value& Current() const {
-    if (recordset_.eof_) throw NoCurrentRow(L"Field", name_);
-    if (decoded_at_ != recordset_.step_count_) {
-      value_ = recordset_.rows_->Read(position_);
-      decoded_at_ = recordset_.step_count_;
-    }
-    return value_;
-  }
-
   const EmbeddedRecordset& recordset_;
   std::size_t position_;
   std::wstring name_;
   std::int32_t defined_size_;
-  mutable Value value_;
-  mutable std::int64_t decoded_at_ = 0;  // the step count of the value; no row has 0
+  mutable Value kept_;
+  mutable std::int64_t kept_at_ = 0;  // the step count of the row it belongs to; no row has 0
 };
 
 EmbeddedRecordset::~EmbeddedRecordset() {

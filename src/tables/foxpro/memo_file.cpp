@@ -1,7 +1,6 @@
 #include "tables/foxpro/memo_file.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 #include "tables/foxpro/table_format.h"
@@ -22,9 +21,7 @@ MemoFile::MemoFile(std::unique_ptr<platform::File> file, std::wstring path,
                       L"it ends after " + std::to_wstring(size_) + L" of the " +
                           std::to_wstring(memo_header::kSize) + L" bytes of its header");
   }
-  std::array<std::uint8_t, memo_block::kData> header{};
-  ReadAt(0, header);
-  block_size_ = BigEndian16(header, memo_header::kBlockSize);
+  block_size_ = BigEndian16(Fetch(0, memo_header::kSize), memo_header::kBlockSize);
   if (block_size_ == 0) throw DamagedFile(table_, path_, L"its block size is 0");
 }
 
@@ -39,49 +36,37 @@ bool MemoFile::Holds(std::uint64_t offset, std::uint64_t length) {
   return offset + length <= size_;
 }
 
-Bytes MemoFile::Read(std::uint32_t block, const ValuePlace& place) {
+std::string_view MemoFile::Read(std::uint32_t block, const ValuePlace& place) {
   const std::uint64_t start = static_cast<std::uint64_t>(block) * block_size_;
   if (start < memo_header::kSize || !Holds(start, memo_block::kData)) {
     throw DamagedValue(place, L"the value should start at block " + std::to_wstring(block) +
                                   L" of the memo file " + path_ + L", which has no such block");
   }
-  std::array<std::uint8_t, memo_block::kData> head{};
-  ReadAt(start, head);
-  const std::uint32_t length = BigEndian32(head, memo_block::kDataLength);
+  const std::uint32_t length =
+      BigEndian32(Fetch(start, memo_block::kData), memo_block::kDataLength);
   if (!Holds(start + memo_block::kData, length)) {
     throw DamagedValue(place, L"the value at block " + std::to_wstring(block) +
                                   L" of the memo file " + path_ + L" should be " +
                                   std::to_wstring(length) +
                                   L" bytes long and reaches behind the end of that file");
   }
-  Bytes data(length);
-  ReadAt(start + memo_block::kData, data);
-  return data;
+  const auto data = Fetch(start + memo_block::kData, length);
+  return {reinterpret_cast<const char*>(data.data()), data.size()};
 }
 
-// REQUIRES: the stretch lies within the size last measured.
-void MemoFile::ReadAt(std::uint64_t offset, std::span<std::uint8_t> target) {
-  if (target.empty()) return;
-  const auto held = [this, offset, &target] {
-    return offset >= window_offset_ && offset + target.size() <= window_offset_ + window_.size();
+std::span<const std::uint8_t> MemoFile::Fetch(std::uint64_t offset, std::size_t length) {
+  const auto held = [&] {
+    return offset >= window_offset_ && offset + length <= window_offset_ + window_.size();
   };
-  if (target.size() <= kWindowSize) {
-    if (!held()) FetchWindow(offset);
-    if (held()) {
-      const auto from = window_.begin() + static_cast<std::ptrdiff_t>(offset - window_offset_);
-      std::copy_n(from, target.size(), target.begin());
-      return;
-    }
-  } else {
-    const auto read = file_->ReadAt(offset, target);
-    if (!read.ok()) throw FileFailure(table_, path_, L"read", read.code());
-    if (read.value() == target.size()) return;
-  }
-  throw DamagedFile(table_, path_, L"it became shorter while it was read");
+  if (!held()) FetchWindow(offset, std::max(length, kWindowSize));
+  if (!held()) throw DamagedFile(table_, path_, L"it became shorter while it was read");
+  return std::span<const std::uint8_t>(window_).subspan(
+      static_cast<std::size_t>(offset - window_offset_), length);
 }
 
-void MemoFile::FetchWindow(std::uint64_t offset) {
-  window_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(kWindowSize, size_ - offset)));
+void MemoFile::FetchWindow(std::uint64_t offset, std::size_t size) {
+  const std::uint64_t left = size_ - std::min(size_, offset);
+  window_.resize(static_cast<std::size_t>(std::min<std::uint64_t>(size, left)));
   window_offset_ = offset;
   const auto read = file_->ReadAt(offset, window_);
   if (!read.ok()) {

@@ -5,9 +5,9 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "base/value.h"
 #include "platform/files.h"
 #include "tables/foxpro/table_errors.h"
 
@@ -21,17 +21,19 @@ class MemoFile {
   // memo file.
   MemoFile(std::unique_ptr<platform::File> file, std::wstring path, const TableIdentity& table);
 
-  // The value that starts at a block other than 0. Throws DamagedValue naming the place and this
-  // file when block or length lead out of the file.
-  [[nodiscard]] Bytes Read(std::uint32_t block, const ValuePlace& place);
+  // The value that starts at a block other than 0; its bytes stay where they are until the next
+  // call. Throws DamagedValue naming the place and this file when block or length lead out of the
+  // file.
+  [[nodiscard]] std::string_view Read(std::uint32_t block, const ValuePlace& place);
 
  private:
   // Whether the file holds this many bytes at `offset`; one that another program lengthens while it
   // is read is measured again.
   [[nodiscard]] bool Holds(std::uint64_t offset, std::uint64_t length);
   void Measure();
-  void ReadAt(std::uint64_t offset, std::span<std::uint8_t> target);
-  void FetchWindow(std::uint64_t offset);
+  // REQUIRES: Holds(offset, length). What it gives stays until the next call.
+  std::span<const std::uint8_t> Fetch(std::uint64_t offset, std::size_t length);
+  void FetchWindow(std::uint64_t offset, std::size_t size);
 
   std::unique_ptr<platform::File> file_;
   std::wstring path_;

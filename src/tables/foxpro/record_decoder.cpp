@@ -33,6 +33,8 @@ std::span<const std::uint8_t> Unsigned(std::string_view bytes) {
   return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
 }
 
+Bytes ToBytes(std::string_view bytes) { return {bytes.begin(), bytes.end()}; }
+
 // Digits with at most one point and no exponent, up to 15 digits: whole number and power of ten are
 // exact in a double, so their quotient is the nearest double. Absent for any other text.
 std::optional<double> ParsePlainNumber(std::string_view digits) {
@@ -177,10 +179,16 @@ bool RecordDecoder::Flag(const std::uint8_t* record, std::size_t bit) const {
   return (byte >> (bit % 8) & 1U) != 0;
 }
 
+// Most text is ASCII, which every page shares: it is widened in one sweep, and only text with other
+// characters is looked at again.
 std::wstring RecordDecoder::DecodeText(std::string_view bytes) const {
-  std::wstring text(bytes.size(), L'\0');
-  std::transform(bytes.begin(), bytes.end(), text.begin(),
-                 [this](char byte) { return characters_[static_cast<unsigned char>(byte)]; });
+  const auto stored = Unsigned(bytes);
+  std::wstring text(stored.begin(), stored.end());
+  std::uint8_t all = 0;
+  for (const std::uint8_t byte : stored) all |= byte;
+  if (all < 0x80) return text;
+  std::transform(stored.begin(), stored.end(), text.begin(),
+                 [this](std::uint8_t byte) { return characters_[byte]; });
   return text;
 }
 
@@ -198,7 +206,7 @@ Value RecordDecoder::DecodeMemo(const StoredColumn& stored, std::string_view byt
                                 const ValuePlace& place) const {
   const auto block = ParseMemoPointer(bytes, layout_.memo_pointers_are_digits);
   if (!block) throw DamagedValue(place, L"the stored bytes are no block number of a memo file");
-  Bytes data;
+  std::string_view data;
   if (*block != 0) {
     if (memo_ == nullptr) {
       throw RefusedValue(place,
@@ -207,8 +215,8 @@ Value RecordDecoder::DecodeMemo(const StoredColumn& stored, std::string_view byt
     }
     data = memo_->Read(*block, place);
   }
-  if (stored.column.kind == ColumnKind::kBinary) return data;
-  return DecodeText({reinterpret_cast<const char*>(data.data()), data.size()});
+  if (stored.column.kind == ColumnKind::kBinary) return ToBytes(data);
+  return DecodeText(data);
 }
 
 Value RecordDecoder::Decode(std::size_t column, const std::uint8_t* record,
@@ -242,8 +250,7 @@ Value RecordDecoder::Decode(std::size_t column, const std::uint8_t* record,
     case 'W':
       return DecodeMemo(stored, bytes, place);
     default:
-      if (stored.column.kind == ColumnKind::kBinary)
-        return Bytes(Unsigned(bytes).begin(), Unsigned(bytes).end());
+      if (stored.column.kind == ColumnKind::kBinary) return ToBytes(bytes);
       return DecodeText(bytes);
   }
 }

@@ -1,6 +1,7 @@
 // What the stored bytes of each column type mean.
 #include <doctest/doctest.h>
 
+#include <cmath>
 #include <limits>
 
 #include "table_bytes.h"

@@ -1,0 +1,101 @@
+#include "folder_files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <utility>
+
+#include "base/text.h"
+
+namespace tdefault::bench {
+namespace {
+
+using platform::SystemResult;
+using platform::SystemStatus;
+namespace system_code = platform::system_code;
+
+constexpr SystemStatus kRefused(system_code::kAccessDenied);
+
+class FolderFile final : public platform::File {
+ public:
+  explicit FolderFile(int descriptor) : descriptor_(descriptor) {}
+  ~FolderFile() override { close(descriptor_); }
+  FolderFile(const FolderFile&) = delete;
+  FolderFile& operator=(const FolderFile&) = delete;
+
+  SystemResult<std::size_t> ReadAt(std::uint64_t offset, std::span<std::uint8_t> target) override {
+    std::size_t done = 0;
+    while (done < target.size()) {
+      const auto count = pread(descriptor_, target.data() + done, target.size() - done,
+                               static_cast<off_t>(offset + done));
+      if (count < 0) return kRefused;
+      if (count == 0) break;
+      done += static_cast<std::size_t>(count);
+    }
+    return done;
+  }
+
+  SystemResult<std::uint64_t> Size() override {
+    struct stat status {};
+    if (fstat(descriptor_, &status) != 0) return kRefused;
+    return static_cast<std::uint64_t>(status.st_size);
+  }
+
+ private:
+  int descriptor_;
+};
+
+class NoEntries final : public platform::FolderEnumeration {
+ public:
+  std::optional<platform::FolderEntry> Next() override { return std::nullopt; }
+};
+
+}  // namespace
+
+FolderFiles::FolderFiles(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+SystemResult<std::unique_ptr<platform::File>> FolderFiles::Open(const std::wstring& path,
+                                                                platform::FileAccess access,
+                                                                platform::FileShare /*share*/) {
+  if (access != platform::FileAccess::kRead) return kRefused;
+  const std::wstring name = path.substr(path.rfind(L'\\') + 1);
+  for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+    if (!EqualIgnoringCase(FromUtf8(entry.path().filename().string()), name)) continue;
+    const int descriptor = open(entry.path().c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return kRefused;
+    return std::unique_ptr<platform::File>(std::make_unique<FolderFile>(descriptor));
+  }
+  return SystemStatus(system_code::kFileNotFound);
+}
+
+SystemResult<std::unique_ptr<platform::FolderEnumeration>> FolderFiles::Enumerate(
+    const std::wstring& /*pattern*/) {
+  return std::unique_ptr<platform::FolderEnumeration>(std::make_unique<NoEntries>());
+}
+
+SystemStatus FolderFiles::Remove(const std::wstring& /*path*/) { return kRefused; }
+
+SystemStatus FolderFiles::Replace(const std::wstring& /*from*/, const std::wstring& /*to*/) {
+  return kRefused;
+}
+
+SystemStatus FolderFiles::Copy(const std::wstring& /*from*/, const std::wstring& /*to*/) {
+  return kRefused;
+}
+
+SystemStatus FolderFiles::ClearReadOnly(const std::wstring& /*path*/) { return kRefused; }
+
+SystemResult<std::wstring> FolderFiles::CreateUnique(const std::wstring& /*folder*/,
+                                                     const std::wstring& /*prefix*/) {
+  return kRefused;
+}
+
+SystemResult<std::wstring> FolderFiles::TemporaryFolder() { return kRefused; }
+
+SystemResult<std::wstring> FolderFiles::Locate(const std::wstring& /*name*/,
+                                               std::uint32_t /*capacity*/) {
+  return kRefused;
+}
+
+}  // namespace tdefault::bench

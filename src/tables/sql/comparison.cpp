@@ -22,6 +22,11 @@ int OrderNumbers(double left, double right) {
   return Order(left, right);
 }
 
+int OrderTimes(const DateTime& left, const DateTime& right) {
+  const int days = Order(left.date.julian_day, right.date.julian_day);
+  return days != 0 ? days : Order(left.milliseconds, right.milliseconds);
+}
+
 int OrderValues(const Value& left, const Value& right, const Collation& collation) {
   switch (TypeOf(left)) {
     case ValueType::kText:
@@ -30,12 +35,12 @@ int OrderValues(const Value& left, const Value& right, const Collation& collatio
       const auto* left_currency = std::get_if<Currency>(&left);
       const auto* right_currency = std::get_if<Currency>(&right);
       if (left_currency != nullptr && right_currency != nullptr)
-        return Order(*left_currency, *right_currency);
+        return Order(left_currency->ten_thousandths, right_currency->ten_thousandths);
       return OrderNumbers(NumberOf(left), NumberOf(right));
     }
     case ValueType::kDate:
     case ValueType::kDateTime:
-      return Order(DateTimeOf(left), DateTimeOf(right));
+      return OrderTimes(DateTimeOf(left), DateTimeOf(right));
     case ValueType::kLogical:
       return Order(std::get<bool>(left), std::get<bool>(right));
     default:

@@ -1,0 +1,129 @@
+#include "tovocfg/arguments.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <sstream>
+
+namespace tovocfg {
+
+namespace {
+
+constexpr const char* kFooter =
+    "Exit codes: 0 done, 1 error reported by the library, 2 wrong arguments, 3 value refused,\n"
+    "4 no such option, 5 data folder or INI file not found, 6 library not found.\n"
+    "'tovocfg COMMAND --help' explains a command and gives an example.";
+
+void AddScope(CLI::App& command, Request& request) {
+  auto* local = command.add_flag("--local", request.local_only, "Only options of the local file");
+  command.add_flag("--global", request.global_only, "Only options of the global file")
+      ->excludes(local);
+}
+
+void AddList(CLI::App& app, Request& request) {
+  CLI::App* list = app.add_subcommand("list", "Shows the options as a table");
+  list->add_option("--section", request.section, "Only the options of one section");
+  list->add_flag("--json", request.json, "Writes JSON with every property, values exactly");
+  AddScope(*list, request);
+  list->footer(
+      "Example:\n"
+      "  tovocfg list --section Tax\n\n"
+      "A key that its file does not hold reads (not set); in JSON it reads \"Not found\".");
+}
+
+void AddGet(CLI::App& app, Request& request) {
+  CLI::App* get = app.add_subcommand("get", "Shows one option with all that is known about it");
+  get->add_option("option", request.words, "SECTION KEY, or the option's ID")
+      ->required()
+      ->expected(1, 2);
+  get->add_flag("--json", request.json, "Writes JSON with every property, values exactly");
+  AddScope(*get, request);
+  get->footer(
+      "Examples:\n"
+      "  tovocfg get Tax Rate1\n"
+      "  tovocfg get 6DE00E4F-8055-4487-917F-E3B3DE57253A --json");
+}
+
+void AddSet(CLI::App& app, Request& request) {
+  CLI::App* set = app.add_subcommand("set", "Checks new values and saves them together");
+  set->add_option("changes", request.words, "SECTION KEY VALUE, as often as there are changes")
+      ->required();
+  set->add_flag("--dry-run", request.dry_run, "Checks and shows the changes, saves nothing");
+  AddScope(*set, request);
+  set->footer(
+      "Examples:\n"
+      "  tovocfg set Tax Rate1 5.125 Invoices DueDays 14\n"
+      "  tovocfg set Windows ColourScheme Night --dry-run\n"
+      "  tovocfg set -- Insurance GlassDiscount -15\n\n"
+      "A choice may be given by its value or by its description. Nothing is saved when any\n"
+      "value is refused. Write -- before values that begin with a hyphen. The previous files\n"
+      "are kept beside the new ones with the ending .old.");
+}
+
+void AddWhere(CLI::App& app, Request& request) {
+  CLI::App* where =
+      app.add_subcommand("where", "Shows which files, library and table access are in use");
+  where->add_flag("--json", request.json, "Writes JSON");
+  where->footer(
+      "Example:\n"
+      "  tovocfg where --ini C:\\SHOP\\TOVO.INI");
+}
+
+ParsedArguments Refused(std::string text) {
+  ParsedArguments parsed;
+  parsed.exit_code = ExitCode::kUsage;
+  parsed.text = std::move(text);
+  return parsed;
+}
+
+ParsedArguments Checked(const CLI::App& app, Request request) {
+  if (app.got_subcommand("list")) request.command = Command::kList;
+  if (app.got_subcommand("get")) request.command = Command::kGet;
+  if (app.got_subcommand("set")) request.command = Command::kSet;
+  if (app.got_subcommand("where")) request.command = Command::kWhere;
+  if (request.command == Command::kSet && request.words.size() % 3 != 0) {
+    return Refused("set: changes are given as SECTION KEY VALUE, three words each; found " +
+                   std::to_string(request.words.size()) +
+                   (request.words.size() == 1 ? " word" : " words") +
+                   ".\nPut a value with blanks in quotation marks.");
+  }
+  ParsedArguments parsed;
+  parsed.request = std::move(request);
+  return parsed;
+}
+
+}  // namespace
+
+ParsedArguments ParseArguments(std::vector<std::string> arguments) {
+  Request request;
+  CLI::App app("Shows and changes the configuration options of the Tovo suite.", "tovocfg");
+  app.set_version_flag("--version", std::string("tovocfg ") + TOVOCFG_VERSION,
+                       "Shows the program's version");
+  app.require_subcommand(1, 1);
+  app.fallthrough();
+  app.footer(kFooter);
+  app.add_option("--data", request.data_folder,
+                 "Data folder, instead of the one the local INI file names");
+  app.add_option("--ini", request.ini_file, "Local INI file, instead of TOVO.INI");
+  app.add_option("--library", request.library_file,
+                 "tdefault.dll to load, instead of the registered one");
+  AddList(app, request);
+  AddGet(app, request);
+  AddSet(app, request);
+  AddWhere(app, request);
+  try {
+    // The parser takes the arguments from the back.
+    std::reverse(arguments.begin(), arguments.end());
+    app.parse(std::move(arguments));
+  } catch (const CLI::ParseError& error) {
+    std::ostringstream out;
+    std::ostringstream problems;
+    const bool refused = app.exit(error, out, problems) != 0;
+    ParsedArguments parsed;
+    parsed.exit_code = refused ? ExitCode::kUsage : ExitCode::kOk;
+    parsed.text = refused ? problems.str() : out.str();
+    return parsed;
+  }
+  return Checked(app, std::move(request));
+}
+
+}  // namespace tovocfg

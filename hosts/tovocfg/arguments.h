@@ -1,0 +1,44 @@
+// The command line of tovocfg.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tovocfg {
+
+// What tovocfg ends with; README.md beside this file explains each to users.
+enum class ExitCode {
+  kOk = 0,
+  kLibraryError = 1,
+  kUsage = 2,
+  kValueRefused = 3,
+  kOptionNotFound = 4,
+  kFolderNotFound = 5,
+  kNoLibrary = 6,
+};
+
+enum class Command { kNone, kList, kGet, kSet, kWhere };
+
+struct Request {
+  Command command = Command::kNone;
+  std::string data_folder;   // empty: as the local INI file says
+  std::string ini_file;      // empty: TOVO.INI on the system's search path
+  std::string library_file;  // empty: the registered library, else the one beside the program
+  bool json = false;
+  bool dry_run = false;
+  bool local_only = false;
+  bool global_only = false;
+  std::string section;             // of list; empty for all
+  std::vector<std::string> words;  // of get and set
+};
+
+struct ParsedArguments {
+  Request request;  // its command is kNone when there is nothing to run
+  ExitCode exit_code = ExitCode::kOk;
+  std::string text;  // help, version or the reason of a refusal
+};
+
+// The arguments are UTF-8 and do not include the program's own name.
+[[nodiscard]] ParsedArguments ParseArguments(std::vector<std::string> arguments);
+
+}  // namespace tovocfg

@@ -1,0 +1,34 @@
+// Whether a value fits an option's definition. The library stores whatever it is given: checking
+// is the host's business.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tovocfg/option.h"
+
+namespace tovocfg {
+
+// What a check needs to know beside the option.
+struct Surroundings {
+  std::vector<std::string> report_names;
+  // Whether a text survives the code page the INI files are written in.
+  std::function<bool(const std::string&)> can_be_stored;
+};
+
+struct CheckedValue {
+  std::string value;    // as it is to be stored
+  std::string refusal;  // why it is not; empty when it is
+  [[nodiscard]] bool accepted() const { return refusal.empty(); }
+};
+
+// A choice may be given by its description too, a yes/no value in any usual spelling; both come
+// back in the spelling that the INI file uses.
+[[nodiscard]] CheckedValue CheckValue(const Option& option, const std::string& given,
+                                      const Surroundings& surroundings);
+
+// "0 to 30, at most 3 decimals", "one of: 0, 1, 2"; empty when nothing limits the value.
+[[nodiscard]] std::string AllowedValues(const Option& option);
+
+}  // namespace tovocfg

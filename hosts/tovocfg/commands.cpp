@@ -1,0 +1,291 @@
+#include "tovocfg/commands.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tovocfg/checks.h"
+#include "tovocfg/library.h"
+#include "tovocfg/output.h"
+#include "tovocfg/selection.h"
+#include "tovocfg/text.h"
+#include "tovocfg/wide_text.h"
+
+namespace tovocfg {
+
+namespace {
+
+// Ends a command that cannot go on: what to tell the user, and the exit code.
+struct Stop {
+  ExitCode exit_code;
+  std::string text;
+};
+
+std::string FullPath(const std::string& path) {
+  const std::wstring wide = ToWide(path);
+  const DWORD size = GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr);
+  std::wstring full(size, L'\0');
+  full.resize(GetFullPathNameW(wide.c_str(), size, full.data(), nullptr));
+  return full.empty() ? path : ToUtf8(full);
+}
+
+bool IsFolder(const std::string& path) {
+  const DWORD attributes = GetFileAttributesW(ToWide(path).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool IsFile(const std::string& path) {
+  const DWORD attributes = GetFileAttributesW(ToWide(path).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+Scope ScopeOf(const Request& request) {
+  if (request.local_only) return Scope::kLocal;
+  return request.global_only ? Scope::kGlobal : Scope::kBoth;
+}
+
+// Points the library at the folder and the file that were named. The library looks for a bare INI
+// name in the current folder only, so it gets a full path. Setting the name also loads the options;
+// that error is left to Initialize, which reports it better.
+void Locate(Library& library, const Request& request) {
+  if (!request.data_folder.empty()) library.SetDataPath(FullPath(request.data_folder));
+  if (request.ini_file.empty()) return;
+  const std::string file = FullPath(request.ini_file);
+  if (!IsFile(file))
+    throw Stop{ExitCode::kFolderNotFound, "there is no INI file " + file + "; check --ini"};
+  try {
+    library.SetIniFile(file);
+  } catch (const LibraryError&) {
+    if (!SameText(library.IniFile(), file)) throw;
+  }
+}
+
+Whereabouts WhereaboutsOf(const Library& library) {
+  Whereabouts where;
+  where.data_folder = library.DataPath();
+  where.data_folder_exists = !where.data_folder.empty() && IsFolder(where.data_folder);
+  where.local_ini = library.IniFile();
+  where.global_ini = library.GlobalIni();
+  where.global_ini_exists = IsFile(where.global_ini);
+  where.location = library.Location();
+  where.tables = "embedded engine";
+  where.library_version = library.Version();
+  where.library_file = library.LibraryFile();
+  where.library_registered = library.registered();
+  where.program_version = TOVOCFG_VERSION;
+  return where;
+}
+
+// What a program that shows no windows checks itself: the library asks the user with a message box
+// when the data folder is missing.
+std::string MissingFolder(const Whereabouts& where, const Request& request) {
+  if (!request.data_folder.empty()) {
+    return "there is no data folder " + where.data_folder + "; check --data";
+  }
+  if (where.local_ini.empty()) {
+    return "there is no TOVO.INI on the search path, so the data folder is not known; name the "
+           "file with --ini or the folder with --data";
+  }
+  if (where.data_folder.empty()) {
+    return "the key DataPath of section [Defaults] in " + where.local_ini +
+           " names no data folder; set it, or name the folder with --data";
+  }
+  return "there is no data folder " + where.data_folder + ", which " + where.local_ini +
+         " names (section [Defaults], key DataPath); correct it, or use --data";
+}
+
+// A library with its options loaded.
+class Session {
+ public:
+  explicit Session(const Request& request) : library_(OpenLibrary(request)) {
+    Locate(*library_, request);
+    where_ = WhereaboutsOf(*library_);
+    if (!where_.data_folder_exists)
+      throw Stop{ExitCode::kFolderNotFound, MissingFolder(where_, request)};
+    if (!library_->Initialize())
+      throw Stop{ExitCode::kFolderNotFound, "the library found no data folder"};
+    options_ = library_->Options();
+  }
+
+  static std::unique_ptr<Library> OpenLibrary(const Request& request) {
+    try {
+      return std::make_unique<Library>(
+          request.library_file.empty() ? std::string() : FullPath(request.library_file));
+    } catch (const LibraryError& error) {
+      throw Stop{ExitCode::kNoLibrary, error.report().description +
+                                           " Put tdefault.dll beside tovocfg.exe, register it "
+                                           "with regsvr32, or name it with --library."};
+    }
+  }
+
+  [[nodiscard]] Library& library() { return *library_; }
+  [[nodiscard]] const Whereabouts& where() const { return where_; }
+  [[nodiscard]] const std::vector<Option>& options() const { return options_; }
+
+  // Throws Stop when there is no such option or there are several.
+  [[nodiscard]] const Option& Find(const std::string& section, const std::string& key,
+                                   const Request& request) const {
+    return Found(FindByKey(options_, section, key, where_.location, ScopeOf(request)));
+  }
+  [[nodiscard]] const Option& Find(const std::string& id) const {
+    return Found(FindById(options_, id));
+  }
+
+ private:
+  static const Option& Found(const Selection& selection) {
+    if (selection.option != nullptr) return *selection.option;
+    throw Stop{selection.ambiguous ? ExitCode::kUsage : ExitCode::kOptionNotFound,
+               selection.problem};
+  }
+
+  std::unique_ptr<Library> library_;
+  Whereabouts where_;
+  std::vector<Option> options_;
+};
+
+ExitCode List(const Request& request) {
+  const Session session(request);
+  const std::vector<const Option*> chosen =
+      OptionsOf(session.options(), request.section, ScopeOf(request));
+  if (chosen.empty() && !request.section.empty()) {
+    throw Stop{ExitCode::kOptionNotFound, "there is no section " + request.section +
+                                              "; sections: " + SectionList(session.options())};
+  }
+  std::cout << (request.json ? OptionsToJson(chosen, session.where()) : FormatTable(chosen));
+  return ExitCode::kOk;
+}
+
+ExitCode Get(const Request& request) {
+  const Session session(request);
+  const Option& option = request.words.size() == 1
+                             ? session.Find(request.words[0])
+                             : session.Find(request.words[0], request.words[1], request);
+  std::cout << (request.json ? OptionToJson(option, session.where())
+                             : FormatDetails(option, session.where()));
+  return ExitCode::kOk;
+}
+
+ExitCode Where(const Request& request) {
+  const std::unique_ptr<Library> library = Session::OpenLibrary(request);
+  Locate(*library, request);
+  const Whereabouts where = WhereaboutsOf(*library);
+  std::cout << (request.json ? WhereaboutsToJson(where) : FormatWhereabouts(where));
+  return where.data_folder_exists ? ExitCode::kOk : ExitCode::kFolderNotFound;
+}
+
+// The changes that were asked for. Throws Stop when any value is refused; all refusals are told.
+std::vector<Change> CheckedChanges(Session& session, const Request& request) {
+  const Surroundings surroundings{session.library().ReportNames(), FitsSystemCodePage};
+  std::vector<Change> changes;
+  std::string refusals;
+  for (std::size_t word = 0; word + 2 < request.words.size(); word += 3) {
+    const Option& option = session.Find(request.words[word], request.words[word + 1], request);
+    const auto same_option = [&](const Change& change) { return change.option == &option; };
+    if (std::any_of(changes.begin(), changes.end(), same_option))
+      throw Stop{ExitCode::kUsage, Title(option) + " is given twice"};
+    const CheckedValue checked = CheckValue(option, request.words[word + 2], surroundings);
+    changes.push_back({&option, checked.value});
+    if (!checked.accepted())
+      refusals += (refusals.empty() ? "" : "\n") + Title(option) + ": " + checked.refusal;
+  }
+  if (!refusals.empty()) throw Stop{ExitCode::kValueRefused, refusals + "\nNothing was saved."};
+  return changes;
+}
+
+// The name that Save gives the previous version of a file.
+std::string PreviousFile(const std::string& file) {
+  return file.substr(0, file.size() - 3) + "old";
+}
+
+// What the options read now, after the save, where that is not what was set. A font's value is
+// spread over several keys, so it reads back as its first part.
+std::string Differences(const Library& library, const std::vector<Change>& changes) {
+  std::string differences;
+  const std::vector<Option> now = library.Options();
+  for (const Change& change : changes) {
+    const Selection found = FindById(now, change.option->id);
+    if (change.option->type == KeyType::kFont || found.option == nullptr) continue;
+    if (!SameText(found.option->current_value, change.new_value))
+      differences +=
+          Title(*change.option) + " reads \"" + found.option->current_value + "\" after the save\n";
+  }
+  return differences;
+}
+
+ExitCode SaveChanges(Session& session, const std::vector<Change>& changes, std::size_t changed) {
+  for (const Change& change : changes)
+    session.library().SetNewValue(change.option->id, change.new_value);
+  const SaveOutcome outcome = session.library().Save();
+  if (!outcome.saved) {
+    if (outcome.error)
+      std::cerr << FormatError(*outcome.error);
+    else
+      std::cerr << "tovocfg: the library could not write a value or finish what goes with it\n";
+    std::cerr << "  Nothing was saved; the INI files are as before.\n";
+    return ExitCode::kLibraryError;
+  }
+  std::cout << "Saved " << changed << (changed == 1 ? " option" : " options")
+            << ". Previous files:\n";
+  if (!session.where().local_ini.empty())
+    std::cout << "  " << PreviousFile(session.where().local_ini) << "\n";
+  std::cout << "  " << PreviousFile(session.where().global_ini) << "\n";
+  const std::string differences = Differences(session.library(), changes);
+  if (differences.empty() && outcome.modified_told) return ExitCode::kOk;
+  std::cerr << "tovocfg: "
+            << (differences.empty() ? "the event Modified did not come\n" : differences);
+  return ExitCode::kLibraryError;
+}
+
+ExitCode Set(const Request& request) {
+  Session session(request);
+  const std::vector<Change> changes = CheckedChanges(session, request);
+  for (const Change& change : changes) std::cout << FormatChange(change);
+  const auto changed = static_cast<std::size_t>(
+      std::count_if(changes.begin(), changes.end(), [](const Change& c) { return c.IsChange(); }));
+  if (request.dry_run) {
+    std::cout << "Dry run: nothing was saved.\n";
+    return ExitCode::kOk;
+  }
+  if (changed == 0) {
+    std::cout << "Every option has this value already; nothing was saved.\n";
+    return ExitCode::kOk;
+  }
+  return SaveChanges(session, changes, changed);
+}
+
+ExitCode RunCommand(const Request& request) {
+  switch (request.command) {
+    case Command::kList:
+      return List(request);
+    case Command::kGet:
+      return Get(request);
+    case Command::kSet:
+      return Set(request);
+    case Command::kWhere:
+      return Where(request);
+    case Command::kNone:
+      break;
+  }
+  return ExitCode::kUsage;
+}
+
+}  // namespace
+
+ExitCode Run(const Request& request) {
+  try {
+    return RunCommand(request);
+  } catch (const Stop& stop) {
+    for (const std::string& line : Lines(stop.text)) std::cerr << "tovocfg: " << line << "\n";
+    return stop.exit_code;
+  } catch (const LibraryError& error) {
+    std::cerr << FormatError(error.report());
+    return ExitCode::kLibraryError;
+  }
+}
+
+}  // namespace tovocfg

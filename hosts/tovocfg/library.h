@@ -1,0 +1,77 @@
+// The library as its hosts see it: every call goes through the type library's interfaces. Host
+// authors can start from this file and library.cpp.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tovocfg/option.h"
+#include "tovocfg/output.h"
+
+namespace tovocfg {
+
+// An error that the library reported through automation's error information.
+class LibraryError final : public std::exception {
+ public:
+  explicit LibraryError(ErrorReport report) : report_(std::move(report)) {}
+  [[nodiscard]] const ErrorReport& report() const noexcept { return report_; }
+  const char* what() const noexcept override { return report_.description.c_str(); }
+
+ private:
+  ErrorReport report_;
+};
+
+struct SaveOutcome {
+  bool saved = false;
+  bool modified_told = false;        // the event Modified came
+  std::optional<ErrorReport> error;  // what the event DLLError told
+};
+
+// One Options object and what it handed out. Lives on the thread that made it, which must be a
+// single-threaded apartment.
+class Library {
+ public:
+  // Creates the object by its programmatic identifier. When the library is not registered, or when
+  // a file is named, the class object is taken from that file: by default tdefault.dll in the
+  // program's own folder. Throws LibraryError.
+  explicit Library(const std::string& library_file);
+  ~Library();
+
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  void SetDataPath(const std::string& folder);
+  // Loads the options at once; throws what loading throws.
+  void SetIniFile(const std::string& file);
+
+  [[nodiscard]] std::string DataPath() const;
+  [[nodiscard]] std::string IniFile() const;
+  [[nodiscard]] std::string GlobalIni() const;
+  [[nodiscard]] long Location() const;
+  [[nodiscard]] std::string Version() const;
+
+  // False when the data folder is missing; the library asks the user about it with a message box.
+  bool Initialize();
+
+  // Copies of all options, in catalogue order.
+  [[nodiscard]] std::vector<Option> Options() const;
+  [[nodiscard]] std::vector<std::string> ReportNames() const;
+
+  void SetNewValue(const std::string& id, const std::string& value);
+  SaveOutcome Save();
+
+  // The file the object came from, and whether the registry named it.
+  [[nodiscard]] std::string LibraryFile() const;
+  [[nodiscard]] bool registered() const noexcept { return registered_; }
+
+ private:
+  struct Objects;
+  std::unique_ptr<Objects> objects_;
+  bool registered_ = false;
+};
+
+}  // namespace tovocfg

@@ -1,0 +1,230 @@
+#include "tovocfg/output.h"
+
+#include <algorithm>
+#include <array>
+#include <nlohmann/json.hpp>
+
+#include "tovocfg/checks.h"
+#include "tovocfg/text.h"
+
+namespace tovocfg {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t kColumns = 6;
+using Row = std::array<std::string, kColumns>;
+
+// Wider contents are shortened, so that a line fits a console of 120 characters.
+constexpr std::array<std::size_t, kColumns> kWidest = {18, 26, 8, 36, 18, 6};
+
+std::string ShownValue(const Option& option) {
+  if (!IsSet(option)) return "(not set)";
+  const Choice* choice = FindChoice(option, option.current_value);
+  if (choice == nullptr || choice->description.empty()) return option.current_value;
+  return option.current_value + " (" + choice->description + ")";
+}
+
+Row RowOf(const Option& option) {
+  return {option.section,     option.key,           TypeWord(option.type),
+          ShownValue(option), option.default_value, FileWord(option)};
+}
+
+std::string LineOf(const Row& row, const std::array<std::size_t, kColumns>& widths) {
+  std::string line;
+  for (std::size_t column = 0; column < kColumns; ++column)
+    line += Padded(Shortened(row[column], widths[column]), widths[column] + 2);
+  return line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+}
+
+std::string Plural(std::size_t count, const std::string& noun) {
+  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string Labelled(const std::string& label, const std::string& text) {
+  if (text.empty()) return {};
+  std::string out;
+  for (const std::string& line : Lines(text))
+    out += "  " + Padded(out.empty() ? label : "", 10) + line + "\n";
+  return out;
+}
+
+std::string ChoiceLines(const Option& option) {
+  std::size_t width = 0;
+  for (const Choice& choice : option.choices)
+    width = std::max(width, CountCharacters(Trimmed(choice.item)));
+  std::string out;
+  for (const Choice& choice : option.choices) {
+    const bool current = FindChoice(option, option.current_value) == &choice;
+    std::string line = (current ? "* " : "  ") + Padded(Trimmed(choice.item), width + 2);
+    line += Trimmed(choice.description);
+    out += "  " + Padded(out.empty() ? "choices" : "", 10) +
+           line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
+  }
+  return out;
+}
+
+std::string PathOf(const Option& option, const Whereabouts& where) {
+  return option.local_ini ? where.local_ini : where.global_ini;
+}
+
+Json JsonOf(const Option& option, const Whereabouts& where) {
+  Json choices = Json::array();
+  for (const Choice& choice : option.choices)
+    choices.push_back({{"item", choice.item}, {"description", choice.description}});
+  return {{"id", option.id},
+          {"section", option.section},
+          {"key", option.key},
+          {"type", TypeName(option.type)},
+          {"value", option.current_value},
+          {"set", IsSet(option)},
+          {"default", option.default_value},
+          {"file", FileWord(option)},
+          {"path", PathOf(option, where)},
+          {"minimum", option.minimum},
+          {"maximum", option.maximum},
+          {"decimals", option.decimals},
+          {"choices", choices},
+          {"comment", option.comment},
+          {"linkedField", option.linked_field},
+          {"additionalProc", option.additional_proc},
+          {"commented", option.commented}};
+}
+
+// Text that is not UTF-8 must not end the program: such bytes are replaced.
+std::string Written(const Json& json) {
+  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+struct Hint {
+  std::int32_t number;
+  const char* text;
+};
+
+constexpr std::int32_t kAutomation = static_cast<std::int32_t>(0x800A0000);
+
+constexpr std::array<Hint, 10> kHints = {{
+    {kAutomation + 53, "Check the data folder with 'tovocfg where'; name another with --data."},
+    {kAutomation + 457,
+     "Two definitions have the same ID; delete one of the rows of defaults.dbf."},
+    {static_cast<std::int32_t>(0x80040001), "Check defaults.dbf; restore it from a backup."},
+    {static_cast<std::int32_t>(0x80040003), "Take off the write protection, or ask for access."},
+    {static_cast<std::int32_t>(0x80004005), "Restore the named file from a backup."},
+    {static_cast<std::int32_t>(0x80040E37), "Check that the data folder holds the named table."},
+    {static_cast<std::int32_t>(0x80040E40), "Close the programs that use the table; try again."},
+    {static_cast<std::int32_t>(0x80040E09), "Take off the write protection, or ask for access."},
+    {static_cast<std::int32_t>(0x80040154), "Register the library with regsvr32 tdefault.dll."},
+    {static_cast<std::int32_t>(0x80004001), "This version of the library cannot do that yet."},
+}};
+
+std::string HintFor(std::int32_t number) {
+  for (const Hint& hint : kHints)
+    if (hint.number == number) return hint.text;
+  return {};
+}
+
+}  // namespace
+
+std::string FormatTable(const std::vector<const Option*>& options) {
+  const Row head = {"Section", "Key", "Type", "Value", "Default", "File"};
+  std::vector<Row> rows;
+  std::array<std::size_t, kColumns> widths{};
+  for (std::size_t column = 0; column < kColumns; ++column) widths[column] = head[column].size();
+  std::size_t not_set = 0;
+  for (const Option* option : options) {
+    rows.push_back(RowOf(*option));
+    not_set += IsSet(*option) ? 0 : 1;
+    for (std::size_t column = 0; column < kColumns; ++column) {
+      const std::size_t width = CountCharacters(rows.back()[column]);
+      widths[column] = std::max(widths[column], std::min(width, kWidest[column]));
+    }
+  }
+  Row rule;
+  for (std::size_t column = 0; column < kColumns; ++column)
+    rule[column].assign(widths[column], '-');
+  std::string table = LineOf(head, widths) + LineOf(rule, widths);
+  for (const Row& row : rows) table += LineOf(row, widths);
+  table += "\n" + Plural(options.size(), "option");
+  if (not_set > 0) table += ", " + std::to_string(not_set) + " not set";
+  return table + "\n";
+}
+
+std::string FormatDetails(const Option& option, const Whereabouts& where) {
+  std::string out = Title(option) + "\n";
+  out += Labelled("value", ShownValue(option));
+  out += Labelled("default", option.default_value);
+  out += Labelled("type", TypeWord(option.type) + " (" + TypeName(option.type) + ")");
+  if (option.choices.empty()) out += Labelled("allowed", AllowedValues(option));
+  out += ChoiceLines(option);
+  out += Labelled("file", FileWord(option) + ", " + PathOf(option, where));
+  out += Labelled("linked", option.linked_field);
+  out += Labelled("module", option.additional_proc);
+  out += Labelled("comment", option.comment);
+  return out + Labelled("id", option.id);
+}
+
+std::string FormatChange(const Change& change) {
+  if (!change.IsChange()) return Title(*change.option) + ": " + change.new_value + " (unchanged)\n";
+  const std::string old_value =
+      IsSet(*change.option) ? "\"" + change.option->current_value + "\"" : "(not set)";
+  return Title(*change.option) + ": " + old_value + " -> \"" + change.new_value + "\"\n";
+}
+
+std::string FormatWhereabouts(const Whereabouts& where) {
+  const auto line = [](const char* label, const std::string& text) {
+    return Padded(label, 17) + text + "\n";
+  };
+  const std::string missing = "  (not found)";
+  return line("Data folder", where.data_folder.empty()
+                                 ? "(none named)"
+                                 : where.data_folder + (where.data_folder_exists ? "" : missing)) +
+         line("Local INI file",
+              where.local_ini.empty() ? "(not found: no TOVO.INI)" : where.local_ini) +
+         line("Global INI file", where.global_ini + (where.global_ini_exists ? "" : missing)) +
+         line("Location", std::to_string(where.location)) + line("Tables", where.tables) +
+         line("Library", where.library_file + " " + where.library_version +
+                             (where.library_registered ? " (registered)" : " (not registered)")) +
+         line("Program", "tovocfg " + where.program_version);
+}
+
+std::string OptionsToJson(const std::vector<const Option*>& options, const Whereabouts& where) {
+  Json list = Json::array();
+  for (const Option* option : options) list.push_back(JsonOf(*option, where));
+  return Written({{"dataFolder", where.data_folder}, {"options", list}});
+}
+
+std::string OptionToJson(const Option& option, const Whereabouts& where) {
+  return Written(JsonOf(option, where));
+}
+
+std::string WhereaboutsToJson(const Whereabouts& where) {
+  return Written({{"dataFolder", where.data_folder},
+                  {"dataFolderExists", where.data_folder_exists},
+                  {"localIni", where.local_ini},
+                  {"globalIni", where.global_ini},
+                  {"globalIniExists", where.global_ini_exists},
+                  {"location", where.location},
+                  {"tables", where.tables},
+                  {"libraryFile", where.library_file},
+                  {"libraryVersion", where.library_version},
+                  {"libraryRegistered", where.library_registered},
+                  {"programVersion", where.program_version}});
+}
+
+std::string ErrorNumber(std::int32_t number) {
+  const auto bits = static_cast<std::uint32_t>(number);
+  if (bits >> 16 == 0x800A) return std::to_string(bits & 0xFFFFU);
+  return std::to_string(number);
+}
+
+std::string FormatError(const ErrorReport& error) {
+  std::string out = "tovocfg: error " + ErrorNumber(error.number);
+  if (!error.source.empty()) out += " from " + error.source;
+  out += "\n";
+  for (const std::string& line : Lines(error.description)) out += "  " + Trimmed(line) + "\n";
+  const std::string hint = HintFor(error.number);
+  return hint.empty() ? out : out + "  Hint: " + hint + "\n";
+}
+
+}  // namespace tovocfg

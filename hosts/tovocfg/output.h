@@ -1,0 +1,62 @@
+// What tovocfg prints, as UTF-8 text.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tovocfg/option.h"
+
+namespace tovocfg {
+
+// Where everything is that a command works with.
+struct Whereabouts {
+  std::string data_folder;
+  bool data_folder_exists = false;
+  std::string local_ini;  // empty when it cannot be found
+  std::string global_ini;
+  bool global_ini_exists = false;
+  long location = 0;
+  std::string tables;
+  std::string library_version;
+  std::string library_file;
+  bool library_registered = false;
+  std::string program_version;
+};
+
+struct Change {
+  const Option* option = nullptr;
+  std::string new_value;
+  [[nodiscard]] bool IsChange() const { return option->current_value != new_value; }
+};
+
+// What the library raised, as automation reports it.
+struct ErrorReport {
+  std::int32_t number = 0;
+  std::string source;
+  std::string description;
+};
+
+// Aligned columns: section, key, type, value, default, file; a line with counts at the end.
+[[nodiscard]] std::string FormatTable(const std::vector<const Option*>& options);
+
+// One option with everything that is known about it.
+[[nodiscard]] std::string FormatDetails(const Option& option, const Whereabouts& where);
+
+[[nodiscard]] std::string FormatChange(const Change& change);
+
+[[nodiscard]] std::string FormatWhereabouts(const Whereabouts& where);
+
+// The JSON forms end in a line break; values are exact, "Not found" included.
+[[nodiscard]] std::string OptionsToJson(const std::vector<const Option*>& options,
+                                        const Whereabouts& where);
+[[nodiscard]] std::string OptionToJson(const Option& option, const Whereabouts& where);
+[[nodiscard]] std::string WhereaboutsToJson(const Whereabouts& where);
+
+// "error 53 from SOURCE", the description, and what to do about it where that is known.
+[[nodiscard]] std::string FormatError(const ErrorReport& error);
+
+// Numbers below 0x800A0000 + 65536 are shown as the automation run-time's own: 0x800A0035 is 53.
+[[nodiscard]] std::string ErrorNumber(std::int32_t number);
+
+}  // namespace tovocfg

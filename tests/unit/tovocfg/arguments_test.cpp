@@ -1,0 +1,83 @@
+#include "tovocfg/arguments.h"
+
+#include <doctest/doctest.h>
+
+namespace tovocfg {
+
+TEST_CASE("options of the program are taken before and after the command") {
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"--data", "C:\\D", "list", "--section", "Tax"},
+        std::vector<std::string>{"list", "--section", "Tax", "--data", "C:\\D"}}) {
+    const ParsedArguments parsed = ParseArguments(arguments);
+    CHECK(parsed.request.command == Command::kList);
+    CHECK(parsed.request.data_folder == "C:\\D");
+    CHECK(parsed.request.section == "Tax");
+  }
+}
+
+TEST_CASE("set takes words in threes and its options anywhere") {
+  const ParsedArguments parsed =
+      ParseArguments({"set", "Tax", "Rate1", "5", "Tax", "Name1", "G S T", "--dry-run"});
+  CHECK(parsed.request.command == Command::kSet);
+  CHECK(parsed.request.dry_run);
+  CHECK(parsed.request.words ==
+        std::vector<std::string>{"Tax", "Rate1", "5", "Tax", "Name1", "G S T"});
+}
+
+TEST_CASE("words reach set as they were typed") {
+  for (const std::string value : {"", "-12.5", "[a,b]", "a=b", "list", "%1", "C:\\A B\\", "#x"}) {
+    CAPTURE(value);
+    const ParsedArguments parsed = ParseArguments({"set", "Tax", "Name1", value});
+    CHECK(parsed.text.empty());
+    CHECK(parsed.request.words == std::vector<std::string>{"Tax", "Name1", value});
+  }
+}
+
+TEST_CASE("a value that begins with a hyphen is taken behind two hyphens") {
+  const ParsedArguments parsed = ParseArguments({"set", "--dry-run", "--", "Tax", "Name1", "-x"});
+  CHECK(parsed.request.words == std::vector<std::string>{"Tax", "Name1", "-x"});
+  CHECK(parsed.request.dry_run);
+}
+
+TEST_CASE("set with an incomplete change is a wrong use that says what is missing") {
+  const ParsedArguments parsed = ParseArguments({"set", "Tax", "Rate1"});
+  CHECK(parsed.request.command == Command::kNone);
+  CHECK(parsed.exit_code == ExitCode::kUsage);
+  CHECK(parsed.text.find("found 2 words") != std::string::npos);
+}
+
+TEST_CASE("wrong arguments end with the exit code for wrong use") {
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{}, std::vector<std::string>{"frobnicate"},
+        std::vector<std::string>{"list", "--frobnicate"}, std::vector<std::string>{"get"},
+        std::vector<std::string>{"get", "A", "B", "C"}, std::vector<std::string>{"set"},
+        std::vector<std::string>{"list", "--local", "--global"},
+        std::vector<std::string>{"list", "get", "Tax", "Rate1"},
+        std::vector<std::string>{"list", "--section"}}) {
+    const ParsedArguments parsed = ParseArguments(arguments);
+    CHECK(parsed.request.command == Command::kNone);
+    CHECK(parsed.exit_code == ExitCode::kUsage);
+    CHECK_FALSE(parsed.text.empty());
+  }
+}
+
+TEST_CASE("help names the commands and the exit codes") {
+  const ParsedArguments parsed = ParseArguments({"--help"});
+  CHECK(parsed.exit_code == ExitCode::kOk);
+  for (const char* word : {"list", "get", "set", "where", "--data", "--ini", "Exit codes"})
+    CHECK(parsed.text.find(word) != std::string::npos);
+}
+
+TEST_CASE("the help of each command has an example") {
+  for (const char* command : {"list", "get", "set", "where"}) {
+    const ParsedArguments parsed = ParseArguments({command, "--help"});
+    CHECK(parsed.exit_code == ExitCode::kOk);
+    CHECK(parsed.text.find(std::string("  tovocfg ") + command) != std::string::npos);
+  }
+}
+
+TEST_CASE("the version is that of the project") {
+  CHECK(ParseArguments({"--version"}).text.find(TOVOCFG_VERSION) != std::string::npos);
+}
+
+}  // namespace tovocfg

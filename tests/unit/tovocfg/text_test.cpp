@@ -1,0 +1,66 @@
+#include "tovocfg/text.h"
+
+#include <doctest/doctest.h>
+
+namespace tovocfg {
+
+TEST_CASE("characters are counted, not bytes") {
+  CHECK(CountCharacters("") == 0);
+  CHECK(CountCharacters("abc") == 3);
+  CHECK(CountCharacters("Trois-Rivi\xC3\xA8res") == 14);
+  CHECK(CountCharacters("\xE2\x82\xAC") == 1);
+  CHECK(CountCharacters("\xF0\x9F\x9A\x97") == 1);
+}
+
+TEST_CASE("a malformed byte counts as one character") {
+  CHECK(CountCharacters("a\xE9z") == 3);
+  CHECK(CountCharacters("\xC3") == 1);
+  CHECK(CountCharacters("\xE2\x82") == 2);
+}
+
+TEST_CASE("characters become the same bytes again") {
+  const std::string text = "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x9A\x97";
+  CHECK(FromCharacters(Characters(text)) == text);
+}
+
+TEST_CASE("texts are the same in any letter case, accents included") {
+  CHECK(SameText("Tax", "TAX"));
+  CHECK(
+      SameText("\xC3\x89"
+               "cole",
+               "\xC3\xA9"
+               "COLE"));
+  CHECK(SameText("\xC5\x92uvre", "\xC5\x93uvre"));
+  CHECK_FALSE(SameText("\xC3\x97", "\xC3\xB7"));
+  CHECK_FALSE(SameText("Tax", "Taxi"));
+  CHECK_FALSE(SameText("e", "\xC3\xA9"));
+}
+
+TEST_CASE("blanks are taken off both ends only") {
+  CHECK(Trimmed("  a b  ") == "a b");
+  CHECK(Trimmed("   ").empty());
+}
+
+TEST_CASE("a text that is too wide ends in an ellipsis") {
+  CHECK(Shortened("abcdef", 6) == "abcdef");
+  CHECK(Shortened("abcdef", 4) == "abc\xE2\x80\xA6");
+  CHECK(Shortened("\xC3\xA9\xC3\xA9\xC3\xA9", 2) == "\xC3\xA9\xE2\x80\xA6");
+  CHECK(Shortened("ab", 0).empty());
+}
+
+TEST_CASE("a text is padded to its width in characters") {
+  CHECK(Padded("\xC3\xA9", 3) == "\xC3\xA9  ");
+  CHECK(Padded("abcd", 3) == "abcd");
+}
+
+TEST_CASE("lines end in any of the three ways") {
+  CHECK(Lines("a\r\nb\nc\rd") == std::vector<std::string>{"a", "b", "c", "d"});
+  CHECK(Lines("a\r\n\r\nb\r\n \r\n") == std::vector<std::string>{"a", "", "b"});
+  CHECK(Lines("").empty());
+}
+
+TEST_CASE("splitting keeps empty parts") {
+  CHECK(Split("a||b|", '|') == std::vector<std::string>{"a", "", "b", ""});
+}
+
+}  // namespace tovocfg

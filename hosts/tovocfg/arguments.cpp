@@ -13,17 +13,37 @@ constexpr const char* kFooter =
     "4 no such option, 5 data folder or INI file not found, 6 library not found.\n"
     "'tovocfg COMMAND --help' explains a command and gives an example.";
 
+// The parser takes a word in square brackets for a list and splits it at its commas. A character
+// that nobody types keeps such words whole until they have passed it.
+constexpr char kGuard = '\x01';
+
+void GuardBrackets(std::vector<std::string>& arguments) {
+  for (std::string& argument : arguments)
+    if (!argument.empty() && argument.front() == '[') argument.insert(argument.begin(), kGuard);
+}
+
+void RemoveGuards(std::string& text) { std::erase(text, kGuard); }
+
+void RemoveGuards(Request& request) {
+  RemoveGuards(request.data_folder);
+  RemoveGuards(request.ini_file);
+  RemoveGuards(request.library_file);
+  RemoveGuards(request.section);
+  for (std::string& word : request.words) RemoveGuards(word);
+}
+
 void AddScope(CLI::App& command, Request& request) {
-  auto* local = command.add_flag("--local", request.local_only, "Only options of the local file");
-  command.add_flag("--global", request.global_only, "Only options of the global file")
-      ->excludes(local);
+  command.add_flag("--local", request.local_only, "Only options of the local file");
+  command.add_flag("--global", request.global_only, "Only options of the global file");
 }
 
 void AddList(CLI::App& app, Request& request) {
   CLI::App* list = app.add_subcommand("list", "Shows the options as a table");
-  list->add_option("--section", request.section, "Only the options of one section");
+  list->add_option("--section", request.section, "Only the options of one section")
+      ->type_name("NAME");
   list->add_flag("--json", request.json, "Writes JSON with every property, values exactly");
   AddScope(*list, request);
+  list->group("Commands");
   list->footer(
       "Example:\n"
       "  tovocfg list --section Tax\n\n"
@@ -34,9 +54,11 @@ void AddGet(CLI::App& app, Request& request) {
   CLI::App* get = app.add_subcommand("get", "Shows one option with all that is known about it");
   get->add_option("option", request.words, "SECTION KEY, or the option's ID")
       ->required()
+      ->type_name("WORDS")
       ->expected(1, 2);
   get->add_flag("--json", request.json, "Writes JSON with every property, values exactly");
   AddScope(*get, request);
+  get->group("Commands");
   get->footer(
       "Examples:\n"
       "  tovocfg get Tax Rate1\n"
@@ -46,23 +68,26 @@ void AddGet(CLI::App& app, Request& request) {
 void AddSet(CLI::App& app, Request& request) {
   CLI::App* set = app.add_subcommand("set", "Checks new values and saves them together");
   set->add_option("changes", request.words, "SECTION KEY VALUE, as often as there are changes")
-      ->required();
+      ->required()
+      ->type_name("WORDS");
   set->add_flag("--dry-run", request.dry_run, "Checks and shows the changes, saves nothing");
   AddScope(*set, request);
+  set->group("Commands");
   set->footer(
       "Examples:\n"
       "  tovocfg set Tax Rate1 5.125 Invoices DueDays 14\n"
       "  tovocfg set Windows ColourScheme Night --dry-run\n"
-      "  tovocfg set -- Insurance GlassDiscount -15\n\n"
+      "  tovocfg set -- WorkOrders Terms3 --none--\n\n"
       "A choice may be given by its value or by its description. Nothing is saved when any\n"
-      "value is refused. Write -- before values that begin with a hyphen. The previous files\n"
-      "are kept beside the new ones with the ending .old.");
+      "value is refused. Write -- before words that begin with a hyphen; numbers need none.\n"
+      "The previous files are kept beside the new ones with the ending .old.");
 }
 
 void AddWhere(CLI::App& app, Request& request) {
   CLI::App* where =
       app.add_subcommand("where", "Shows which files, library and table access are in use");
   where->add_flag("--json", request.json, "Writes JSON");
+  where->group("Commands");
   where->footer(
       "Example:\n"
       "  tovocfg where --ini C:\\SHOP\\TOVO.INI");
@@ -80,6 +105,10 @@ ParsedArguments Checked(const CLI::App& app, Request request) {
   if (app.got_subcommand("get")) request.command = Command::kGet;
   if (app.got_subcommand("set")) request.command = Command::kSet;
   if (app.got_subcommand("where")) request.command = Command::kWhere;
+  if (request.command == Command::kNone)
+    return Refused("name a command: list, get, set or where; --help explains them");
+  if (request.local_only && request.global_only)
+    return Refused("--local and --global exclude each other");
   if (request.command == Command::kSet && request.words.size() % 3 != 0) {
     return Refused("set: changes are given as SECTION KEY VALUE, three words each; found " +
                    std::to_string(request.words.size()) +
@@ -98,18 +127,23 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   CLI::App app("Shows and changes the configuration options of the Tovo suite.", "tovocfg");
   app.set_version_flag("--version", std::string("tovocfg ") + TOVOCFG_VERSION,
                        "Shows the program's version");
-  app.require_subcommand(1, 1);
+  app.require_subcommand(0, 1);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.fallthrough();
   app.footer(kFooter);
   app.add_option("--data", request.data_folder,
-                 "Data folder, instead of the one the local INI file names");
-  app.add_option("--ini", request.ini_file, "Local INI file, instead of TOVO.INI");
+                 "Data folder, instead of the one the local INI file names")
+      ->type_name("FOLDER");
+  app.add_option("--ini", request.ini_file, "Local INI file, instead of TOVO.INI")
+      ->type_name("FILE");
   app.add_option("--library", request.library_file,
-                 "tdefault.dll to load, instead of the registered one");
+                 "tdefault.dll to load, instead of the registered one")
+      ->type_name("FILE");
   AddList(app, request);
   AddGet(app, request);
   AddSet(app, request);
   AddWhere(app, request);
+  GuardBrackets(arguments);
   try {
     // The parser takes the arguments from the back.
     std::reverse(arguments.begin(), arguments.end());
@@ -121,8 +155,10 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
     ParsedArguments parsed;
     parsed.exit_code = refused ? ExitCode::kUsage : ExitCode::kOk;
     parsed.text = refused ? problems.str() : out.str();
+    RemoveGuards(parsed.text);
     return parsed;
   }
+  RemoveGuards(request);
   return Checked(app, std::move(request));
 }
 

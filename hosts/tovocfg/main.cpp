@@ -11,6 +11,7 @@
 
 #include "tovocfg/arguments.h"
 #include "tovocfg/commands.h"
+#include "tovocfg/text.h"
 #include "tovocfg/wide_text.h"
 
 namespace {
@@ -60,7 +61,9 @@ int main() {
   const ConsoleCodePage console;
   const tovocfg::ParsedArguments parsed = tovocfg::ParseArguments(Arguments());
   if (parsed.request.command == tovocfg::Command::kNone) {
-    (parsed.exit_code == tovocfg::ExitCode::kOk ? std::cout : std::cerr) << parsed.text << "\n";
+    const bool refused = parsed.exit_code != tovocfg::ExitCode::kOk;
+    for (const std::string& line : tovocfg::Lines(parsed.text))
+      (refused ? std::cerr : std::cout) << (refused ? "tovocfg: " : "") << line << "\n";
     return static_cast<int>(parsed.exit_code);
   }
   const Apartment apartment;

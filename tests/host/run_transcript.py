@@ -1,0 +1,233 @@
+#!/usr/bin/python3
+"""Plays a transcript of tovocfg and the script samples against a copy of the sample shop.
+
+    run_transcript.py BUILD_FOLDER TRANSCRIPT [--update]
+
+A transcript is a text file. A line "$ COMMAND" runs something; the lines below it, up to the next
+command or blank-then-comment, are what must come back: standard output as it is, standard error
+behind "! ", and "[exit N]" where the exit code is not 0. Lines starting with "#" are comments.
+Every transcript starts with a fresh copy, whose folder is written {here}. Commands:
+
+    tovocfg ARGUMENTS     with the library and the copy's TOVO.INI named in front
+    plain ARGUMENTS       tovocfg with these arguments only
+    vbs, js ARGUMENTS     samples/scripts/options.vbs or .js, with the copy's TOVO.INI
+    changes               how both INI files differ from the sample, blank lines and spacing aside
+    previous              which previous files there are and whether they are the sample's
+    cut FILE BYTES        shortens a file of the copy
+    delete FILE           deletes a file of the copy
+    replace FILE OLD NEW  replaces a text in a file of the copy
+    hold FILE             opens a file so that nobody else may, until the transcript ends
+
+--update writes what came back into the transcript instead of comparing.
+"""
+
+import difflib
+import os
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+SHOP = os.path.join(ROOT, "samples", "shop")
+INI_FILES = (("workstation", "TOVO"), ("data", "TOVOGBL"))
+TIMEOUT_SECONDS = 120
+
+ASSEMBLY = """<?xml version="1.0" encoding="UTF-8"?>
+<assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0">
+  <assemblyIdentity type="win32" name="TovoDefaults" version="1.0.0.0" processorArchitecture="amd64"/>
+  <file name="tdefault.dll">
+    <comClass clsid="{3C43CF6B-9492-11D4-B262-0050DA5596B9}" progid="TovoDefaults.Options"
+              threadingModel="Apartment" tlbid="{708AC166-84DC-11D4-B262-0050DA5596B9}"/>
+    <typelib tlbid="{708AC166-84DC-11D4-B262-0050DA5596B9}" version="104.0" helpdir=""/>
+  </file>
+</assembly>
+"""
+APPLICATION = """<?xml version="1.0" encoding="UTF-8"?>
+<assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0">
+  <assemblyIdentity type="win32" name="ScriptHost" version="1.0.0.0" processorArchitecture="amd64"/>
+  <dependency><dependentAssembly>
+    <assemblyIdentity type="win32" name="TovoDefaults" version="1.0.0.0" processorArchitecture="amd64"/>
+  </dependentAssembly></dependency>
+</assembly>
+"""
+
+
+class Machine:
+    """A copy of the sample shop and of the programs, on drive C: of the project's Wine prefix."""
+
+    def __init__(self, build, name):
+        prefix = os.environ.get("TDEFAULT_WINEPREFIX") or os.path.join(ROOT, "build", "wineprefix")
+        self.wine = os.path.join(ROOT, "scripts", "wine.sh")
+        # Makes the prefix when there is none yet.
+        self.run_program(["cmd", "/c", "exit"])
+        self.folder = os.path.join(prefix, "drive_c", "host-tests", name)
+        self.here = "C:\\host-tests\\" + name
+        self.holders = []
+        shutil.rmtree(self.folder, ignore_errors=True)
+        for part in ("data", "workstation"):
+            shutil.copytree(os.path.join(SHOP, part), os.path.join(self.folder, part))
+        self.replace("workstation/TOVO.INI", "C:\\SHOP\\DATA", self.here + "\\data")
+        self.before = {base: self.read(f"{part}/{base}.INI") for part, base in INI_FILES}
+        self.copy_programs(build, prefix)
+
+    def copy_programs(self, build, prefix):
+        """The script host finds the library through manifests, so nothing is registered."""
+        programs = os.path.join(self.folder, "programs")
+        os.makedirs(programs)
+        for name in ("tdefault.dll", "tovocfg.exe", "tests/host/hold_file.exe"):
+            shutil.copy(os.path.join(build, name), programs)
+        shutil.copy(os.path.join(prefix, "drive_c", "windows", "system32", "cscript.exe"), programs)
+        for name in ("options.vbs", "options.js"):
+            with open(os.path.join(ROOT, "samples", "scripts", name), newline="") as file:
+                text = re.sub("\r?\n", "\r\n", file.read())
+            with open(os.path.join(programs, name), "w", newline="") as file:
+                file.write(text)
+        for name, text in (("TovoDefaults.manifest", ASSEMBLY), ("cscript.exe.manifest", APPLICATION)):
+            with open(os.path.join(programs, name), "w") as file:
+                file.write(text)
+
+    def path(self, name):
+        return os.path.join(self.folder, *name.split("/"))
+
+    def read(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def replace(self, name, old, new):
+        data = self.read(name)
+        assert old.encode("cp1252") in data, f"{name} does not hold {old}"
+        with open(self.path(name), "wb") as file:
+            file.write(data.replace(old.encode("cp1252"), new.encode("cp1252")))
+
+    def run_program(self, command):
+        """Its output as lines of a transcript."""
+        environment = dict(os.environ, LC_ALL="C.UTF-8")
+        done = subprocess.run([self.wine, *command], capture_output=True, timeout=TIMEOUT_SECONDS,
+                              env=environment, stdin=subprocess.DEVNULL, check=False)
+        lines = text_lines(done.stdout) + ["! " + line for line in text_lines(done.stderr)]
+        return lines + ([f"[exit {done.returncode}]"] if done.returncode else [])
+
+    def script(self, name, words):
+        return self.run_program([self.here + "\\programs\\cscript.exe", "//nologo",
+                                 self.here + "\\programs\\" + name,
+                                 "/ini:" + self.here + "\\workstation\\TOVO.INI", *words])
+
+    def tovocfg(self, words):
+        return self.plain(["--library", self.here + "\\programs\\tdefault.dll", "--ini",
+                           self.here + "\\workstation\\TOVO.INI", *words])
+
+    def plain(self, words):
+        return self.run_program([self.here + "\\programs\\tovocfg.exe", *words])
+
+    def changes(self):
+        lines = []
+        for part, base in INI_FILES:
+            before = comparable(self.before[base])
+            after = comparable(self.read(f"{part}/{base}.INI"))
+            for line in difflib.unified_diff(before, after, n=0, lineterm=""):
+                if not line.startswith(("---", "+++", "@@")):
+                    lines.append(f"{base}.INI {line}")
+        return lines or ["no change"]
+
+    def previous(self):
+        lines = []
+        for part, base in INI_FILES:
+            name = f"{part}/{base}.old"
+            if not os.path.exists(self.path(name)):
+                lines.append(f"{base}.old: none")
+            elif self.read(name) == self.before[base]:
+                lines.append(f"{base}.old: as before")
+            else:
+                lines.append(f"{base}.old: different")
+        left = [name for part, _ in INI_FILES for name in os.listdir(self.path(part))
+                if name.lower().endswith(".tmp")]
+        return lines + [f"left behind: {name}" for name in left]
+
+    def cut(self, name, size):
+        os.truncate(self.path(name), int(size))
+
+    def hold(self, name):
+        holder = subprocess.Popen(
+            [self.wine, self.here + "\\programs\\hold_file.exe",
+             self.here + "\\" + name.replace("/", "\\")],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        self.holders.append(holder)
+        answer = holder.stdout.readline()
+        assert answer.strip() == b"held", f"{name} could not be held: {answer!r}"
+
+    def end(self):
+        for holder in self.holders:
+            holder.stdin.close()
+            holder.wait(TIMEOUT_SECONDS)
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def run(self, command):
+        words = [word.replace("{here}", self.here) for word in shlex.split(command)]
+        verb, arguments = words[0], words[1:]
+        if verb == "tovocfg":
+            lines = self.tovocfg(arguments)
+        elif verb == "plain":
+            lines = self.plain(arguments)
+        elif verb in ("vbs", "js"):
+            lines = self.script("options." + verb, arguments)
+        elif verb == "delete":
+            lines = os.remove(self.path(arguments[0])) or []
+        else:
+            lines = getattr(self, verb)(*arguments) or []
+        return [line.replace(self.here, "{here}").rstrip() for line in lines]
+
+
+def text_lines(data):
+    return data.decode("utf-8", "replace").replace("\r", "").rstrip("\n").split("\n") if data else []
+
+
+def comparable(data):
+    """The lines of an INI file, blank lines and spacing aside: writing a value may change those."""
+    lines = [line.strip() for line in data.decode("cp1252").splitlines()]
+    return [re.sub(r"^([^;=]*?)\s*=\s*", r"\1=", line) for line in lines if line]
+
+
+def play(machine, text):
+    """The transcript with what came back in place of what was expected."""
+    played, skipping = [], False
+    for line in text.split("\n"):
+        if line.startswith("$ "):
+            played.append(line)
+            played += machine.run(line[2:])
+            skipping = True
+        elif line.startswith("#"):
+            if skipping:
+                played.append("")
+            played.append(line)
+            skipping = False
+        elif not skipping:
+            played.append(line)
+    while played and not played[-1]:
+        played.pop()
+    return "\n".join(played) + "\n"
+
+
+def main():
+    build, transcript = os.path.abspath(sys.argv[1]), sys.argv[2]
+    with open(transcript, encoding="utf-8") as file:
+        expected = file.read()
+    name = os.path.splitext(os.path.basename(transcript))[0]
+    machine = Machine(build, f"{os.path.basename(build)}-{name}")
+    try:
+        played = play(machine, expected)
+    finally:
+        machine.end()
+    if "--update" in sys.argv:
+        with open(transcript, "w", encoding="utf-8") as file:
+            file.write(played)
+        return 0
+    difference = list(difflib.unified_diff(expected.split("\n"), played.split("\n"), "expected",
+                                           "came back", lineterm=""))
+    print("\n".join(difference) if difference else f"{name}: as expected")
+    return 1 if difference else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -29,7 +29,7 @@ changed_lines() {
 
 comparable() {
   iconv -f CP1252 -t UTF-8 "$1" | tr -d '\r' | sed -e 's/^[ \t]*//' -e 's/[ \t]*$//' \
-    -e 's/^\([^;=]*[^;= \t]\)[ \t]*=[ \t]*/\1=/' -e '/^$/d'
+    -e 's/^\([^=]*[^= \t]\)[ \t]*=[ \t]*/\1=/' -e '/^$/d'
 }
 
 fail() {

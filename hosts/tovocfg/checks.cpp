@@ -77,7 +77,8 @@ CheckedValue CheckNumber(const Option& option, const std::string& given) {
   if (!number.valid)
     return Refuse(Quoted(given) + " is not a number; write it with digits and a decimal point");
   if (number.decimals > static_cast<std::size_t>(option.decimals < 0 ? 0 : option.decimals)) {
-    return Refuse(given + " has " + std::to_string(number.decimals) + " decimals; " +
+    return Refuse(given + " has " + std::to_string(number.decimals) +
+                  (number.decimals == 1 ? " decimal; " : " decimals; ") +
                   (option.decimals <= 0 ? "whole numbers only"
                                         : "at most " + std::to_string(option.decimals)));
   }

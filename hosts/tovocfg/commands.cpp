@@ -117,9 +117,13 @@ class Session {
       return std::make_unique<Library>(
           request.library_file.empty() ? std::string() : FullPath(request.library_file));
     } catch (const LibraryError& error) {
-      throw Stop{ExitCode::kNoLibrary, error.report().description +
-                                           " Put tdefault.dll beside tovocfg.exe, register it "
-                                           "with regsvr32, or name it with --library."};
+      std::string text = error.report().description;
+      if (request.library_file.empty()) {
+        text = "the library is not registered, and " + text +
+               " Put tdefault.dll beside tovocfg.exe, register it with regsvr32, or name it with "
+               "--library.";
+      }
+      throw Stop{ExitCode::kNoLibrary, text};
     }
   }
 
@@ -152,10 +156,8 @@ ExitCode List(const Request& request) {
   const Session session(request);
   const std::vector<const Option*> chosen =
       OptionsOf(session.options(), request.section, ScopeOf(request));
-  if (chosen.empty() && !request.section.empty()) {
-    throw Stop{ExitCode::kOptionNotFound, "there is no section " + request.section +
-                                              "; sections: " + SectionList(session.options())};
-  }
+  if (chosen.empty() && !request.section.empty())
+    throw Stop{ExitCode::kOptionNotFound, NoSuchSection(session.options(), request.section)};
   std::cout << (request.json ? OptionsToJson(chosen, session.where()) : FormatTable(chosen));
   return ExitCode::kOk;
 }

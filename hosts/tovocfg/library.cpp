@@ -152,8 +152,7 @@ ComPtr<_Options> CreateFromFile(const std::wstring& file) {
   const std::string name = ToUtf8(file);
   const HMODULE module = LoadLibraryW(file.c_str());
   const HRESULT load_error = module == nullptr ? HRESULT_FROM_WIN32(GetLastError()) : S_OK;
-  CheckStep(load_error, "tovocfg",
-            "The library is not registered, and " + name + " could not be loaded.");
+  CheckStep(load_error, "tovocfg", name + " could not be loaded.");
   // The library stays loaded for as long as the program runs.
   const FARPROC exported = GetProcAddress(module, "DllGetClassObject");
   CheckStep(exported == nullptr ? E_NOINTERFACE : S_OK, "tovocfg",

@@ -17,7 +17,7 @@ constexpr std::size_t kColumns = 6;
 using Row = std::array<std::string, kColumns>;
 
 // Wider contents are shortened, so that a line fits a console of 120 characters.
-constexpr std::array<std::size_t, kColumns> kWidest = {18, 26, 8, 36, 18, 6};
+constexpr std::array<std::size_t, kColumns> kWidest = {18, 26, 8, 36, 16, 6};
 
 std::string ShownValue(const Option& option) {
   if (!IsSet(option)) return "(not set)";
@@ -98,30 +98,39 @@ std::string Written(const Json& json) {
 }
 
 struct Hint {
-  std::int32_t number;
+  const char* number;  // as it is shown
   const char* text;
 };
 
-constexpr std::int32_t kAutomation = static_cast<std::int32_t>(0x800A0000);
-
-constexpr std::array<Hint, 10> kHints = {{
-    {kAutomation + 53, "Check the data folder with 'tovocfg where'; name another with --data."},
-    {kAutomation + 457,
-     "Two definitions have the same ID; delete one of the rows of defaults.dbf."},
-    {static_cast<std::int32_t>(0x80040001), "Check defaults.dbf; restore it from a backup."},
-    {static_cast<std::int32_t>(0x80040003), "Take off the write protection, or ask for access."},
-    {static_cast<std::int32_t>(0x80004005), "Restore the named file from a backup."},
-    {static_cast<std::int32_t>(0x80040E37), "Check that the data folder holds the named table."},
-    {static_cast<std::int32_t>(0x80040E40), "Close the programs that use the table; try again."},
-    {static_cast<std::int32_t>(0x80040E09), "Take off the write protection, or ask for access."},
-    {static_cast<std::int32_t>(0x80040154), "Register the library with regsvr32 tdefault.dll."},
-    {static_cast<std::int32_t>(0x80004001), "This version of the library cannot do that yet."},
+constexpr std::array<Hint, 11> kHints = {{
+    {"53", "Check the data folder with 'tovocfg where'; name another with --data."},
+    {"70", "Close the program that has the file open and try again."},
+    {"457", "Two definitions have the same ID; delete one of the rows of defaults.dbf."},
+    {"-2147221503", "Check defaults.dbf; restore it from a backup."},
+    {"-2147221501", "Take off the write protection, or ask for access."},
+    {"-2147467259", "Restore the named file from a backup."},
+    {"-2147217865", "Check that the data folder holds the named table."},
+    {"-2147217856", "Close the programs that use the table and try again."},
+    {"-2147217911", "Take off the write protection, or ask for access."},
+    {"-2147221164", "Register the library with regsvr32 tdefault.dll."},
+    {"-2147467263", "This version of the library cannot do that yet."},
 }};
 
 std::string HintFor(std::int32_t number) {
+  const std::string shown = ErrorNumber(number);
   for (const Hint& hint : kHints)
-    if (hint.number == number) return hint.text;
+    if (shown == hint.number) return hint.text;
   return {};
+}
+
+// " (0x80004005)"; empty for the short numbers of the automation run-time.
+std::string Hexadecimal(std::int32_t number) {
+  if (number >= 0 || ErrorNumber(number).front() != '-') return {};
+  constexpr const char* kDigits = "0123456789ABCDEF";
+  std::string digits = " (0x";
+  for (int shift = 28; shift >= 0; shift -= 4)
+    digits += kDigits[(static_cast<std::uint32_t>(number) >> shift) & 0xFU];
+  return digits + ")";
 }
 
 }  // namespace
@@ -219,7 +228,7 @@ std::string ErrorNumber(std::int32_t number) {
 }
 
 std::string FormatError(const ErrorReport& error) {
-  std::string out = "tovocfg: error " + ErrorNumber(error.number);
+  std::string out = "tovocfg: error " + ErrorNumber(error.number) + Hexadecimal(error.number);
   if (!error.source.empty()) out += " from " + error.source;
   out += "\n";
   for (const std::string& line : Lines(error.description)) out += "  " + Trimmed(line) + "\n";

@@ -25,7 +25,7 @@ std::string NoSuchKey(const std::vector<Option>& options, const std::string& sec
   std::string keys;
   for (const Option& option : options)
     if (SameText(option.section, section)) keys += (keys.empty() ? "" : ", ") + option.key;
-  if (keys.empty()) return "there is no section " + section + "; sections: " + SectionList(options);
+  if (keys.empty()) return NoSuchSection(options, section);
   return "section " + section + " has no option " + key + "; it has: " + keys;
 }
 
@@ -75,10 +75,13 @@ std::vector<const Option*> OptionsOf(const std::vector<Option>& options, const s
   return chosen;
 }
 
-std::string SectionList(const std::vector<Option>& options) {
+std::string NoSuchSection(const std::vector<Option>& options, const std::string& section) {
+  for (const Option& option : options)
+    if (SameText(option.section, Trimmed(section)))
+      return "section " + option.section + " has options of the " + FileWord(option) + " file only";
   std::string list;
-  for (const std::string& section : Sections(options)) list += (list.empty() ? "" : ", ") + section;
-  return list;
+  for (const std::string& each : Sections(options)) list += (list.empty() ? "" : ", ") + each;
+  return "there is no section " + section + "; sections: " + list;
 }
 
 }  // namespace tovocfg

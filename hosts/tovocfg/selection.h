@@ -28,7 +28,8 @@ struct Selection {
 [[nodiscard]] std::vector<const Option*> OptionsOf(const std::vector<Option>& options,
                                                    const std::string& section, Scope scope);
 
-// "Backup, Defaults, ...": the sections there are, in catalogue order.
-[[nodiscard]] std::string SectionList(const std::vector<Option>& options);
+// Why a section has nothing to show: it does not exist, or its options live in the other file.
+[[nodiscard]] std::string NoSuchSection(const std::vector<Option>& options,
+                                        const std::string& section);
 
 }  // namespace tovocfg

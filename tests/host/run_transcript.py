@@ -176,7 +176,13 @@ class Machine:
             lines = os.remove(self.path(arguments[0])) or []
         else:
             lines = getattr(self, verb)(*arguments) or []
-        return [line.replace(self.here, "{here}").rstrip() for line in lines]
+        return [self.portable(line) for line in lines]
+
+    def portable(self, line):
+        """Without what differs between runs: the copy's folder and the names of temporary files."""
+        for here in (self.here.replace("\\", "\\\\"), self.here):
+            line = re.sub(re.escape(here), "{here}", line, flags=re.IGNORECASE)
+        return re.sub(r"tov[0-9a-f]+\.tmp", "tov*.tmp", line).rstrip()
 
 
 def text_lines(data):
@@ -186,7 +192,7 @@ def text_lines(data):
 def comparable(data):
     """The lines of an INI file, blank lines and spacing aside: writing a value may change those."""
     lines = [line.strip() for line in data.decode("cp1252").splitlines()]
-    return [re.sub(r"^([^;=]*?)\s*=\s*", r"\1=", line) for line in lines if line]
+    return [re.sub(r"^([^=]*?)\s*=\s*", r"\1=", line) for line in lines if line]
 
 
 def play(machine, text):

@@ -69,7 +69,7 @@ TEST_CASE("bounds of zero and zero do not limit a number") {
 
 TEST_CASE("a number with more decimals than allowed is refused") {
   CHECK(Refusal(Number(0, 30, 2), "1.125") == "1.125 has 3 decimals; at most 2");
-  CHECK(Refusal(Number(0, 30, 0), "1.0") == "1.0 has 1 decimals; whole numbers only");
+  CHECK(Refusal(Number(0, 30, 0), "1.0") == "1.0 has 1 decimal; whole numbers only");
 }
 
 TEST_CASE("text that is no plain decimal number is refused") {

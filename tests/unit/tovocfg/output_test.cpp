@@ -76,6 +76,7 @@ TEST_CASE("the table says not set for a key its file does not hold, and counts t
 
 TEST_CASE("no line of the table is wider than a console of 120 characters") {
   Option wide = Rate();
+  wide.type = KeyType::kInsurance;
   wide.section = wide.key = wide.default_value = std::string(30, 'w');
   wide.current_value.clear();
   for (int count = 0; count < 80; ++count) wide.current_value += "\xC3\xA9";
@@ -169,6 +170,10 @@ TEST_CASE("errors show number, source, description and what to do") {
         "tovocfg: error 53 from tovocfg:Class_Initialize\n"
         "  the table, 'C:\\D\\Defaults.Dbf' was not found.\n"
         "  Hint: Check the data folder with 'tovocfg where'; name another with --data.\n");
+  CHECK(FormatError({-2147467259, "Load", "damaged"}) ==
+        "tovocfg: error -2147467259 (0x80004005) from Load\n"
+        "  damaged\n"
+        "  Hint: Restore the named file from a backup.\n");
   CHECK(FormatError({7, "", "text"}) == "tovocfg: error 7\n  text\n");
 }
 

@@ -49,6 +49,11 @@ TEST_CASE("an unknown section is answered with the sections there are") {
         "there is no section Nope; sections: Tax, Printers, Both");
 }
 
+TEST_CASE("a section of the other file is told apart from one that does not exist") {
+  CHECK(NoSuchSection(Shop(), "PRINTERS") == "section Printers has options of the local file only");
+  CHECK(NoSuchSection(Shop(), "Nope") == "there is no section Nope; sections: Tax, Printers, Both");
+}
+
 TEST_CASE("an unknown key is answered with the section's keys") {
   const std::vector<Option> shop = Shop();
   const Selection selection = FindByKey(shop, "Tax", "Rate9", 3, Scope::kBoth);

@@ -11,7 +11,7 @@ Option Explicit
 Const NUMERIC_VALUE = 1, CHOICE_VALUE = 3, INSURANCE_VALUE = 8
 Const NOT_SET = "Not found"      ' what a key reads that its INI file does not hold
 
-Dim options, fileSystem, iniFile, dataFolder, words(), wordCount
+Dim options, fileSystem, iniFile, dataFolder, words, wordCount
 Dim dllErrorText                 ' what the event DLLError told during the last save
 
 Set fileSystem = CreateObject("Scripting.FileSystemObject")
@@ -135,15 +135,21 @@ End Sub
 
 ' Why a value does not fit its option; empty when it does. The library itself stores any text.
 Function Refused(entry, value)
-  Dim choice, known, point
+  Dim choice, known, point, number, plainNumber
+  Set plainNumber = New RegExp
+  plainNumber.Pattern = "^[+-]?[0-9]*\.?[0-9]+$"
   Refused = ""
   If Len(value) > 80 Then Refused = "At most 80 characters."
   If entry.OptionType = NUMERIC_VALUE Then
-    point = InStr(value, ".")
-    If Not IsNumeric(value) Then
+    If Not plainNumber.Test(value) Then
       Refused = "'" & value & "' is not a number."
-    ElseIf (entry.Minimum <> 0 Or entry.Maximum <> 0) And _
-        (CDbl(value) < entry.Minimum Or CDbl(value) > entry.Maximum) Then
+      Exit Function
+    End If
+    point = InStr(value, ".")
+    ' CDbl reads the decimal sign of the user's country.
+    number = CDbl(Replace(value, ".", Mid(CStr(1.5), 2, 1)))
+    If (entry.Minimum <> 0 Or entry.Maximum <> 0) And _
+        (number < entry.Minimum Or number > entry.Maximum) Then
       Refused = "Allowed is " & entry.Minimum & " to " & entry.Maximum & "."
     ElseIf point > 0 And Len(value) - point > entry.Decimals Then
       Refused = "At most " & entry.Decimals & " decimals."

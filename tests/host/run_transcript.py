@@ -101,18 +101,20 @@ class Machine:
         with open(self.path(name), "wb") as file:
             file.write(data.replace(old.encode("cp1252"), new.encode("cp1252")))
 
-    def run_program(self, command):
+    def run_program(self, command, encoding="utf-8"):
         """Its output as lines of a transcript."""
         environment = dict(os.environ, LC_ALL="C.UTF-8")
         done = subprocess.run([self.wine, *command], capture_output=True, timeout=TIMEOUT_SECONDS,
                               env=environment, stdin=subprocess.DEVNULL, check=False)
-        lines = text_lines(done.stdout) + ["! " + line for line in text_lines(done.stderr)]
+        lines = text_lines(done.stdout, encoding)
+        lines += ["! " + line for line in text_lines(done.stderr, encoding)]
         return lines + ([f"[exit {done.returncode}]"] if done.returncode else [])
 
     def script(self, name, words):
         return self.run_program([self.here + "\\programs\\cscript.exe", "//nologo",
                                  self.here + "\\programs\\" + name,
-                                 "/ini:" + self.here + "\\workstation\\TOVO.INI", *words])
+                                 "/ini:" + self.here + "\\workstation\\TOVO.INI", *words],
+                                encoding="cp1252")
 
     def tovocfg(self, words):
         return self.plain(["--library", self.here + "\\programs\\tdefault.dll", "--ini",
@@ -185,8 +187,9 @@ class Machine:
         return re.sub(r"tov[0-9a-f]+\.tmp", "tov*.tmp", line).rstrip()
 
 
-def text_lines(data):
-    return data.decode("utf-8", "replace").replace("\r", "").rstrip("\n").split("\n") if data else []
+def text_lines(data, encoding):
+    text = data.decode(encoding, "replace").replace("\r", "").rstrip("\n")
+    return text.split("\n") if text else []
 
 
 def comparable(data):

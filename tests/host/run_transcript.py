@@ -114,7 +114,7 @@ class Machine:
         return self.run_program([self.here + "\\programs\\cscript.exe", "//nologo",
                                  self.here + "\\programs\\" + name,
                                  "/ini:" + self.here + "\\workstation\\TOVO.INI", *words],
-                                encoding="cp1252")
+                                encoding="cp437")
 
     def tovocfg(self, words):
         return self.plain(["--library", self.here + "\\programs\\tdefault.dll", "--ini",

@@ -19,7 +19,7 @@ CheckedValue Accept(std::string value) { return {std::move(value), {}}; }
 
 CheckedValue Refuse(std::string why) { return {{}, std::move(why)}; }
 
-std::string Quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
+std::string Quoted(std::string_view text) { return std::string("\"").append(text).append("\""); }
 
 // A plain decimal number, taken apart; the automation run-time's other spellings are not for files.
 struct Decimal {

@@ -193,9 +193,9 @@ std::vector<Change> CheckedChanges(Session& session, const Request& request) {
     const CheckedValue checked = CheckValue(option, request.words[word + 2], surroundings);
     changes.push_back({&option, checked.value});
     if (!checked.accepted())
-      refusals += (refusals.empty() ? "" : "\n") + Title(option) + ": " + checked.refusal;
+      refusals.append(Title(option)).append(": ").append(checked.refusal).append("\n");
   }
-  if (!refusals.empty()) throw Stop{ExitCode::kValueRefused, refusals + "\nNothing was saved."};
+  if (!refusals.empty()) throw Stop{ExitCode::kValueRefused, refusals + "Nothing was saved."};
   return changes;
 }
 

@@ -154,8 +154,8 @@ std::string FormatTable(const std::vector<const Option*>& options) {
     rule[column].assign(widths[column], '-');
   std::string table = LineOf(head, widths) + LineOf(rule, widths);
   for (const Row& row : rows) table += LineOf(row, widths);
-  table += "\n" + Plural(options.size(), "option");
-  if (not_set > 0) table += ", " + std::to_string(not_set) + " not set";
+  table.append("\n").append(Plural(options.size(), "option"));
+  if (not_set > 0) table.append(", ").append(std::to_string(not_set)).append(" not set");
   return table + "\n";
 }
 

@@ -15,9 +15,11 @@ heading() { printf '\n== %s\n' "$1"; }
 
 # Shows a command as a user would type it, then runs it.
 tovocfg() {
-  printf '> tovocfg'
-  printf ' %s' "${@@Q}"
-  printf '\n'
+  local word line='> tovocfg'
+  for word in "$@"; do
+    case $word in *' '*) line+=" \"$word\"" ;; *) line+=" $word" ;; esac
+  done
+  echo "$line"
   scripts/wine.sh "$program" --ini "$local_ini" "$@" | tr -d '\r'
 }
 

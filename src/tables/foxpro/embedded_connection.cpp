@@ -16,9 +16,7 @@ constexpr wchar_t kSource[] = L"Connection";
 EmbeddedConnection::EmbeddedConnection(platform::Files& files, std::uint32_t ansi_code_page)
     : files_(files), ansi_code_page_(ansi_code_page) {}
 
-EmbeddedConnection::~EmbeddedConnection() {
-  if (folder_) EmbeddedConnection::Close();
-}
+EmbeddedConnection::~EmbeddedConnection() { Release(); }
 
 void EmbeddedConnection::Open() {
   if (folder_) throw ObjectIsOpen(kSource, L"Open");
@@ -46,7 +44,11 @@ void EmbeddedConnection::CheckFolder(const std::wstring& path) const {
 
 void EmbeddedConnection::Close() {
   if (!folder_) throw ObjectIsClosed(kSource, L"Close");
-  while (!recordsets_.empty()) (*recordsets_.begin())->Close();
+  Release();
+}
+
+void EmbeddedConnection::Release() noexcept {
+  while (!recordsets_.empty()) (*recordsets_.begin())->Release();
   folder_.reset();
 }
 

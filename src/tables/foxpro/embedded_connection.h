@@ -39,9 +39,10 @@ class EmbeddedConnection final : public Connection {
   // REQUIRES of all three: the connection is open.
   [[nodiscard]] TableFinder& tables() { return *folder_; }
   void Add(EmbeddedRecordset& recordset) { recordsets_.insert(&recordset); }
-  void Forget(EmbeddedRecordset& recordset) { recordsets_.erase(&recordset); }
+  void Forget(EmbeddedRecordset& recordset) noexcept { recordsets_.erase(&recordset); }
 
  private:
+  void Release() noexcept;
   void CheckFolder(const std::wstring& path) const;
 
   platform::Files& files_;

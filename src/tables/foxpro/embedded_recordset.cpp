@@ -87,9 +87,7 @@ class EmbeddedRecordset::RowField final : public Field {
   mutable std::int64_t kept_at_ = 0;  // the step count of the row it belongs to; no row has 0
 };
 
-EmbeddedRecordset::~EmbeddedRecordset() {
-  if (connection_ != nullptr) EmbeddedRecordset::Close();
-}
+EmbeddedRecordset::~EmbeddedRecordset() { Release(); }
 
 void EmbeddedRecordset::Open(const std::wstring& source, Connection& connection,
                              CursorType cursor_type, LockType /*lock_type*/) {
@@ -116,7 +114,11 @@ void EmbeddedRecordset::Open(const std::wstring& source, Connection& connection,
 
 void EmbeddedRecordset::Close() {
   RequireOpen(L"Close");
-  connection_->Forget(*this);
+  Release();
+}
+
+void EmbeddedRecordset::Release() noexcept {
+  if (connection_ != nullptr) connection_->Forget(*this);
   connection_ = nullptr;
   fields_.clear();
   rows_.reset();

@@ -30,6 +30,8 @@ class EmbeddedRecordset final : public Recordset {
   void Open(const std::wstring& source, Connection& connection, CursorType cursor_type,
             LockType lock_type) override;
   void Close() override;
+  // Closes if open; for the connection and both destructors.
+  void Release() noexcept;
   // No fetch runs between two calls, so there is none to end.
   void Cancel() override {}
 

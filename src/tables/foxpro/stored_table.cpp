@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/text.h"
 #include "tables/foxpro/table_format.h"
 
 namespace tdefault::tables::foxpro {
@@ -16,6 +17,19 @@ constexpr std::size_t kBufferSize = 512 * std::size_t{1024};
 constexpr std::wstring_view kTableEnding = L".dbf";
 constexpr std::wstring_view kMemoEnding = L".fpt";
 constexpr std::wstring_view kNotInNames = L"\\/:*?\"<>|";
+
+// Names that open a device instead of a file, which could wait for input for ever.
+bool IsDeviceName(std::wstring_view name) {
+  constexpr std::array<std::wstring_view, 4> kDevices = {L"CON", L"PRN", L"AUX", L"NUL"};
+  constexpr std::array<std::wstring_view, 2> kNumbered = {L"COM", L"LPT"};
+  const std::wstring_view stem = TrimTrailingBlanks(name.substr(0, name.find(L'.')));
+  const auto is = [](std::wstring_view text) {
+    return [text](std::wstring_view device) { return EqualIgnoringCase(text, device); };
+  };
+  if (std::any_of(kDevices.begin(), kDevices.end(), is(stem))) return true;
+  const bool numbered = stem.size() == 4 && stem.back() >= L'0' && stem.back() <= L'9';
+  return numbered && std::any_of(kNumbered.begin(), kNumbered.end(), is(stem.substr(0, 3)));
+}
 
 std::unique_ptr<platform::File> OpenTableFile(platform::Files& files,
                                               const TableIdentity& identity) {
@@ -134,9 +148,12 @@ std::unique_ptr<Table> TableFolder::OpenTable(const std::wstring& name) {
     return static_cast<std::uint32_t>(character) < 0x20 ||
            kNotInNames.find(character) != std::wstring_view::npos;
   });
-  if (name.empty() || refused)
+  if (name.empty() || refused) {
     throw NoSuchTable(name,
                       L"a table is named without folder and without any of \\ / : * ? \" < > |");
+  }
+  if (IsDeviceName(name))
+    throw NoSuchTable(name, L"the system keeps this name for a device, with any ending");
   TableIdentity identity{name, path_ + L"\\" + name + std::wstring(kTableEnding)};
   return std::make_unique<StoredTable>(files_, std::move(identity), view_);
 }

@@ -353,6 +353,17 @@ TEST_CASE("a table name cannot leave the data folder") {
   }
 }
 
+TEST_CASE("a table name that the system keeps for a device is refused, not waited for") {
+  TableShelf shelf;
+  for (const wchar_t* name : {L"CON", L"con", L"Nul", L"AUX", L"PRN", L"COM1", L"lpt9", L"CON.x"}) {
+    const Error error = ErrorOf([&] { static_cast<void>(shelf.Open(name)); });
+    CHECK(error.number() == error_number::kNoSuchTable);
+    CHECK(Contains(error, L"device"));
+  }
+  for (const wchar_t* name : {L"CONS", L"COMX", L"LPT10", L"NULL"})
+    CHECK_FALSE(Contains(ErrorOf([&] { static_cast<void>(shelf.Open(name)); }), L"device"));
+}
+
 TEST_CASE("a table that another program keeps to itself is in use") {
   TableShelf shelf;
   shelf.Put(TwoColumns().Bytes());

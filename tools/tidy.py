@@ -192,8 +192,41 @@ def check_links(path: Path, lines: list[str]) -> None:
                 breach(path, number, f"link to {target}, which does not exist")
 
 
+def test_names(files: list[Path]) -> set[str]:
+    """The names of all test cases, also those that scripts and CMake files give."""
+    names: set[str] = set()
+    for path in files:
+        if "tests" not in path.relative_to(ROOT).parts:
+            continue
+        text = path.read_text(encoding="utf-8", errors="replace")
+        # A long name may stand as several literals in a row.
+        for literals in re.findall(r'TEST_CASE(?:_TEMPLATE|_FIXTURE)?\(\s*(?:\w+,\s*)?((?:"(?:[^"\\]|\\.)*"\s*)+)', text):
+            names.add("".join(re.findall(r'"((?:[^"\\]|\\.)*)"', literals)).replace('\\"', '"'))
+        for name in re.findall(r'NAME "([^"]+)"', text):
+            names.add(name)
+        for name in re.findall(r"^(?:case|test|--|#) *:? *(.+)$", text, re.MULTILINE):
+            names.add(name.strip())
+    return names
+
+
+def check_testing_page(files: list[Path]) -> None:
+    """Every test that docs/testing.md names exists."""
+    page = ROOT / "docs" / "testing.md"
+    if not page.exists():
+        return
+    names = test_names(files)
+    for number, line in enumerate(page.read_text(encoding="utf-8").splitlines(), 1):
+        cells = [cell.strip() for cell in line.strip().strip("|").split(" | ")]
+        if not line.startswith("|") or len(cells) != 3 or cells[0] in ("edge case", "---") or "---" in line:
+            continue
+        for name in cells[1].split("; "):
+            if not name.startswith("all of ") and name not in names:
+                breach(page, number, f"no test is named: {name}")
+
+
 def main() -> int:
     files = tracked_files()
+    check_testing_page(files)
     check_case(files)
     check_built(files)
     for path in files:

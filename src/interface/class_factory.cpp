@@ -10,6 +10,12 @@ namespace tdefault::automation {
 
 namespace {
 
+ComPtr<OptionsObject> MakeOptions() {
+  ComPtr<OptionsObject> made;
+  made.Attach(new OptionsObject());
+  return made;
+}
+
 class OptionsFactory final : public IClassFactory {
  public:
   OptionsFactory() = default;
@@ -36,7 +42,7 @@ class OptionsFactory final : public IClassFactory {
     *object = nullptr;
     if (outer != nullptr) return CLASS_E_NOAGGREGATION;
     ComPtr<OptionsObject> made;
-    const HRESULT result = Guard(IID_IClassFactory, [&] { made.Attach(new OptionsObject()); });
+    const HRESULT result = Guard(IID_IClassFactory, [&] { made = MakeOptions(); });
     return FAILED(result) ? result : made->QueryInterface(iid, object);
   }
   STDMETHODIMP LockServer(BOOL lock) noexcept override {
@@ -55,11 +61,17 @@ class OptionsFactory final : public IClassFactory {
   std::atomic<ULONG> references_ = 1;
 };
 
+ComPtr<IClassFactory> MakeFactory() {
+  ComPtr<IClassFactory> made;
+  made.Attach(new OptionsFactory());
+  return made;
+}
+
 }  // namespace
 
 HRESULT GetClassFactory(REFIID iid, void** factory) noexcept {
   ComPtr<IClassFactory> made;
-  const HRESULT result = Guard(IID_IClassFactory, [&] { made.Attach(new OptionsFactory()); });
+  const HRESULT result = Guard(IID_IClassFactory, [&] { made = MakeFactory(); });
   return FAILED(result) ? result : made->QueryInterface(iid, factory);
 }
 

@@ -1,18 +1,78 @@
-// Owners of automation's counted values. Interface pointers are held in ComPtr.
+// Owners of automation's counted values. The compiler's own wrl/client.h is not used: its Attach
+// takes a reference too many.
 #pragma once
 
 #include <windows.h>
 // After windows.h.
 #include <oleauto.h>
-#include <wrl/client.h>
 
+#include <cstddef>
 #include <new>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 namespace tdefault::automation {
 
-using Microsoft::WRL::ComPtr;
+// A counted reference to an interface, or null.
+template <class Interface>
+class ComPtr {
+ public:
+  ComPtr() = default;
+  ComPtr(std::nullptr_t) {}  // NOLINT(google-explicit-constructor)
+  // Takes a reference of its own.
+  ComPtr(Interface* object) : object_(object) {  // NOLINT(google-explicit-constructor)
+    if (object_ != nullptr) object_->AddRef();
+  }
+  ComPtr(const ComPtr& other) : ComPtr(other.Get()) {}
+  ComPtr(ComPtr&& other) noexcept : object_(other.Detach()) {}
+  template <class Derived>
+  requires std::is_convertible_v<Derived*, Interface*> ComPtr(
+      const ComPtr<Derived>& other)  // NOLINT(google-explicit-constructor)
+      : ComPtr(other.Get()) {}
+  template <class Derived>
+  requires std::is_convertible_v<Derived*, Interface*> ComPtr(ComPtr<Derived>&& other)
+  noexcept  // NOLINT(google-explicit-constructor)
+      : object_(other.Detach()) {}
+  ~ComPtr() { Reset(); }
+
+  ComPtr& operator=(ComPtr other) noexcept {
+    std::swap(object_, other.object_);
+    return *this;
+  }
+
+  [[nodiscard]] Interface* Get() const noexcept { return object_; }
+  Interface* operator->() const noexcept { return object_; }
+  explicit operator bool() const noexcept { return object_ != nullptr; }
+
+  // Where a call that hands out a reference writes it; what was held is released first.
+  [[nodiscard]] Interface** operator&() noexcept {  // NOLINT(google-runtime-operator)
+    Reset();
+    return &object_;
+  }
+
+  // The same for calls that name the interface apart.
+  [[nodiscard]] void** ReceiveAny() noexcept { return reinterpret_cast<void**>(&*this); }
+
+  void Reset() noexcept {
+    if (Interface* released = Detach(); released != nullptr) released->Release();
+  }
+  // Takes over a reference that is the caller's.
+  void Attach(Interface* object) noexcept {
+    Reset();
+    object_ = object;
+  }
+  // Gives the reference to the caller.
+  [[nodiscard]] Interface* Detach() noexcept { return std::exchange(object_, nullptr); }
+
+  template <class Other>
+  [[nodiscard]] HRESULT As(Other** other) const noexcept {
+    return object_->QueryInterface(__uuidof(Other), reinterpret_cast<void**>(other));
+  }
+
+ private:
+  Interface* object_ = nullptr;
+};
 
 // A BSTR of our own. A null BSTR is empty text, as everywhere in automation.
 class Bstr {

@@ -87,7 +87,7 @@ STDMETHODIMP ConnectionPoint::Advise(IUnknown* handler, DWORD* cookie) noexcept 
   if (handler == nullptr) return E_POINTER;
   // A handler answers to the event interface, or is a plain dispatch object.
   ComPtr<IDispatch> dispatch;
-  if (FAILED(handler->QueryInterface(events_, reinterpret_cast<void**>(dispatch.GetAddressOf()))) &&
+  if (FAILED(handler->QueryInterface(events_, dispatch.ReceiveAny())) &&
       FAILED(handler->QueryInterface(IID_PPV_ARGS(&dispatch)))) {
     return CONNECT_E_CANNOTCONNECT;
   }

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# run_script.sh EMULATOR SCRIPT SAMPLE_SHOP: runs a VBScript or JScript test under cscript on a
+# throw-away copy of the shop. The script host answers 0 whatever happens to a script, so a test has
+# passed only when its last line is DONE and no line starts with FAIL.
+#
+# The script gets one argument, a folder with data, workstation, and duplicate: a copy of data whose
+# table has the first ID twice.
+set -euo pipefail
+emulator=$1 script=$2 shop=$3
+folder=$(cd "$(dirname "$script")" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cp -r "$shop/data" "$shop/workstation" "$work"
+cp -r "$shop/data" "$work/duplicate"
+python3 - "$work/duplicate/defaults.dbf" <<'PYTHON'
+import struct, sys
+with open(sys.argv[1], "r+b") as table:
+    header = table.read(12)
+    first, length = struct.unpack("<HH", header[8:12])
+    table.seek(first + 1)
+    identifier = table.read(36)
+    table.seek(first + length + 1)
+    table.write(identifier)
+PYTHON
+
+kind=${script##*.}
+cat "$folder/expect.$kind" "$script" >"$work/test.$kind"
+output=$(timeout 120 "$emulator" cscript //nologo "Z:${work//\//\\}\\test.$kind" "Z:${work//\//\\}" | tr -d '\r')
+echo "$output"
+[ "$(tail -n 1 <<<"$output")" = DONE ] && ! grep -q '^FAIL' <<<"$output"

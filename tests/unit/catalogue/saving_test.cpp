@@ -97,20 +97,21 @@ class RootedFiles final : public platform::Files {
   platform::Files& files_;
 };
 
-// Makes the Nth call of the operation from now on fail.
-void FailNth(Shop& shop, const std::string& operation, std::size_t nth, std::uint32_t code) {
-  // A second shop that does the same tells which call that will be.
-  const std::size_t before = shop.machine.call_count();
+// The number of the Nth call of the operation from now on. A second shop that does the same tells.
+std::size_t NumberOfNth(const Shop& shop, const std::string& operation, std::size_t nth) {
   Shop twin;
   LoadFour(twin);
-  const std::size_t twin_before = twin.machine.call_count();
+  const std::size_t before = twin.machine.call_count();
   twin.options.Save();
-  for (std::size_t i = twin_before; i < twin.machine.call_count(); ++i) {
-    if (twin.machine.calls()[i].operation != operation || --nth != 0) continue;
-    shop.machine.FailCall(before + (i - twin_before) + 1, code);
-    return;
-  }
+  for (std::size_t i = before; i < twin.machine.call_count(); ++i)
+    if (twin.machine.calls()[i].operation == operation && --nth == 0)
+      return shop.machine.call_count() + (i - before) + 1;
   FAIL("no such call");
+  return 0;
+}
+
+void FailNth(Shop& shop, const std::string& operation, std::size_t nth, std::uint32_t code) {
+  shop.machine.FailCall(NumberOfNth(shop, operation, nth), code);
 }
 
 void CheckUntouched(const Shop& shop) {
@@ -522,6 +523,35 @@ TEST_CASE("a previous version that cannot be replaced fails the save and puts bo
           std::wstring::npos);
     CHECK(shop.host.modified == 0);
   }
+}
+
+TEST_CASE("a move that is refused for a moment is made at the second attempt") {
+  for (const std::size_t nth : {1, 2}) {
+    Shop shop;
+    LoadFour(shop);
+    FailNth(shop, "Replace", nth, platform::system_code::kSharingViolation);
+    CHECK(shop.options.Save());
+    CHECK(CallsOf(shop, "Replace") == 3);
+    CHECK(CallsOf(shop, "CreateUnique") == 2);
+    CHECK(shop.machine.pauses().size() == 1);
+    CHECK(shop.machine.Contents(kGlobalOld) == kGlobalBefore);
+    CHECK_FALSE(HasTemporaryFile(shop));
+  }
+}
+
+TEST_CASE("a backup that cannot be moved at all is copied") {
+  Shop shop;
+  LoadFour(shop);
+  const std::size_t move = NumberOfNth(shop, "Replace", 1);
+  shop.machine.FailCall(move, platform::system_code::kSharingViolation);
+  // The next attempt comes behind a pause and the target's read-only mark.
+  shop.machine.FailCall(move + 3, platform::system_code::kSharingViolation);
+  CHECK(shop.options.Save());
+  CHECK(shop.machine.calls()[move + 2].operation == "Replace");
+  CHECK(CallsOf(shop, "CreateUnique") == 3);
+  CHECK(shop.machine.Contents(kLocalOld) == kLocalBefore);
+  CHECK(shop.machine.Contents(kGlobalOld) == kGlobalBefore);
+  CHECK_FALSE(HasTemporaryFile(shop));
 }
 
 TEST_CASE("a read-only previous version is replaced") {

@@ -44,6 +44,15 @@ bool IsFile(const std::string& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
+// Empty when there is no such variable.
+std::string EnvironmentValue(const wchar_t* name) {
+  const DWORD size = GetEnvironmentVariableW(name, nullptr, 0);
+  if (size == 0) return {};
+  std::wstring value(size, L'\0');
+  value.resize(GetEnvironmentVariableW(name, value.data(), size));
+  return ToUtf8(value);
+}
+
 Scope ScopeOf(const Request& request) {
   if (request.local_only) return Scope::kLocal;
   return request.global_only ? Scope::kGlobal : Scope::kBoth;
@@ -73,7 +82,7 @@ Whereabouts WhereaboutsOf(const Library& library) {
   where.global_ini = library.GlobalIni();
   where.global_ini_exists = IsFile(where.global_ini);
   where.location = library.Location();
-  where.tables = "embedded engine";
+  where.tables = DescribeTables(EnvironmentValue(L"TDEFAULT_TABLES"));
   where.library_version = library.Version();
   where.library_file = library.LibraryFile();
   where.library_registered = library.registered();

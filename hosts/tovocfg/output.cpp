@@ -97,23 +97,18 @@ std::string Written(const Json& json) {
   return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+// Errors whose own text does not say what to do.
 struct Hint {
   const char* number;  // as it is shown
   const char* text;
 };
 
-constexpr std::array<Hint, 11> kHints = {{
+constexpr std::array<Hint, 5> kHints = {{
     {"53", "Check the data folder with 'tovocfg where'; name another with --data."},
     {"70", "Close the program that has the file open and try again."},
     {"457", "Two definitions have the same ID; delete one of the rows of defaults.dbf."},
     {"-2147221503", "Check defaults.dbf; restore it from a backup."},
     {"-2147221501", "Take off the write protection, or ask for access."},
-    {"-2147467259", "Restore the named file from a backup."},
-    {"-2147217865", "Check that the data folder holds the named table."},
-    {"-2147217856", "Close the programs that use the table and try again."},
-    {"-2147217911", "Take off the write protection, or ask for access."},
-    {"-2147221164", "Register the library with regsvr32 tdefault.dll."},
-    {"-2147467263", "This version of the library cannot do that yet."},
 }};
 
 std::string HintFor(std::int32_t number) {
@@ -195,6 +190,11 @@ std::string FormatWhereabouts(const Whereabouts& where) {
          line("Library", where.library_file + " " + where.library_version +
                              (where.library_registered ? " (registered)" : " (not registered)")) +
          line("Program", "tovocfg " + where.program_version);
+}
+
+std::string DescribeTables(const std::string& setting) {
+  if (setting.empty() || SameText(setting, "embedded")) return "embedded engine";
+  return "none: TDEFAULT_TABLES is " + setting + "; remove it or set it to embedded";
 }
 
 std::string OptionsToJson(const std::vector<const Option*>& options, const Whereabouts& where) {

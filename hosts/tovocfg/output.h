@@ -47,6 +47,10 @@ struct ErrorReport {
 
 [[nodiscard]] std::string FormatWhereabouts(const Whereabouts& where);
 
+// The table access that the library uses, from the environment variable TDEFAULT_TABLES; empty when
+// there is no such variable.
+[[nodiscard]] std::string DescribeTables(const std::string& setting);
+
 // The JSON forms end in a line break; values are exact, "Not found" included.
 [[nodiscard]] std::string OptionsToJson(const std::vector<const Option*>& options,
                                         const Whereabouts& where);

@@ -16,6 +16,7 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     cut FILE BYTES        shortens a file of the copy
     delete FILE           deletes a file of the copy
     replace FILE OLD NEW  replaces a text in a file of the copy
+    NAME=VALUE COMMAND    any of these with an environment variable set
     hold FILE             opens a file so that nobody else may, until the transcript ends
 
 --update writes what came back into the transcript instead of comparing.
@@ -60,6 +61,7 @@ class Machine:
     def __init__(self, build, name):
         prefix = os.environ.get("TDEFAULT_WINEPREFIX") or os.path.join(ROOT, "build", "wineprefix")
         self.wine = os.path.join(ROOT, "scripts", "wine.sh")
+        self.environment = {}
         # Makes the prefix when there is none yet.
         self.run_program(["cmd", "/c", "exit"])
         self.folder = os.path.join(prefix, "drive_c", "host-tests", name)
@@ -103,7 +105,7 @@ class Machine:
 
     def run_program(self, command, encoding="utf-8"):
         """Its output as lines of a transcript."""
-        environment = dict(os.environ, LC_ALL="C.UTF-8")
+        environment = dict(os.environ, LC_ALL="C.UTF-8", **self.environment)
         done = subprocess.run([self.wine, *command], capture_output=True, timeout=TIMEOUT_SECONDS,
                               env=environment, stdin=subprocess.DEVNULL, check=False)
         lines = text_lines(done.stdout, encoding)
@@ -167,6 +169,10 @@ class Machine:
 
     def run(self, command):
         words = [word.replace("{here}", self.here) for word in shlex.split(command)]
+        self.environment = {}
+        if "=" in words[0]:
+            name, _, value = words.pop(0).partition("=")
+            self.environment[name] = value
         verb, arguments = words[0], words[1:]
         if verb == "tovocfg":
             lines = self.tovocfg(arguments)

@@ -164,6 +164,13 @@ TEST_CASE("whereabouts name everything in use and what is missing") {
   CHECK(text.find("TOVOGBL.INI  (not found)") != std::string::npos);
 }
 
+TEST_CASE("the table access follows the environment variable as the library reads it") {
+  CHECK(DescribeTables("") == "embedded engine");
+  CHECK(DescribeTables("Embedded") == "embedded engine");
+  CHECK(DescribeTables("provider") ==
+        "none: TDEFAULT_TABLES is provider; remove it or set it to embedded");
+}
+
 TEST_CASE("errors show number, source, description and what to do") {
   CHECK(FormatError({static_cast<std::int32_t>(0x800A0035), "tovocfg:Class_Initialize",
                      "the table, 'C:\\D\\Defaults.Dbf' was not found."}) ==
@@ -172,8 +179,7 @@ TEST_CASE("errors show number, source, description and what to do") {
         "  Hint: Check the data folder with 'tovocfg where'; name another with --data.\n");
   CHECK(FormatError({-2147467259, "Load", "damaged"}) ==
         "tovocfg: error -2147467259 (0x80004005) from Load\n"
-        "  damaged\n"
-        "  Hint: Restore the named file from a backup.\n");
+        "  damaged\n");
   CHECK(FormatError({7, "", "text"}) == "tovocfg: error 7\n  text\n");
 }
 

@@ -29,11 +29,19 @@ import shlex
 import shutil
 import subprocess
 import sys
+import tempfile
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 SHOP = os.path.join(ROOT, "samples", "shop")
 INI_FILES = (("workstation", "TOVO"), ("data", "TOVOGBL"))
 TIMEOUT_SECONDS = 120
+
+# As scripts/wine.sh runs a program, but with its own standard error.
+WINE = ["bash", "-c", 'root=$1; shift; . "$root/scripts/wine-environment.sh"; exec wine "$@"', "wine",
+        ROOT]
+# What a machine without 32-bit Wine says at every start.
+WINE_NOISE = re.compile("wine32 is missing|multiarch needs|apt-get install wine32|"
+                        "dpkg --add-architecture|^$")
 
 ASSEMBLY = """<?xml version="1.0" encoding="UTF-8"?>
 <assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0">
@@ -60,7 +68,6 @@ class Machine:
 
     def __init__(self, build, name):
         prefix = os.environ.get("TDEFAULT_WINEPREFIX") or os.path.join(ROOT, "build", "wineprefix")
-        self.wine = os.path.join(ROOT, "scripts", "wine.sh")
         self.environment = {}
         # Makes the prefix when there is none yet.
         self.run_program(["cmd", "/c", "exit"])
@@ -105,11 +112,18 @@ class Machine:
 
     def run_program(self, command, encoding="utf-8"):
         """Its output as lines of a transcript."""
-        environment = dict(os.environ, LC_ALL="C.UTF-8", **self.environment)
-        done = subprocess.run([self.wine, *command], capture_output=True, timeout=TIMEOUT_SECONDS,
-                              env=environment, stdin=subprocess.DEVNULL, check=False)
-        lines = text_lines(done.stdout, encoding)
-        lines += ["! " + line for line in text_lines(done.stderr, encoding)]
+        # Into files, not pipes: what the first program of a session starts in the background keeps
+        # its output open long after the program has ended.
+        with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as problems:
+            environment = dict(os.environ, LC_ALL="C.UTF-8", **self.environment)
+            done = subprocess.run([*WINE, *command], stdin=subprocess.DEVNULL, stdout=out,
+                                  stderr=problems, timeout=TIMEOUT_SECONDS, env=environment,
+                                  check=False)
+            out.seek(0)
+            problems.seek(0)
+            lines = text_lines(out.read(), encoding)
+            lines += ["! " + line for line in text_lines(problems.read(), encoding)
+                      if not WINE_NOISE.search(line)]
         return lines + ([f"[exit {done.returncode}]"] if done.returncode else [])
 
     def script(self, name, words):
@@ -154,9 +168,9 @@ class Machine:
 
     def hold(self, name):
         holder = subprocess.Popen(
-            [self.wine, self.here + "\\programs\\hold_file.exe",
+            [*WINE, self.here + "\\programs\\hold_file.exe",
              self.here + "\\" + name.replace("/", "\\")],
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.holders.append(holder)
         answer = holder.stdout.readline()
         assert answer.strip() == b"held", f"{name} could not be held: {answer!r}"

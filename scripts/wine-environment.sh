@@ -41,7 +41,21 @@ prepare_wine() {
     # A crashing program ends with its exit code instead of waiting for a debugger.
     DISPLAY=$(cat "$root/build/display") wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f >/dev/null 2>&1 9>&-
     DISPLAY=$(cat "$root/build/display") wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /t REG_SZ /d '' /f >/dev/null 2>&1 9>&-
+    wineserver -w 2>/dev/null # the next program begins a session of its own
     touch "$WINEPREFIX/ready"
+  fi
+  exec 9>&-
+}
+
+# Wine's services are started by the first program of a session and keep that program's output open
+# until the session ends, so whoever reads the output would wait as long. An idle program that
+# belongs to nobody starts them instead and keeps the session for half an hour.
+keep_session() {
+  exec 9>"$root/build/wine.lock"
+  flock 9
+  if ! wineserver -k0 2>/dev/null; then
+    setsid sh -c 'sleep 1800 | wine cmd /k' </dev/null >/dev/null 2>&1 9>&- &
+    wine cmd /c exit </dev/null >/dev/null 2>&1 9>&-
   fi
   exec 9>&-
 }
@@ -52,3 +66,4 @@ if [ ! -e "$WINEPREFIX/ready" ] || [ ! -s "$root/build/display" ] ||
 fi
 DISPLAY=$(cat "$root/build/display")
 export DISPLAY
+if ! wineserver -k0 2>/dev/null; then keep_session; fi

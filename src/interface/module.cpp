@@ -28,17 +28,19 @@ bool Module::GuidOrder::operator()(const GUID& left, const GUID& right) const no
 void Module::RemoveUser() noexcept {
   if (--users_ > 0) return;
   decltype(types_) unused;
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard lock(types_mutex_);
   unused.swap(types_);
 }
 
 HRESULT Module::FindType(REFGUID guid, std::shared_ptr<const TypeDescription>& type) noexcept {
   try {
-    const std::lock_guard lock(mutex_);
-    const auto known = types_.find(guid);
-    if (known != types_.end()) {
-      type = known->second;
-      return S_OK;
+    {
+      const std::lock_guard lock(types_mutex_);
+      const auto known = types_.find(guid);
+      if (known != types_.end()) {
+        type = known->second;
+        return S_OK;
+      }
     }
     ComPtr<ITypeLib> library;
     const HRESULT loaded = LoadTypeLibEx(ModulePath().c_str(), REGKIND_NONE, &library);
@@ -47,6 +49,7 @@ HRESULT Module::FindType(REFGUID guid, std::shared_ptr<const TypeDescription>& t
     const HRESULT searched = library->GetTypeInfoOfGuid(guid, &found);
     if (FAILED(searched)) return searched;
     type = std::make_shared<const TypeDescription>(std::move(found));
+    const std::lock_guard lock(types_mutex_);
     types_.emplace(guid, type);
     return S_OK;
   } catch (const std::bad_alloc&) {
@@ -64,15 +67,22 @@ HRESULT Module::GetType(REFGUID guid, ITypeInfo** type) noexcept {
 }
 
 std::shared_ptr<HostThread> Module::CurrentThread() {
-  const std::lock_guard lock(mutex_);
-  std::shared_ptr<HostThread>& thread = threads_[GetCurrentThreadId()];
-  if (!thread) thread = std::make_shared<HostThread>();
-  return thread;
+  const DWORD id = GetCurrentThreadId();
+  {
+    const std::lock_guard lock(threads_mutex_);
+    const auto known = threads_.find(id);
+    if (known != threads_.end()) return known->second;
+  }
+  // Only this thread adds its own entry.
+  auto made = std::make_shared<HostThread>();
+  const std::lock_guard lock(threads_mutex_);
+  threads_.emplace(id, made);
+  return made;
 }
 
 void Module::ForgetCurrentThread() noexcept {
   std::shared_ptr<HostThread> forgotten;
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard lock(threads_mutex_);
   const auto found = threads_.find(GetCurrentThreadId());
   if (found == threads_.end()) return;
   forgotten = std::move(found->second);

@@ -46,7 +46,10 @@ class Module {
   };
 
   std::atomic<long> users_ = 0;
-  std::mutex mutex_;  // of what follows
+  // Held for looking up only: the system's loader lock may be taken before them (the end of a
+  // thread) or inside what is looked up (loading the type library).
+  std::mutex types_mutex_;
+  std::mutex threads_mutex_;
   // Loaded on demand and let go with the last user: when the library is unloaded, or the process
   // ends, nothing of another library may be called any more.
   std::map<GUID, std::shared_ptr<const TypeDescription>, GuidOrder> types_;

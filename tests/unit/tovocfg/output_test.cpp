@@ -137,7 +137,7 @@ TEST_CASE("JSON survives a byte that is not UTF-8") {
   CHECK(nlohmann::json::parse(OptionToJson(rate, Somewhere()))["comment"] == "a\xEF\xBF\xBD");
 }
 
-TEST_CASE("a change shows old and new value; one without a difference says so") {
+TEST_CASE("a change shows old and new value, and a change without a difference says so") {
   const Option rate = Rate();
   CHECK(FormatChange({&rate, "5.125"}) == "Tax / Rate1: \"5.000\" -> \"5.125\"\n");
   CHECK(FormatChange({&rate, "5.000"}) == "Tax / Rate1: 5.000 (unchanged)\n");

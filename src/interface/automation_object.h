@@ -118,7 +118,10 @@ class AutomationObject : public Interface, public ISupportErrorInfo, public IPro
   // Runs a member and hands out what it returns; on failure the result is cleared.
   template <class Result, class Body>
   [[nodiscard]] HRESULT Answer(Result* result, Body&& body) noexcept {
-    if (result == nullptr) return E_POINTER;
+    if (result == nullptr) {
+      SetErrorInfo(0, nullptr);
+      return E_POINTER;
+    }
     *result = Result{};
     return Perform([&] { Put(body(), result); });
   }

@@ -236,6 +236,31 @@ TEST_CASE("the data path set by one Options object holds for every other on its 
   CHECK(Text(one.Get(), &::_Options::get_DataPath) == "C:\\DATA");
 }
 
+TEST_CASE("a data path that was set ends with its thread") {
+  const Apartment apartment;
+  const ComPtr<::_Options> keeps_loaded = CreateOptions();
+  DWORD ended = 0;
+  std::thread first([&] {
+    const Apartment own;
+    ended = GetCurrentThreadId();
+    CHECK(CreateOptions()->put_DataPath(Bstr(L"D:\\ENDED").get()) == S_OK);
+  });
+  first.join();
+  // The system gives the number of a thread that has ended to a new one after a while.
+  std::string found = "the number did not come again";
+  for (int number = 0; number < 20000 && found != ""; ++number) {
+    std::thread next([&] {
+      if (GetCurrentThreadId() != ended) return;
+      const Apartment own;
+      const std::string path = Text(CreateOptions().Get(), &::_Options::get_DataPath);
+      found = path == "D:\\ENDED" ? path : "";
+    });
+    next.join();
+    if (found == "D:\\ENDED") break;
+  }
+  CHECK(found == "");
+}
+
 TEST_CASE("an object is used from another apartment through the type library's marshaler") {
   const Apartment apartment;
   const Shop shop;

@@ -26,14 +26,12 @@ class ComPtr {
   }
   ComPtr(const ComPtr& other) : ComPtr(other.Get()) {}
   ComPtr(ComPtr&& other) noexcept : object_(other.Detach()) {}
-  template <class Derived>
-  requires std::is_convertible_v<Derived*, Interface*> ComPtr(
-      const ComPtr<Derived>& other)  // NOLINT(google-explicit-constructor)
-      : ComPtr(other.Get()) {}
-  template <class Derived>
-  requires std::is_convertible_v<Derived*, Interface*> ComPtr(ComPtr<Derived>&& other)
-  noexcept  // NOLINT(google-explicit-constructor)
-      : object_(other.Detach()) {}
+  template <class Derived, class = std::enable_if_t<std::is_convertible_v<Derived*, Interface*>>>
+  // NOLINTNEXTLINE(google-explicit-constructor)
+  ComPtr(const ComPtr<Derived>& other) : ComPtr(other.Get()) {}
+  template <class Derived, class = std::enable_if_t<std::is_convertible_v<Derived*, Interface*>>>
+  // NOLINTNEXTLINE(google-explicit-constructor)
+  ComPtr(ComPtr<Derived>&& other) noexcept : object_(other.Detach()) {}
   ~ComPtr() { Reset(); }
 
   ComPtr& operator=(ComPtr other) noexcept {

@@ -5,10 +5,13 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
-scripts/setup.sh
+case ${1:-win64} in
+  native | native-release | quick) scripts/setup.sh native ;;
+  *) scripts/setup.sh ;;
+esac
 
 # Lets a second clone on the same machine profit from the first one's compilations.
-export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1
+export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 
 build() {
   local preset=$1

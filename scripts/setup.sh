@@ -1,18 +1,23 @@
 #!/usr/bin/env bash
-# Installs what building and testing needs from Debian's packages. Does nothing, quietly, when all
-# is there. Needs root only when something is missing.
+# Installs what building and testing needs from Debian's packages: scripts/setup.sh [native]
+#   native  only what the portable code needs: no cross compilers, no Wine
+# Does nothing, quietly, when all is there. Needs root only when something is missing.
 set -euo pipefail
 
 packages=(
   g++ cmake ninja-build ccache                                    # native builds
-  g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix             # the product's compilers
-  mingw-w64-tools libwine-dev                                     # type library: widl and its base IDL
-  wine wine64 xvfb                                                # where Windows programs run
   clang clang-format clang-tidy libclang-rt-14-dev                # style gate and fuzzing
-  doctest-dev libcli11-dev nlohmann-json3-dev libbenchmark-dev    # tests, host program, benchmarks
+  doctest-dev libcli11-dev nlohmann-json3-dev                     # tests, host program
   python3 python3-dbf python3-dbfread                             # sample data, independent reader
   git diffutils util-linux procps                                 # scripts
 )
+if [ "${1:-}" != native ]; then
+  packages+=(
+    g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix           # the product's compilers
+    mingw-w64-tools libwine-dev                                   # type library: widl and its base IDL
+    wine wine64 xvfb                                              # where Windows programs run
+  )
+fi
 
 missing=()
 for package in "${packages[@]}"; do

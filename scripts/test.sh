@@ -50,7 +50,9 @@ build() {
 }
 
 mkdir -p build
-if ! scripts/setup.sh; then
+setup=()
+if [ "$tier" = quick ]; then setup=(native); fi
+if ! scripts/setup.sh ${setup[@]+"${setup[@]}"}; then
   echo "0 passed, 1 failed"
   exit 1
 fi

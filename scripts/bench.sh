@@ -5,6 +5,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 mkdir -p build/bench
+trap scripts/stop-wine.sh EXIT
 
 build() {
   echo "building $*" >&2

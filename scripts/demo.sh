@@ -39,7 +39,10 @@ fail() {
   exit 1
 }
 
-unregister() { scripts/wine.sh regsvr32 /u /s "$library" >/dev/null 2>&1 || true; }
+leave() {
+  scripts/wine.sh regsvr32 /u /s "$library" >/dev/null 2>&1 || true
+  scripts/stop-wine.sh
+}
 
 heading "Build the library and its host (64-bit)"
 mkdir -p build
@@ -57,7 +60,7 @@ cp -r samples/shop/workstation "$shop/WORKSTATION"
 scripts/wine.sh cmd /c exit # makes the prefix on first use
 drive_c=${TDEFAULT_WINEPREFIX:-$root/build/wineprefix}/drive_c
 ln -sfn "$shop" "$drive_c/SHOP"
-trap unregister EXIT
+trap leave EXIT
 scripts/wine.sh regsvr32 /s "$library" || fail "regsvr32 could not register the library"
 tovocfg where
 

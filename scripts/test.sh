@@ -59,6 +59,7 @@ fi
 if [ "$tier" = quick ]; then
   build quick && run_tests quick -L quick
 else
+  trap scripts/stop-wine.sh EXIT
   # 32-bit programs do not run here; the library and the host program are built, and the tests of
   # the 64-bit tree read the library's type library and import table.
   build native && run_tests native

@@ -55,6 +55,7 @@ keep_session() {
   flock 9
   if ! wineserver -k0 2>/dev/null; then
     setsid sh -c 'sleep 1800 | wine cmd /k' </dev/null >/dev/null 2>&1 9>&- &
+    echo $! >"$root/build/wine.session"
     wine cmd /c exit </dev/null >/dev/null 2>&1 9>&-
   fi
   exec 9>&-

@@ -13,13 +13,14 @@ constexpr const char* kFooter =
     "4 no such option, 5 data folder or INI file not found, 6 library not found.\n"
     "'tovocfg COMMAND --help' explains a command and gives an example.";
 
-// The parser takes a word in square brackets for a list and splits it at its commas. A character
-// that nobody types keeps such words whole until they have passed it.
+// The parser takes a word in square brackets for a list and splits it at its commas, and swallows
+// two plus signs as the end of a command. A character that nobody types keeps such words as they
+// are until they have passed it.
 constexpr char kGuard = '\x01';
 
-void GuardBrackets(std::vector<std::string>& arguments) {
+void GuardWords(std::vector<std::string>& arguments) {
   for (std::string& argument : arguments)
-    if (!argument.empty() && argument.front() == '[') argument.insert(argument.begin(), kGuard);
+    if (argument == "++" || argument.starts_with('[')) argument.insert(argument.begin(), kGuard);
 }
 
 void RemoveGuards(std::string& text) { std::erase(text, kGuard); }
@@ -32,6 +33,20 @@ void RemoveGuards(Request& request) {
   for (std::string& word : request.words) RemoveGuards(word);
 }
 
+bool MeansHelp(const std::string& word) { return word == "/?" || word == "-?"; }
+
+// Other ways to ask for help, as the parser knows it. Behind a command they count only where they
+// are all there is: in a change they are a value.
+void SpellHelp(std::vector<std::string>& arguments) {
+  if (arguments.empty()) return;
+  if (arguments.front() == "help") {
+    arguments.erase(arguments.begin());
+    arguments.emplace_back("--help");
+  } else if (arguments.size() <= 2 && MeansHelp(arguments.back())) {
+    arguments.back() = "--help";
+  }
+}
+
 void AddScope(CLI::App& command, Request& request) {
   command.add_flag("--local", request.local_only, "Only options of the local file");
   command.add_flag("--global", request.global_only, "Only options of the global file");
@@ -39,7 +54,7 @@ void AddScope(CLI::App& command, Request& request) {
 
 void AddList(CLI::App& app, Request& request) {
   CLI::App* list = app.add_subcommand("list", "Shows the options as a table");
-  list->add_option("--section", request.section, "Only the options of one section")
+  list->add_option("--section,section", request.section, "Only the options of one section")
       ->type_name("NAME");
   list->add_flag("--json", request.json, "Writes JSON with every property, values exactly");
   AddScope(*list, request);
@@ -109,15 +124,37 @@ ParsedArguments Checked(const CLI::App& app, Request request) {
     return Refused("name a command: list, get, set or where; --help explains them");
   if (request.local_only && request.global_only)
     return Refused("--local and --global exclude each other");
-  if (request.command == Command::kSet && request.words.size() % 3 != 0) {
-    return Refused("set: changes are given as SECTION KEY VALUE, three words each; found " +
-                   std::to_string(request.words.size()) +
-                   (request.words.size() == 1 ? " word" : " words") +
-                   ".\nPut a value with blanks in quotation marks.");
+  const std::size_t words = request.words.size();
+  if (request.command == Command::kGet && words == 0)
+    return Refused("get: name the option by SECTION KEY or by its ID, for example: get Tax Rate1");
+  if (request.command == Command::kSet && (words == 0 || words % 3 != 0)) {
+    return Refused(
+        "set: changes are given as SECTION KEY VALUE, three words each; found " +
+        (words == 0 ? "none" : std::to_string(words) + (words == 1 ? " word" : " words")) +
+        ".\nPut a value with blanks in quotation marks.");
   }
   ParsedArguments parsed;
   parsed.request = std::move(request);
   return parsed;
+}
+
+// What the parser raised, in words of this program where its own do not help.
+ParsedArguments Ended(const CLI::App& app, const CLI::ParseError& error, const Request& request) {
+  // No words behind get or set: the checks tell what belongs there.
+  if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::RequiredError))
+    return Checked(app, request);
+  std::ostringstream out;
+  std::ostringstream problems;
+  ParsedArguments parsed;
+  if (app.exit(error, out, problems) == 0) {
+    parsed.text = out.str();
+    return parsed;
+  }
+  const std::vector<std::string> left = app.remaining();
+  if (app.get_subcommands().empty() && !left.empty() && !left.front().starts_with('-'))
+    return Refused("there is no command " + left.front() +
+                   "; use list, get, set or where; --help explains them");
+  return Refused(problems.str());
 }
 
 }  // namespace
@@ -127,6 +164,8 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   CLI::App app("Shows and changes the configuration options of the Tovo suite.", "tovocfg");
   app.set_version_flag("--version", std::string("tovocfg ") + TOVOCFG_VERSION,
                        "Shows the program's version");
+  // On Windows the parser would take a value such as /h for an option. Commands inherit this.
+  app.allow_windows_style_options(false);
   app.require_subcommand(0, 1);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.fallthrough();
@@ -143,18 +182,14 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   AddGet(app, request);
   AddSet(app, request);
   AddWhere(app, request);
-  GuardBrackets(arguments);
+  SpellHelp(arguments);
+  GuardWords(arguments);
   try {
     // The parser takes the arguments from the back.
     std::reverse(arguments.begin(), arguments.end());
     app.parse(std::move(arguments));
   } catch (const CLI::ParseError& error) {
-    std::ostringstream out;
-    std::ostringstream problems;
-    const bool refused = app.exit(error, out, problems) != 0;
-    ParsedArguments parsed;
-    parsed.exit_code = refused ? ExitCode::kUsage : ExitCode::kOk;
-    parsed.text = refused ? problems.str() : out.str();
+    ParsedArguments parsed = Ended(app, error, request);
     RemoveGuards(parsed.text);
     return parsed;
   }

@@ -25,11 +25,14 @@ TEST_CASE("set takes words in threes and its options anywhere") {
 }
 
 TEST_CASE("words reach set as they were typed") {
-  for (const std::string value : {"", "-12.5", "[a,b]", "a=b", "list", "%1", "C:\\A B\\", "#x"}) {
+  for (const std::string value :
+       {"", "-12.5", "[a,b]", "a=b", "list", "%1", "C:\\A B\\", "#x", "/h", "/x", "/?", "/json",
+        "/dry-run", "/tmp/x", "++", "+", "help"}) {
     CAPTURE(value);
     const ParsedArguments parsed = ParseArguments({"set", "Tax", "Name1", value});
     CHECK(parsed.text.empty());
     CHECK(parsed.request.words == std::vector<std::string>{"Tax", "Name1", value});
+    CHECK_FALSE(parsed.request.dry_run);
   }
 }
 
@@ -37,6 +40,26 @@ TEST_CASE("a value that begins with a hyphen is taken behind two hyphens") {
   const ParsedArguments parsed = ParseArguments({"set", "--dry-run", "--", "Tax", "Name1", "-x"});
   CHECK(parsed.request.words == std::vector<std::string>{"Tax", "Name1", "-x"});
   CHECK(parsed.request.dry_run);
+}
+
+TEST_CASE("the section to list is named with or without its option") {
+  CHECK(ParseArguments({"list", "Tax"}).request.section == "Tax");
+  CHECK(ParseArguments({"list", "--section", "Tax"}).request.section == "Tax");
+  CHECK(ParseArguments({"list", "Tax", "Rate1"}).exit_code == ExitCode::kUsage);
+}
+
+TEST_CASE("get and set without words say what belongs there") {
+  CHECK(ParseArguments({"get"}).text ==
+        "get: name the option by SECTION KEY or by its ID, for example: get Tax Rate1");
+  CHECK(ParseArguments({"set"}).text.find("SECTION KEY VALUE, three words each; found none") !=
+        std::string::npos);
+}
+
+TEST_CASE("an unknown command is named and answered with the commands there are") {
+  CHECK(ParseArguments({"frobnicate", "x"}).text ==
+        "there is no command frobnicate; use list, get, set or where; --help explains them");
+  CHECK(ParseArguments({"--frobnicate"}).text.find("not expected: --frobnicate") !=
+        std::string::npos);
 }
 
 TEST_CASE("set with an incomplete change is a wrong use that says what is missing") {
@@ -66,6 +89,17 @@ TEST_CASE("help names the commands and the exit codes") {
   CHECK(parsed.exit_code == ExitCode::kOk);
   for (const char* word : {"list", "get", "set", "where", "--data", "--ini", "Exit codes"})
     CHECK(parsed.text.find(word) != std::string::npos);
+}
+
+TEST_CASE("help is found in the usual spellings") {
+  for (const char* word : {"-h", "help", "/?", "-?"}) {
+    CAPTURE(word);
+    CHECK(ParseArguments({word}).text == ParseArguments({"--help"}).text);
+    CHECK(ParseArguments({word}).exit_code == ExitCode::kOk);
+  }
+  const std::string of_set = ParseArguments({"set", "--help"}).text;
+  CHECK(ParseArguments({"help", "set"}).text == of_set);
+  CHECK(ParseArguments({"set", "/?"}).text == of_set);
 }
 
 TEST_CASE("the help of each command has an example") {

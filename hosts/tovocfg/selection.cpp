@@ -1,5 +1,7 @@
 #include "tovocfg/selection.h"
 
+#include <functional>
+
 #include "tovocfg/text.h"
 
 namespace tovocfg {
@@ -20,13 +22,38 @@ std::vector<std::string> Sections(const std::vector<Option>& options) {
   return sections;
 }
 
-std::string NoSuchKey(const std::vector<Option>& options, const std::string& section,
-                      const std::string& key) {
+// Empty when there is no such section.
+std::string KeysOf(const std::vector<Option>& options, const std::string& section) {
   std::string keys;
   for (const Option& option : options)
     if (SameText(option.section, section)) keys += (keys.empty() ? "" : ", ") + option.key;
+  return keys;
+}
+
+std::string NoSuchKey(const std::vector<Option>& options, const std::string& section,
+                      const std::string& key) {
+  const std::string keys = KeysOf(options, section);
   if (keys.empty()) return NoSuchSection(options, section);
   return "section " + section + " has no option " + key + "; it has: " + keys;
+}
+
+// The only option of the section and scope for which `matches` holds; without a problem when there
+// is none.
+Selection FindOnly(const std::vector<Option>& options, const std::string& section, Scope scope,
+                   const std::function<bool(const Option&)>& matches) {
+  Selection selection;
+  for (const Option& option : options) {
+    if (!SameText(option.section, section) || !InScope(option, scope) || !matches(option)) continue;
+    if (selection.option != nullptr) {
+      selection.problem = "several options are called " + Title(option) +
+                          "; choose with --local or --global, or get one by its ID";
+      selection.option = nullptr;
+      selection.ambiguous = true;
+      return selection;
+    }
+    selection.option = &option;
+  }
+  return selection;
 }
 
 }  // namespace
@@ -34,23 +61,17 @@ std::string NoSuchKey(const std::vector<Option>& options, const std::string& sec
 Selection FindByKey(const std::vector<Option>& options, const std::string& section,
                     const std::string& key, long location, Scope scope) {
   const std::string wanted = Trimmed(section);
-  const std::string with_site = key + std::to_string(location);
-  Selection selection;
-  for (const Option& option : options) {
-    if (!SameText(option.section, wanted) || !InScope(option, scope)) continue;
-    const bool per_site = option.type == KeyType::kPrinter && SameText(option.key, with_site);
-    if (!SameText(option.key, Trimmed(key)) && !per_site) continue;
-    if (selection.option != nullptr) {
-      selection.option = nullptr;
-      selection.ambiguous = true;
-      selection.problem = "several options are called " + wanted + " / " + Trimmed(key) +
-                          "; choose with --local or --global, or get one by its ID";
-      return selection;
-    }
-    selection.option = &option;
-  }
-  if (selection.option == nullptr) selection.problem = NoSuchKey(options, wanted, Trimmed(key));
-  return selection;
+  const std::string whole_key = Trimmed(key);
+  const std::string site_key = whole_key + std::to_string(location);
+  Selection found = FindOnly(options, wanted, scope,
+                             [&](const Option& option) { return SameText(option.key, whole_key); });
+  if (found.option != nullptr || found.ambiguous) return found;
+  found = FindOnly(options, wanted, scope, [&](const Option& option) {
+    return option.type == KeyType::kPrinter && SameText(option.key, site_key);
+  });
+  if (found.option == nullptr && !found.ambiguous)
+    found.problem = NoSuchKey(options, wanted, whole_key);
+  return found;
 }
 
 Selection FindById(const std::vector<Option>& options, const std::string& id) {
@@ -60,7 +81,10 @@ Selection FindById(const std::vector<Option>& options, const std::string& id) {
   Selection selection;
   for (const Option& option : options)
     if (SameText(option.id, wanted)) selection.option = &option;
-  if (selection.option == nullptr) selection.problem = "there is no option with the ID " + wanted;
+  if (selection.option != nullptr) return selection;
+  const std::string keys = KeysOf(options, wanted);
+  selection.problem = keys.empty() ? "there is no option with the ID " + wanted
+                                   : wanted + " is a section; name one of its options too: " + keys;
   return selection;
 }
 

@@ -17,7 +17,7 @@ struct Selection {
 };
 
 // By section and key, without regard to case. The key of a printer option may be given without the
-// site's number.
+// site's number, unless another option has exactly that key.
 [[nodiscard]] Selection FindByKey(const std::vector<Option>& options, const std::string& section,
                                   const std::string& key, long location, Scope scope);
 

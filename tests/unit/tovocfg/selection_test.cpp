@@ -43,6 +43,18 @@ TEST_CASE("a printer option is found without the site's number") {
   CHECK(IdOf(FindByKey(shop, "Printers", "Invoice", 5, Scope::kBoth)).empty());
 }
 
+TEST_CASE("an option of exactly the key is preferred to a printer's with the site's number") {
+  std::vector<Option> shop = Shop();
+  shop.push_back(Make("Printers", "Check3", true, "FFFF", KeyType::kPrinter));
+  shop.push_back(Make("Printers", "Check", true, "GGGG"));
+  CHECK(IdOf(FindByKey(shop, "Printers", "Check", 3, Scope::kBoth)) == "GGGG");
+  CHECK(IdOf(FindByKey(shop, "Printers", " Check3 ", 3, Scope::kBoth)) == "FFFF");
+  CHECK(IdOf(FindByKey(shop, "Printers", " invoice ", 3, Scope::kBoth)) == "BBBB");
+  shop.push_back(Make("Printers", "Invoice3", false, "HHHH", KeyType::kPrinter));
+  CHECK(FindByKey(shop, "Printers", "Invoice", 3, Scope::kBoth).ambiguous);
+  CHECK(IdOf(FindByKey(shop, "Printers", "Invoice", 3, Scope::kGlobal)) == "HHHH");
+}
+
 TEST_CASE("an unknown section is answered with the sections there are") {
   const std::vector<Option> shop = Shop();
   CHECK(FindByKey(shop, "Nope", "Key", 3, Scope::kBoth).problem ==
@@ -74,6 +86,11 @@ TEST_CASE("an option is found by its ID, with or without braces") {
   const std::vector<Option> shop = Shop();
   CHECK(IdOf(FindById(shop, "{bbbb}")) == "BBBB");
   CHECK(FindById(shop, "FFFF").problem == "there is no option with the ID FFFF");
+}
+
+TEST_CASE("a section where an ID is expected is answered with its keys") {
+  CHECK(FindById(Shop(), "tax").problem ==
+        "tax is a section; name one of its options too: Rate1, Rate2");
 }
 
 TEST_CASE("options are listed section by section in the order of their first option") {

@@ -161,7 +161,8 @@ std::string FormatDetails(const Option& option, const Whereabouts& where) {
   out += Labelled("type", TypeWord(option.type) + " (" + TypeName(option.type) + ")");
   if (option.choices.empty()) out += Labelled("allowed", AllowedValues(option));
   out += ChoiceLines(option);
-  out += Labelled("file", FileWord(option) + ", " + PathOf(option, where));
+  const std::string path = PathOf(option, where);
+  out += Labelled("file", FileWord(option) + (path.empty() ? " (no file found)" : ", " + path));
   out += Labelled("linked", option.linked_field);
   out += Labelled("module", option.additional_proc);
   out += Labelled("comment", option.comment);
@@ -185,7 +186,10 @@ std::string FormatWhereabouts(const Whereabouts& where) {
                                  : where.data_folder + (where.data_folder_exists ? "" : missing)) +
          line("Local INI file",
               where.local_ini.empty() ? "(not found: no TOVO.INI)" : where.local_ini) +
-         line("Global INI file", where.global_ini + (where.global_ini_exists ? "" : missing)) +
+         line("Global INI file",
+              where.data_folder.empty()
+                  ? "(none: it lies in the data folder)"
+                  : where.global_ini + (where.global_ini_exists ? "" : missing)) +
          line("Location", std::to_string(where.location)) + line("Tables", where.tables) +
          line("Library", where.library_file + " " + where.library_version +
                              (where.library_registered ? " (registered)" : " (not registered)")) +

@@ -107,6 +107,13 @@ TEST_CASE("the details of a choice list the choices and mark the current one") {
         "  id        BBBB\n");
 }
 
+TEST_CASE("the details of a local option say when there is no local file") {
+  Whereabouts where = Somewhere();
+  where.local_ini.clear();
+  CHECK(FormatDetails(Colour(), where).find("  file      local (no file found)\n") !=
+        std::string::npos);
+}
+
 TEST_CASE("JSON is exact: Not found stays Not found and accents stay as they are") {
   Option rate = Rate();
   rate.current_value = kNotFound;
@@ -162,6 +169,9 @@ TEST_CASE("whereabouts name everything in use and what is missing") {
   CHECK(text.find("C:\\D  (not found)") != std::string::npos);
   CHECK(text.find("(not found: no TOVO.INI)") != std::string::npos);
   CHECK(text.find("TOVOGBL.INI  (not found)") != std::string::npos);
+  lost.data_folder.clear();
+  CHECK(FormatWhereabouts(lost).find("Global INI file  (none: it lies in the data folder)") !=
+        std::string::npos);
 }
 
 TEST_CASE("the table access follows the environment variable as the library reads it") {

@@ -197,7 +197,9 @@ void Library::Objects::Listen() {
   listener.dll_error = [this](long number, const std::wstring& description) {
     outcome.error = ErrorReport{static_cast<std::int32_t>(number), "", ToUtf8(description)};
   };
-  sink.Attach(new EventSink(std::move(listener)));
+  // The pointer takes over the reference that the sink starts with. Attach is meant for this, but
+  // in some compilers' wrl/client.h it adds a reference, and the sink would never be deleted.
+  *sink.ReleaseAndGetAddressOf() = new EventSink(std::move(listener));
   ComPtr<IConnectionPointContainer> container;
   Check(options.As(&container));
   Check(container->FindConnectionPoint(__uuidof(__Options), &connection_point));

@@ -129,10 +129,30 @@ CheckedValue CheckChoice(const Option& option, const std::string& given) {
   return Refuse(Quoted(given) + " is not one of the choices; allowed is " + AllowedValues(option));
 }
 
-CheckedValue CheckPath(const std::string& given) {
+bool IsFullPath(std::string_view path) {
+  if (path.starts_with("\\\\")) return true;
+  return path.size() > 2 && path[1] == ':' && (path[2] == '\\' || path[2] == '/');
+}
+
+// Empty when the folder can be used. A wrong one would keep every program of the workstation from
+// starting, the editor that could put it right among them.
+std::string DataFolderProblem(const std::string& path, const Surroundings& surroundings) {
+  if (path.empty()) return "no folder is named";
+  if (!IsFullPath(path)) return path + " is not a full path";
+  return surroundings.data_folder_problem ? surroundings.data_folder_problem(path) : std::string();
+}
+
+CheckedValue CheckPath(const Option& option, const std::string& given,
+                       const Surroundings& surroundings) {
   const std::size_t found = given.find_first_of("<>\"|?*");
-  if (found == std::string::npos) return Accept(given);
-  return Refuse("a path cannot contain the character " + given.substr(found, 1));
+  if (found != std::string::npos)
+    return Refuse("a path cannot contain the character " + given.substr(found, 1));
+  const bool is_data_folder =
+      option.local_ini && SameText(option.section, "Defaults") && SameText(option.key, "DataPath");
+  if (!is_data_folder || SameText(given, option.current_value)) return Accept(given);
+  const std::string problem = DataFolderProblem(given, surroundings);
+  if (problem.empty()) return Accept(given);
+  return Refuse(problem + "; without its data folder no program of this workstation would start");
 }
 
 CheckedValue CheckReport(const std::string& given, const std::vector<std::string>& names) {
@@ -198,7 +218,7 @@ CheckedValue CheckValue(const Option& option, const std::string& given,
     case KeyType::kInsurance:
       return CheckChoice(option, value);
     case KeyType::kPath:
-      return CheckPath(value);
+      return CheckPath(option, value, surroundings);
     case KeyType::kReport:
       return CheckReport(value, surroundings.report_names);
     case KeyType::kFont:

@@ -15,6 +15,8 @@ struct Surroundings {
   std::vector<std::string> report_names;
   // Whether a text survives the code page the INI files are written in.
   std::function<bool(const std::string&)> can_be_stored;
+  // Why the folder with this full path cannot be the shop's data folder; empty when it can.
+  std::function<std::string(const std::string&)> data_folder_problem = nullptr;
 };
 
 struct CheckedValue {

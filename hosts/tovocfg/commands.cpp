@@ -44,6 +44,11 @@ bool IsFile(const std::string& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
+std::string DataFolderProblem(const std::string& path) {
+  if (!IsFolder(path)) return "there is no folder " + path;
+  return IsFile(path + "\\defaults.dbf") ? std::string() : path + " holds no defaults.dbf";
+}
+
 // Empty when there is no such variable.
 std::string EnvironmentValue(const wchar_t* name) {
   const DWORD size = GetEnvironmentVariableW(name, nullptr, 0);
@@ -136,7 +141,7 @@ class Session {
     }
   }
 
-  [[nodiscard]] Library& library() { return *library_; }
+  [[nodiscard]] Library& library() const { return *library_; }
   [[nodiscard]] const Whereabouts& where() const { return where_; }
   [[nodiscard]] const std::vector<Option>& options() const { return options_; }
 
@@ -191,7 +196,8 @@ ExitCode Where(const Request& request) {
 
 // The changes that were asked for. Throws Stop when any value is refused; all refusals are told.
 std::vector<Change> CheckedChanges(Session& session, const Request& request) {
-  const Surroundings surroundings{session.library().ReportNames(), FitsSystemCodePage};
+  const Surroundings surroundings{session.library().ReportNames(), FitsSystemCodePage,
+                                  DataFolderProblem};
   std::vector<Change> changes;
   std::string refusals;
   for (std::size_t word = 0; word + 2 < request.words.size(); word += 3) {
@@ -199,6 +205,13 @@ std::vector<Change> CheckedChanges(Session& session, const Request& request) {
     const auto same_option = [&](const Change& change) { return change.option == &option; };
     if (std::any_of(changes.begin(), changes.end(), same_option))
       throw Stop{ExitCode::kUsage, Title(option) + " is given twice"};
+    // The library leaves out the options of a file that it does not find.
+    if (option.local_ini && session.where().local_ini.empty()) {
+      throw Stop{ExitCode::kFolderNotFound,
+                 Title(option) +
+                     " belongs to the local file, but there is no TOVO.INI on the "
+                     "search path; name one with --ini\nNothing was saved."};
+    }
     const CheckedValue checked = CheckValue(option, request.words[word + 2], surroundings);
     changes.push_back({&option, checked.value});
     if (!checked.accepted())
@@ -213,19 +226,34 @@ std::string PreviousFile(const std::string& file) {
   return file.substr(0, file.size() - 3) + "old";
 }
 
-// What the options read now, after the save, where that is not what was set. A font's value is
-// spread over several keys, so it reads back as its first part.
-std::string Differences(const Library& library, const std::vector<Change>& changes) {
+// A font's value is spread over several keys, so it reads back as its first part.
+std::string ReadBack(const Change& change) {
+  if (change.option->type != KeyType::kFont) return change.new_value;
+  return change.new_value.substr(0, change.new_value.find('|'));
+}
+
+// What the options read now, after the save, where that is not what was set. Options that a change
+// of the data folder or of the site has led to another file or key tell nothing about the save.
+std::string Differences(const Session& session, const std::vector<Change>& changes) {
   std::string differences;
-  const std::vector<Option> now = library.Options();
+  const std::vector<Option> now = session.library().Options();
+  const bool same_folder = SameText(session.library().DataPath(), session.where().data_folder);
   for (const Change& change : changes) {
-    const Selection found = FindById(now, change.option->id);
-    if (change.option->type == KeyType::kFont || found.option == nullptr) continue;
-    if (!SameText(found.option->current_value, change.new_value))
-      differences +=
-          Title(*change.option) + " reads \"" + found.option->current_value + "\" after the save\n";
+    const Option* option = FindById(now, change.option->id).option;
+    if (option == nullptr || !SameText(option->key, change.option->key)) continue;
+    if (!option->local_ini && !same_folder) continue;
+    if (!SameText(option->current_value, ReadBack(change)))
+      differences += Title(*option) + " reads \"" + option->current_value + "\" after the save\n";
   }
   return differences;
+}
+
+void ReportNotSaved(const SaveOutcome& outcome) {
+  if (outcome.error)
+    std::cerr << FormatError(*outcome.error);
+  else
+    std::cerr << "tovocfg: the library could not write a value or finish what goes with it\n";
+  std::cerr << "  Nothing was saved; the INI files are as before.\n";
 }
 
 ExitCode SaveChanges(Session& session, const std::vector<Change>& changes, std::size_t changed) {
@@ -233,11 +261,7 @@ ExitCode SaveChanges(Session& session, const std::vector<Change>& changes, std::
     session.library().SetNewValue(change.option->id, change.new_value);
   const SaveOutcome outcome = session.library().Save();
   if (!outcome.saved) {
-    if (outcome.error)
-      std::cerr << FormatError(*outcome.error);
-    else
-      std::cerr << "tovocfg: the library could not write a value or finish what goes with it\n";
-    std::cerr << "  Nothing was saved; the INI files are as before.\n";
+    ReportNotSaved(outcome);
     return ExitCode::kLibraryError;
   }
   std::cout << "Saved " << changed << (changed == 1 ? " option" : " options")
@@ -245,7 +269,12 @@ ExitCode SaveChanges(Session& session, const std::vector<Change>& changes, std::
   if (!session.where().local_ini.empty())
     std::cout << "  " << PreviousFile(session.where().local_ini) << "\n";
   std::cout << "  " << PreviousFile(session.where().global_ini) << "\n";
-  const std::string differences = Differences(session.library(), changes);
+  if (outcome.reload_error) {
+    std::cerr << "tovocfg: reading the options again failed:\n"
+              << FormatError(*outcome.reload_error);
+    return ExitCode::kLibraryError;
+  }
+  const std::string differences = Differences(session, changes);
   if (differences.empty() && outcome.modified_told) return ExitCode::kOk;
   std::cerr << "tovocfg: "
             << (differences.empty() ? "the event Modified did not come\n" : differences);

@@ -291,9 +291,16 @@ void Library::SetNewValue(const std::string& id, const std::string& value) {
 
 SaveOutcome Library::Save() {
   objects_->outcome = {};
-  const bool saved = NumberFrom(objects_->options.Get(), &_Options::Save) != VARIANT_FALSE;
-  objects_->outcome.saved = saved;
-  return objects_->outcome;
+  SaveOutcome& outcome = objects_->outcome;
+  try {
+    outcome.saved = NumberFrom(objects_->options.Get(), &_Options::Save) != VARIANT_FALSE;
+  } catch (const LibraryError& error) {
+    // The library tells Modified when all is written, and reads the options again after that.
+    if (!outcome.modified_told) throw;
+    outcome.saved = true;
+    outcome.reload_error = error.report();
+  }
+  return outcome;
 }
 
 std::string Library::LibraryFile() const {

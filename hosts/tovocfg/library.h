@@ -27,8 +27,9 @@ class LibraryError final : public std::exception {
 
 struct SaveOutcome {
   bool saved = false;
-  bool modified_told = false;        // the event Modified came
-  std::optional<ErrorReport> error;  // what the event DLLError told
+  bool modified_told = false;               // the event Modified came
+  std::optional<ErrorReport> error;         // what the event DLLError told
+  std::optional<ErrorReport> reload_error;  // saved, but reading the options again raised this
 };
 
 // One Options object and what it handed out. Lives on the thread that made it, which must be a
@@ -62,6 +63,7 @@ class Library {
   [[nodiscard]] std::vector<std::string> ReportNames() const;
 
   void SetNewValue(const std::string& id, const std::string& value);
+  // Throws only what is raised before anything is written.
   SaveOutcome Save();
 
   // The file the object came from, and whether the registry named it.

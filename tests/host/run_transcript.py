@@ -11,10 +11,12 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     tovocfg ARGUMENTS     with the library and the copy's TOVO.INI named in front
     plain ARGUMENTS       tovocfg with these arguments only
     vbs, js ARGUMENTS     samples/scripts/options.vbs or .js, with the copy's TOVO.INI
+    plain_vbs, plain_js   the same with these arguments only
     changes               how both INI files differ from the sample, blank lines and spacing aside
     previous              which previous files there are and whether they are the sample's
     cut FILE BYTES        shortens a file of the copy
     delete FILE           deletes a file of the copy
+    copy NAME TARGET      copies a file or folder within the copy
     replace FILE OLD NEW  replaces a text in a file of the copy
     NAME=VALUE COMMAND    any of these with an environment variable set
     hold FILE             opens a file so that nobody else may, until the transcript ends
@@ -126,10 +128,12 @@ class Machine:
                       if not WINE_NOISE.search(line)]
         return lines + ([f"[exit {done.returncode}]"] if done.returncode else [])
 
-    def script(self, name, words):
+    def script(self, verb, words):
+        kind = verb.removeprefix("plain_")
+        if kind == verb:
+            words = ["/ini:" + self.here + "\\workstation\\TOVO.INI", *words]
         return self.run_program([self.here + "\\programs\\cscript.exe", "//nologo",
-                                 self.here + "\\programs\\" + name,
-                                 "/ini:" + self.here + "\\workstation\\TOVO.INI", *words],
+                                 self.here + "\\programs\\options." + kind, *words],
                                 encoding="cp437")
 
     def tovocfg(self, words):
@@ -163,6 +167,13 @@ class Machine:
                 if name.lower().endswith(".tmp")]
         return lines + [f"left behind: {name}" for name in left]
 
+    def copy(self, name, target):
+        if os.path.isdir(self.path(name)):
+            shutil.copytree(self.path(name), self.path(target))
+        else:
+            os.makedirs(os.path.dirname(self.path(target)), exist_ok=True)
+            shutil.copy(self.path(name), self.path(target))
+
     def cut(self, name, size):
         os.truncate(self.path(name), int(size))
 
@@ -192,8 +203,8 @@ class Machine:
             lines = self.tovocfg(arguments)
         elif verb == "plain":
             lines = self.plain(arguments)
-        elif verb in ("vbs", "js"):
-            lines = self.script("options." + verb, arguments)
+        elif verb in ("vbs", "js", "plain_vbs", "plain_js"):
+            lines = self.script(verb, arguments)
         elif verb == "delete":
             lines = os.remove(self.path(arguments[0])) or []
         else:

@@ -139,6 +139,31 @@ TEST_CASE("a report layout must be one of the shop's and takes its spelling") {
         "\"INV9\" is not a report layout; allowed is one of: INV1, INV2");
 }
 
+TEST_CASE("a new data folder is refused when it cannot be one, because no program would start") {
+  Option path = OfType(KeyType::kPath);
+  path.section = "defaults";
+  path.key = "DATAPATH";
+  path.local_ini = true;
+  path.current_value = "C:\\Gone";
+  const auto refusal = [&](const std::string& value) {
+    const auto problem = [](const std::string& folder) -> std::string {
+      return folder == "C:\\Shop" || folder == "\\\\SERVER\\Shop" ? ""
+                                                                  : "there is no folder " + folder;
+    };
+    return CheckValue(path, value, {{}, nullptr, problem}).refusal;
+  };
+  const std::string reason = "; without its data folder no program of this workstation would start";
+  CHECK(refusal("C:\\Shop").empty());
+  CHECK(refusal("\\\\SERVER\\Shop").empty());
+  CHECK(refusal("Z:\\nowhere") == "there is no folder Z:\\nowhere" + reason);
+  CHECK(refusal("") == "no folder is named" + reason);
+  CHECK(refusal("Shop") == "Shop is not a full path" + reason);
+  CHECK(refusal("C:Shop") == "C:Shop is not a full path" + reason);
+  CHECK(refusal("c:\\gone").empty());  // as it was
+  path.key = "ScratchPath";
+  CHECK(refusal("Z:\\nowhere").empty());
+}
+
 TEST_CASE("a font needs exactly seven well-formed parts") {
   const Option font = OfType(KeyType::kFont);
   CHECK(Accepts(font, "Arial|10|0|0|0|1|0"));

@@ -123,7 +123,6 @@ class Loader {
   Lookup business_types_;
 
   Step step_ = Step::kNewCollection;
-  std::size_t row_ = 0;
   std::unique_ptr<tables::Connection> connection_;
   std::unique_ptr<tables::Recordset> recordset_;
 
@@ -166,7 +165,6 @@ void Loader::Connect() {
 void Loader::LoadRows(records::Collection<INIOption>& options) {
   DefinitionColumns columns(*recordset_);
   while (!recordset_->eof()) {
-    ++row_;
     std::shared_ptr<INIOption> option = ReadRow(columns);
     step_ = Step::kAdd;
     const std::wstring id = option->ID();
@@ -174,7 +172,6 @@ void Loader::LoadRows(records::Collection<INIOption>& options) {
     step_ = Step::kNextRow;
     recordset_->MoveNext();
   }
-  row_ = 0;
 }
 
 std::shared_ptr<INIOption> Loader::ReadRow(DefinitionColumns& columns) {
@@ -243,12 +240,9 @@ std::shared_ptr<records::cChoices> Loader::BusinessTypes() {
 }
 
 Error Loader::WithStep(const Error& error) const {
-  const std::wstring row = row_ == 0
-                               ? std::wstring()
-                               : L" (definition " + std::to_wstring(row_) + L" of table DEFAULTS)";
   return {error.number(), kSource,
           L"InitOptCollection routine, line " + std::to_wstring(static_cast<std::int32_t>(step_)) +
-              L"; " + error.description() + row};
+              L"; " + error.description()};
 }
 
 }  // namespace

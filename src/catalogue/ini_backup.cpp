@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string_view>
 #include <utility>
 
+#include "base/text.h"
 #include "support/paths.h"
 #include "support/system_errors.h"
 #include "support/temporary_files.h"
@@ -17,6 +19,15 @@ namespace {
 using platform::SystemStatus;
 
 constexpr const wchar_t* kSource = L"Options";
+constexpr const wchar_t* kCreateFile =
+    L" If its folder is the right one, create an empty file of that name and save again.";
+
+// The path of the previous version; empty text when the path is too short to have one.
+std::wstring PreviousName(const std::wstring& path) {
+  constexpr std::wstring_view kEnding = L"old";
+  if (path.size() < kEnding.size()) return {};
+  return path.substr(0, path.size() - kEnding.size()).append(kEnding);
+}
 
 // Whether both files can be read and hold the same bytes.
 bool SameContent(platform::Files& files, const std::wstring& left, const std::wstring& right) {
@@ -44,12 +55,19 @@ IniBackup::IniBackup(platform::Platform& platform, std::wstring path)
 
 void IniBackup::Make() {
   if (path_.empty()) return;
+  // Settling the save would move the backup over what was just written.
+  if (EqualIgnoringCase(PreviousName(path_), path_))
+    throw Error(error_number::kPathFileAccess, kSource,
+                L"The file '" + path_ +
+                    L"' cannot be saved, because its previous version would get the same name, so "
+                    L"nothing was saved. Use an INI file whose name does not end in \"old\".");
   try {
     backup_ = support::MakeTempCopy(platform_, path_);
   } catch (const Error& error) {
     throw Error(error.number(), error.source(),
                 error.description() +
-                    L" A file that cannot be backed up is not written, so nothing was saved.");
+                    L" A file that cannot be backed up is not written, so nothing was saved." +
+                    (error.number() == error_number::kFileNotFound ? kCreateFile : L""));
   }
   if (backup_.empty())
     throw Error(
@@ -62,12 +80,11 @@ void IniBackup::Make() {
 }
 
 void IniBackup::KeepAsPrevious() {
-  constexpr std::size_t kEnding = 3;
   if (state_ != State::kBackedUp) return;
-  if (path_.size() < kEnding)
+  previous_ = PreviousName(path_);
+  if (previous_.empty())
     throw Error(error_number::kOverflow, kSource,
                 L"Overflow: the path '" + path_ + L"' is too short to name its previous version");
-  previous_ = path_.substr(0, path_.size() - kEnding) + L"old";
   const SystemStatus status = MoveBackupTo(previous_);
   if (!status.ok())
     throw support::FileFailure(

@@ -24,7 +24,8 @@ class IniBackup {
 
   [[nodiscard]] const std::wstring& path() const noexcept { return path_; }
 
-  // Copies the file. Throws when it cannot be copied; then there is no backup.
+  // Copies the file. Throws when it cannot be copied, or when its previous version would have its
+  // own name; then there is no backup.
   void Make();
 
   // To be called before the first change of the file; a file that was not changed is not moved.

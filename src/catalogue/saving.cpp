@@ -1,7 +1,9 @@
 // Saving: every option is written to its INI file, with backups that a failure puts back.
 #include <array>
+#include <memory>
 #include <new>
 #include <optional>
+#include <vector>
 
 #include "base/error.h"
 #include "base/text.h"
@@ -26,6 +28,13 @@ std::optional<Error> RestoreBoth(IniBackup& local, IniBackup& global, std::optio
                   : *failure;
   }
   return error;
+}
+
+// A list of its own to iterate over: what a save calls while it does may load the catalogue again
+// or add to it, which ends the catalogue's list, and no option may be skipped or end for that.
+std::vector<std::shared_ptr<INIOption>> ElementsOfNow(
+    const records::Collection<INIOption>& options) {
+  return options.elements();
 }
 
 bool ToSameNumber(const INIOption& option) {
@@ -78,7 +87,7 @@ bool Options::SaveChanges() {
 }
 
 bool Options::WriteOptions(IniBackup& local, IniBackup& global) {
-  for (const std::shared_ptr<INIOption>& option : options_.elements()) {
+  for (const std::shared_ptr<INIOption>& option : ElementsOfNow(options_)) {
     IniBackup& file = option->LocalINI() ? local : global;
     if (file.path().empty()) continue;
     file.MarkChanged();
@@ -115,7 +124,7 @@ bool Options::RunSideEffect(const INIOption& option) {
 }
 
 void Options::RunAdditionalProcs() {
-  for (const std::shared_ptr<INIOption>& option : options_.elements())
+  for (const std::shared_ptr<INIOption>& option : ElementsOfNow(options_))
     if (!option->AdditionalProc().empty()) RunAdditionalProc(option->AdditionalProc());
 }
 

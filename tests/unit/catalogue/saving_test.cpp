@@ -97,6 +97,35 @@ class RootedFiles final : public platform::Files {
   platform::Files& files_;
 };
 
+// Profile files whose every write has the catalogue loaded again, as a host's handler might.
+class ReloadingProfileFiles final : public platform::ProfileFiles {
+ public:
+  explicit ReloadingProfileFiles(platform::ProfileFiles& profile_files)
+      : profile_files_(profile_files) {}
+
+  void Reload(catalogue::Options& options) { options_ = &options; }
+  int reloads() const { return reloads_; }
+
+  std::wstring ReadEntry(const std::wstring& section, const std::wstring& key,
+                         const std::wstring& fallback, std::uint32_t capacity,
+                         const std::wstring& file) override {
+    return profile_files_.ReadEntry(section, key, fallback, capacity, file);
+  }
+  std::int32_t WriteEntry(const std::wstring& section, const std::optional<std::wstring>& key,
+                          const std::optional<std::wstring>& value,
+                          const std::wstring& file) override {
+    const std::int32_t written = profile_files_.WriteEntry(section, key, value, file);
+    options_->Refresh();
+    ++reloads_;
+    return written;
+  }
+
+ private:
+  platform::ProfileFiles& profile_files_;
+  catalogue::Options* options_ = nullptr;
+  int reloads_ = 0;
+};
+
 // The number of the Nth call of the operation from now on. A second shop that does the same tells.
 std::size_t NumberOfNth(const Shop& shop, const std::string& operation, std::size_t nth) {
   Shop twin;
@@ -427,7 +456,7 @@ TEST_CASE("an untouched numbering option adjusts nothing") {
   CHECK(shop.options.Save());
 }
 
-TEST_CASE("a missing global INI file fails the save with error 53") {
+TEST_CASE("a missing global INI file fails the save with error 53 and says what to do") {
   Shop shop;
   LoadFour(shop);
   shop.machine.RemoveFile(kGlobalIni);
@@ -435,8 +464,13 @@ TEST_CASE("a missing global INI file fails the save with error 53") {
   CHECK_FALSE(shop.options.Save());
   REQUIRE(shop.host.errors.size() == 1);
   CHECK(shop.host.errors[0].number == 53);
-  CHECK(shop.host.errors[0].description.find(L"MakeTempCopy:SaveChanges, The file "
-                                             L"'C:\\SHOP\\TOVOGBL.INI' could not be copied") == 0);
+  CHECK(
+      shop.host.errors[0].description ==
+      L"MakeTempCopy:SaveChanges, The file 'C:\\SHOP\\TOVOGBL.INI' could not be copied to "
+      L"'C:\\SHOP\\tov0002.tmp': The system cannot find the file specified. A file that cannot be "
+      L"backed up is not written, so nothing was saved. If its folder is the right one, create an "
+      L"empty file of that name and save again.");
+  CHECK(CallsOf(shop, "WriteEntry") == 0);
   CHECK(shop.local() == kLocalBefore);
   CHECK_FALSE(shop.machine.Exists(kGlobalIni));
   CHECK_FALSE(HasTemporaryFile(shop));
@@ -509,14 +543,18 @@ TEST_CASE("a previous version that cannot be replaced fails the save and puts bo
     CAPTURE(old);
     Shop shop;
     LoadFour(shop);
-    shop.machine.PutFile(old, "older");
+    shop.machine.PutFile(kLocalOld, "older");
+    shop.machine.PutFile(kGlobalOld, "older");
     for (const wchar_t* id : {L"LOCAL", L"GLOBAL"}) shop.SetNew(id, L"new");
     {
       const auto held = shop.machine.HoldOpen(old);
       CHECK_FALSE(shop.options.Save());
     }
     CheckUntouched(shop);
-    CHECK(shop.machine.Contents(old) == "older");
+    // The local file's previous version is settled first, and stays renewed when the global one's
+    // fails: it then holds what the local file holds.
+    CHECK(shop.machine.Contents(kLocalOld) == (old == kLocalOld ? "older" : kLocalBefore));
+    CHECK(shop.machine.Contents(kGlobalOld) == "older");
     REQUIRE(shop.host.errors.size() == 1);
     CHECK(shop.host.errors[0].number == 70);
     CHECK(shop.host.errors[0].description.find(L"could not be kept as '" + old + L"'") !=
@@ -585,6 +623,50 @@ TEST_CASE("a file path too short to name its previous version is an overflow and
   CHECK(shop.machine.Contents(L"C:\\x") == "[S]\r\nlocal=old\r\n");
   CHECK(shop.global() == kGlobalBefore);
   CHECK_FALSE(HasTemporaryFile(shop));
+}
+
+TEST_CASE(
+    "an INI file that its previous version would overwrite is refused before the first write") {
+  for (const wchar_t* path : {L"C:\\X\\SHOP.OLD", L"C:\\X\\shop.old", L"C:\\X\\threshOld"}) {
+    CAPTURE(path);
+    Shop shop;
+    shop.machine.PutFile(kGlobalIni, kGlobalBefore);
+    shop.machine.PutFile(path, kLocalBefore);
+    shop.Define({L"LOCAL", true, L"S", 0, L"local"});
+    shop.Define({L"GLOBAL", false, L"S", 0, L"global"});
+    shop.options.SetDataPath(L"C:\\SHOP");
+    shop.options.SetINIFile(path);
+    for (const wchar_t* id : {L"LOCAL", L"GLOBAL"}) shop.SetNew(id, L"new");
+    CHECK_FALSE(shop.options.Save());
+    REQUIRE(shop.host.errors.size() == 1);
+    CHECK(shop.host.errors[0].number == 75);
+    CHECK(shop.host.errors[0].description ==
+          L"Options:SaveChanges, The file '" + std::wstring(path) +
+              L"' cannot be saved, because its previous version would get the same name, so "
+              L"nothing was saved. Use an INI file whose name does not end in \"old\".");
+    CHECK(CallsOf(shop, "WriteEntry") == 0);
+    CHECK(shop.host.modified == 0);
+    CHECK(shop.machine.Contents(path) == kLocalBefore);
+    CHECK(shop.global() == kGlobalBefore);
+    CHECK_FALSE(HasTemporaryFile(shop));
+  }
+}
+
+TEST_CASE("a catalogue that is loaded again in the middle of its save writes what it began with") {
+  Shop shop;
+  LoadFour(shop);
+  ReloadingProfileFiles profile_files(shop.machine.platform().profile_files);
+  platform::Platform& machine = shop.machine.platform();
+  platform::Platform reloading{profile_files, machine.files,       machine.session,
+                               machine.clock, machine.guid_source, machine.dialogs};
+  catalogue::Options options(reloading, shop.tables, shop.location);
+  REQUIRE(options.Initialize());
+  for (std::int32_t i = 1; i <= 4; ++i) options.Item(i)->SetNewValue(L"new");
+  profile_files.Reload(options);
+  CHECK(options.Save());
+  CHECK(profile_files.reloads() == 4);
+  CHECK(shop.local().find("local=new") != std::string::npos);
+  CHECK(shop.global() == "; shop\r\n[S]\r\nglobal=new\r\nthird=new\r\nlast=new\r\n");
 }
 
 TEST_CASE("a save before start-up changes nothing and tells why") {

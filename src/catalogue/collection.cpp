@@ -3,6 +3,7 @@
 #include "base/text.h"
 #include "catalogue/Options.h"
 #include "catalogue/choice_text.h"
+#include "catalogue/version_text.h"
 #include "support/guid.h"
 #include "support/ini_values.h"
 #include "support/locations.h"
@@ -51,9 +52,7 @@ std::shared_ptr<records::INIOption> Options::Add(const NewOption& definition) {
 }
 
 std::wstring Options::Version() const {
-  // The file version is major.minor.0.revision.
-  return std::to_wstring(TDEFAULT_VERSION_MAJOR) + L"." + std::to_wstring(TDEFAULT_VERSION_MINOR) +
-         L"." + std::to_wstring(TDEFAULT_VERSION_REVISION);
+  return VersionText(TDEFAULT_VERSION_MAJOR, TDEFAULT_VERSION_MINOR, TDEFAULT_VERSION_REVISION);
 }
 
 }  // namespace tdefault::catalogue

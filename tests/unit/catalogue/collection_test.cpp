@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/error.h"
+#include "catalogue/version_text.h"
 #include "unit/catalogue/shop.h"
 #include "version.h"
 
@@ -196,6 +197,11 @@ TEST_CASE("the version is major, minor and revision") {
   CHECK(shop.options.Version() == std::to_wstring(TDEFAULT_VERSION_MAJOR) + L"." +
                                       std::to_wstring(TDEFAULT_VERSION_MINOR) + L"." +
                                       std::to_wstring(TDEFAULT_VERSION_REVISION));
+}
+
+TEST_CASE("file version 1.3.0.1 is shown as 1.3.1") {
+  CHECK(catalogue::VersionText(1, 3, 1) == L"1.3.1");
+  CHECK(catalogue::VersionText(10, 0, 257) == L"10.0.257");
 }
 
 TEST_CASE("operations that this version lacks say so and change nothing") {

@@ -85,7 +85,8 @@ class Files {
   virtual SystemResult<std::wstring> CreateUnique(const std::wstring& folder,
                                                   const std::wstring& prefix) = 0;
 
-  // The user's folder for temporary files, with its trailing backslash.
+  // The user's folder for temporary files, with its trailing backslash. Fails with 206 when that
+  // has 260 characters or more.
   virtual SystemResult<std::wstring> TemporaryFolder() = 0;
 
   // The full path of the file that the system's search order (program, current, system and Windows

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "base/error.h"
-#include "support/locations.h"
 #include "support/paths.h"
 #include "support/session.h"
 #include "support/system_errors.h"
@@ -17,11 +16,9 @@ using platform::SystemStatus;
 
 constexpr std::int32_t kRetryPauseMilliseconds = 100;
 
-// The scratch file's path; empty without an error for a temporary folder that fits no path buffer.
 SystemResult<std::wstring> CreateScratchFile(platform::Files& files, const std::wstring& prefix) {
   SystemResult<std::wstring> folder = files.TemporaryFolder();
   if (!folder.ok()) return folder;
-  if (folder.value().empty() || folder.value().size() > kPathCapacity) return std::wstring();
   SystemResult<std::wstring> path = files.CreateUnique(folder.value(), prefix);
   if (!path.ok()) return path;
   return TextBeforeNull(path.value());

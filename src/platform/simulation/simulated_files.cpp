@@ -211,11 +211,16 @@ SystemResult<std::wstring> SimulatedFiles::CreateUnique(const std::wstring& fold
 
 SystemResult<std::wstring> SimulatedFiles::TemporaryFolder() {
   if (const auto code = world_.calls.Begin("TemporaryFolder")) return SystemStatus(*code);
+  std::wstring folder = world_.windows_folder;
   for (const wchar_t* variable : {L"TMP", L"TEMP", L"USERPROFILE"}) {
     const auto found = world_.environment.find(std::wstring_view(variable));
-    if (found != world_.environment.end()) return JoinPath(found->second, L"");
+    if (found == world_.environment.end()) continue;
+    folder = found->second;
+    break;
   }
-  return JoinPath(world_.windows_folder, L"");
+  folder = JoinPath(folder, L"");
+  if (folder.size() >= kPathLimit) return SystemStatus(system_code::kNameTooLong);
+  return folder;
 }
 
 SystemResult<std::wstring> SimulatedFiles::Locate(const std::wstring& name,

@@ -510,6 +510,23 @@ TEST_CASE_TEMPLATE("the folder for temporary files comes from TMP, then TEMP, wi
   fixture.SetVariable(L"TEMP", temp);
 }
 
+TEST_CASE_TEMPLATE("a folder for temporary files of 260 characters or more is refused with 206",
+                   Fixture, PLATFORM_FIXTURES) {
+  Fixture fixture;
+  Files& files = fixture.platform().files;
+  const auto tmp = fixture.platform().session.EnvironmentValue(L"TMP");
+  const std::wstring root = L"C:\\";
+  // The backslash that is put behind it counts.
+  fixture.SetVariable(L"TMP", root + std::wstring(255, L't'));
+  CHECK(files.TemporaryFolder().value() == root + std::wstring(255, L't') + L"\\");
+  for (const std::size_t length : {256, 257, 300, 5000}) {
+    CAPTURE(length);
+    fixture.SetVariable(L"TMP", root + std::wstring(length, L't'));
+    CHECK(files.TemporaryFolder().code() == system_code::kNameTooLong);
+  }
+  fixture.SetVariable(L"TMP", tmp);
+}
+
 TEST_CASE_TEMPLATE("a bare name is located in the program, current, system and Windows folder",
                    Fixture, PLATFORM_FIXTURES) {
   Fixture fixture;

@@ -117,6 +117,13 @@ TEST_CASE("a scratch file that cannot be made has an empty name") {
   CHECK(support::TempFileName(files, L"ini").empty());
 }
 
+TEST_CASE("a temporary folder of 260 characters or more is refused with the system's code") {
+  Simulation machine;
+  machine.SetVariable(L"TMP", L"C:\\" + std::wstring(256, L't'));
+  CHECK(testing::NumberOf(
+            [&] { static_cast<void>(support::GetTempFile(machine.platform(), L"ini")); }) == 206);
+}
+
 TEST_CASE("a scratch file that must be made raises the system's code with its text") {
   Simulation machine;
   CHECK_FALSE(support::GetTempFile(machine.platform(), L"ini").empty());

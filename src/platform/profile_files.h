@@ -23,7 +23,9 @@ class ProfileFiles {
 
   // Sets one key, creating file and section when needed; an absent `value` removes the key, an
   // absent `key` the whole section. The system's result: non-zero on success, zero when the file
-  // could not be written, and then the file is as it was.
+  // could not be written. A file that may not be written is as it was then; but the system rewrites
+  // in place, so a write that breaks off (disk full, end of the process) can leave it torn. Who
+  // cannot bear that keeps a copy first.
   virtual std::int32_t WriteEntry(const std::wstring& section,
                                   const std::optional<std::wstring>& key,
                                   const std::optional<std::wstring>& value,

@@ -1,6 +1,6 @@
 // A save with every platform call of it failing once, failing from there on, and ending the
-// process. Whatever strikes, no INI file is lost or torn, and where one is neither old nor new its
-// old content stands beside it.
+// process, with writes that fail cleanly and with writes that tear the file. Whatever strikes, no
+// content is lost: an INI file that cannot be put back has its old content beside it.
 #include <doctest/doctest.h>
 
 #include <algorithm>
@@ -17,6 +17,7 @@
 
 using namespace tdefault;
 using platform::simulation::ProcessEnded;
+using platform::simulation::RecordedCall;
 using platform::simulation::Simulation;
 using testing::kGlobalIni;
 using testing::kGlobalOld;
@@ -30,7 +31,7 @@ constexpr const char* kLocalBefore =
     "; workstation\r\n[Defaults]\r\nDataPath=C:\\SHOP\r\n[Companyname]\r\nLocation=3\r\n"
     "[S]\r\nname=old\r\nkept=same\r\n";
 constexpr const char* kGlobalBefore =
-    "; shop\r\n[S]\r\nname=old\r\ncolor=old\r\n\r\n[OPTIONS]\r\nKITCHOICE=1\r\n";
+    "; the shop\r\n[S]\r\nname=old\r\ncolor=old\r\n\r\n[OPTIONS]\r\nKITCHOICE=1\r\n";
 constexpr const char* kOlder = "an older version";
 
 // What happens to a save besides the fault.
@@ -38,6 +39,10 @@ enum class Course { kSucceeds, kWriteRefused, kSideEffectFails };
 
 constexpr std::array<Course, 3> kCourses = {Course::kSucceeds, Course::kWriteRefused,
                                             Course::kSideEffectFails};
+// Whether a write that breaks off leaves its file as it was or half written.
+enum class Breaking { kWhole, kTears };
+
+constexpr std::array<Breaking, 2> kBreakings = {Breaking::kWhole, Breaking::kTears};
 constexpr std::array<std::uint32_t, 3> kCodes = {platform::system_code::kAccessDenied,
                                                  platform::system_code::kSharingViolation,
                                                  platform::system_code::kDiskFull};
@@ -157,13 +162,13 @@ bool HasTemporaryFile(const Shop& shop) {
   });
 }
 
-// True for every outcome: the file is there and whole, what is beside it too, and unless it is old
-// its old content is beside it.
+// True for every outcome: the file is there, and whole where writes are; what is beside it is
+// whole, and unless the file is old its old content is beside it.
 void CheckNothingLost(const Shop& shop, const std::wstring& ini, const std::wstring& old,
-                      const FileStates& states) {
+                      const FileStates& states, Breaking breaking) {
   const std::optional<std::string> content = shop.machine.Contents(ini);
   REQUIRE(content);
-  CHECK(states.all.count(*content) == 1);
+  if (breaking == Breaking::kWhole) CHECK(states.all.count(*content) == 1);
   const std::optional<std::string> previous = shop.machine.Contents(old);
   REQUIRE(previous);
   CHECK((*previous == kOlder || *previous == states.before));
@@ -174,13 +179,16 @@ struct Run {
   Shop shop;
   const FileStates& local;
   const FileStates& global;
+  Breaking breaking;
   std::size_t first_call = 0;
   std::optional<bool> saved;  // absent when the process ended
 
-  explicit Run(Course course)
+  explicit Run(Course course, Breaking of_writes = Breaking::kWhole)
       : local(StatesOf(kLocalIni, kLocalBefore, course)),
-        global(StatesOf(kGlobalIni, kGlobalBefore, course)) {
+        global(StatesOf(kGlobalIni, kGlobalBefore, course)),
+        breaking(of_writes) {
     SetUp(shop, course);
+    if (breaking == Breaking::kTears) shop.machine.TearWrites();
     first_call = shop.machine.call_count() + 1;
   }
 
@@ -192,8 +200,8 @@ struct Run {
     }
     CHECK(shop.machine.open_handles() == 0);
     CHECK(shop.tables.nothing_open());
-    CheckNothingLost(shop, kLocalIni, kLocalOld, local);
-    CheckNothingLost(shop, kGlobalIni, kGlobalOld, global);
+    CheckNothingLost(shop, kLocalIni, kLocalOld, local, breaking);
+    CheckNothingLost(shop, kGlobalIni, kGlobalOld, global, breaking);
   }
 
   // What the host is told fits the result, and the result the files.
@@ -216,6 +224,21 @@ struct Run {
         return shop.host.errors[0].description.find(L"'" + place + L"'") != std::wstring::npos;
       }));
     }
+  }
+
+  // What a person does for a file that a write has torn: copies what stands beside it over it.
+  // Gives the number of files that were torn.
+  std::size_t PutBackTornFiles() {
+    std::size_t torn = 0;
+    for (const std::wstring& ini : {kLocalIni, kGlobalIni}) {
+      const FileStates& states = ini == kLocalIni ? local : global;
+      if (states.all.count(*shop.machine.Contents(ini)) == 1) continue;
+      ++torn;
+      const std::vector<std::wstring> places = Holding(shop, ini, states.before);
+      REQUIRE_FALSE(places.empty());
+      shop.machine.PutFile(ini, *shop.machine.Contents(places.front()));
+    }
+    return torn;
   }
 
   std::string OperationOf(std::size_t call) const {
@@ -243,22 +266,23 @@ TEST_CASE("a save in which one call fails once leaves each file old or new and n
   for (const Course course : kCourses) {
     const std::size_t calls = CallsOfSave(course);
     // A failure adds calls: retries, and what undoes it.
-    for (std::size_t call = 1; call <= calls + 10; ++call) {
-      for (const std::uint32_t code : kCodes) {
-        Run run(course);
-        CAPTURE(static_cast<int>(course));
-        CAPTURE(call);
-        CAPTURE(code);
-        run.shop.machine.FailCall(run.first_call + call - 1, code);
-        run.Save();
-        run.CheckReport();
-        CHECK_FALSE(HasTemporaryFile(run.shop));
-        const bool local_settled = run.shop.local() == run.local.before ||
-                                   (*run.saved && run.shop.local() == run.local.after);
-        CHECK(local_settled);
-        if (!*run.saved) CHECK(run.shop.global() == run.global.before);
-      }
-    }
+    for (std::size_t call = 1; call <= calls + 10; ++call)
+      for (const std::uint32_t code : kCodes)
+        for (const Breaking breaking : kBreakings) {
+          Run run(course, breaking);
+          CAPTURE(static_cast<int>(course));
+          CAPTURE(call);
+          CAPTURE(code);
+          CAPTURE(static_cast<int>(breaking));
+          run.shop.machine.FailCall(run.first_call + call - 1, code);
+          run.Save();
+          run.CheckReport();
+          CHECK_FALSE(HasTemporaryFile(run.shop));
+          const bool local_settled = run.shop.local() == run.local.before ||
+                                     (*run.saved && run.shop.local() == run.local.after);
+          CHECK(local_settled);
+          if (!*run.saved) CHECK(run.shop.global() == run.global.before);
+        }
   }
 }
 
@@ -292,33 +316,36 @@ TEST_CASE("which call fails decides what a save reports") {
 
 TEST_CASE("after a save in which one call failed the next save succeeds") {
   const std::size_t calls = CallsOfSave(Course::kSucceeds);
-  for (std::size_t call = 1; call <= calls; ++call) {
-    CAPTURE(call);
-    Run run(Course::kSucceeds);
-    run.shop.machine.FailCall(run.first_call + call - 1, platform::system_code::kDiskFull);
-    run.Save();
-    if (*run.saved) continue;
-    CHECK(run.shop.options.Save());
-    CHECK(run.shop.local() == run.local.after);
-    CHECK(run.shop.global() == run.global.after);
-    CHECK(run.shop.machine.Contents(kLocalOld) == run.local.before);
-  }
+  for (std::size_t call = 1; call <= calls; ++call)
+    for (const Breaking breaking : kBreakings) {
+      CAPTURE(call);
+      CAPTURE(static_cast<int>(breaking));
+      Run run(Course::kSucceeds, breaking);
+      run.shop.machine.FailCall(run.first_call + call - 1, platform::system_code::kDiskFull);
+      run.Save();
+      if (*run.saved) continue;
+      CHECK(run.shop.options.Save());
+      CHECK(run.shop.local() == run.local.after);
+      CHECK(run.shop.global() == run.global.after);
+      CHECK(run.shop.machine.Contents(kLocalOld) == run.local.before);
+    }
 }
 
 TEST_CASE("a save in which every call fails from some point on loses nothing and says so") {
   for (const Course course : kCourses) {
     const std::size_t calls = CallsOfSave(course);
-    for (std::size_t call = 1; call <= calls; ++call) {
-      for (const std::uint32_t code : kCodes) {
-        Run run(course);
-        CAPTURE(static_cast<int>(course));
-        CAPTURE(call);
-        CAPTURE(code);
-        run.shop.machine.FailFrom(run.first_call + call - 1, code);
-        run.Save();
-        run.CheckReport();
-      }
-    }
+    for (std::size_t call = 1; call <= calls; ++call)
+      for (const std::uint32_t code : kCodes)
+        for (const Breaking breaking : kBreakings) {
+          Run run(course, breaking);
+          CAPTURE(static_cast<int>(course));
+          CAPTURE(call);
+          CAPTURE(code);
+          CAPTURE(static_cast<int>(breaking));
+          run.shop.machine.FailFrom(run.first_call + call - 1, code);
+          run.Save();
+          run.CheckReport();
+        }
   }
 }
 
@@ -341,20 +368,47 @@ TEST_CASE("a process that ends in the middle of a save loses nothing and starts 
   }
 }
 
+TEST_CASE("a file torn by the end of the process is whole again from the backup beside it") {
+  for (const Course course : kCourses) {
+    const std::size_t calls = CallsOfSave(course);
+    std::size_t torn = 0;
+    std::size_t writes = 0;
+    for (std::size_t call = 1; call <= calls; ++call) {
+      Run run(course, Breaking::kTears);
+      CAPTURE(static_cast<int>(course));
+      CAPTURE(call);
+      run.shop.machine.EndProcessAt(run.first_call + call - 1);
+      run.Save();
+      CHECK_FALSE(run.saved.has_value());
+      const RecordedCall& last = run.shop.machine.calls().back();
+      if (last.operation == "WriteEntry" && !run.shop.machine.IsReadOnly(last.path)) ++writes;
+      run.shop.machine.Restart();
+      torn += run.PutBackTornFiles();
+      catalogue::Options next(run.shop.machine.platform(), run.shop.tables, run.shop.location);
+      CHECK(next.Initialize());
+      CHECK(next.Count() == 7);
+    }
+    // The texts are such that no half of a file equals a whole one.
+    CHECK(torn > 0);
+    CHECK(torn == writes);
+  }
+}
+
 TEST_CASE("a process that ends while a failed call is being undone loses nothing") {
   for (const Course course : {Course::kSucceeds, Course::kSideEffectFails}) {
     const std::size_t calls = CallsOfSave(course);
-    for (std::size_t failing = 1; failing <= calls; ++failing) {
-      for (std::size_t ending = failing + 1; ending <= failing + 8; ++ending) {
-        Run run(course);
-        CAPTURE(static_cast<int>(course));
-        CAPTURE(failing);
-        CAPTURE(ending);
-        run.shop.machine.FailCall(run.first_call + failing - 1,
-                                  platform::system_code::kSharingViolation);
-        run.shop.machine.EndProcessAt(run.first_call + ending - 1);
-        run.Save();
-      }
-    }
+    for (std::size_t failing = 1; failing <= calls; ++failing)
+      for (std::size_t ending = failing + 1; ending <= failing + 8; ++ending)
+        for (const Breaking breaking : kBreakings) {
+          Run run(course, breaking);
+          CAPTURE(static_cast<int>(course));
+          CAPTURE(failing);
+          CAPTURE(ending);
+          CAPTURE(static_cast<int>(breaking));
+          run.shop.machine.FailCall(run.first_call + failing - 1,
+                                    platform::system_code::kSharingViolation);
+          run.shop.machine.EndProcessAt(run.first_call + ending - 1);
+          run.Save();
+        }
   }
 }

@@ -34,6 +34,9 @@ class CallLog {
   }
   void EndProcessAt(std::size_t number) { end_at_ = number; }
 
+  // Whether the process ends at the next call.
+  [[nodiscard]] bool next_ends_process() const noexcept { return calls_.size() + 1 == end_at_; }
+
   // Forgets calls and faults: the log of a new process.
   void Reset() { *this = CallLog(); }
 

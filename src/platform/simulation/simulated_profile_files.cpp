@@ -37,17 +37,31 @@ std::int32_t SimulatedProfileFiles::WriteEntry(const std::wstring& section,
                                                const std::optional<std::wstring>& key,
                                                const std::optional<std::wstring>& value,
                                                const std::wstring& file) {
-  if (world_.calls.Begin("WriteEntry", file)) return 0;
+  const auto write = [&](bool breaks_off) {
+    std::optional<Change> change = NewContent(section, key, value, file);
+    if (!change) return 0;
+    if (breaks_off) change->bytes.resize(change->bytes.size() / 2);
+    world_.disk.PutFile(change->path, change->bytes);
+    return breaks_off ? 0 : 1;
+  };
+  if (world_.writes_tear && world_.calls.next_ends_process()) write(true);
+  const bool fails = world_.calls.Begin("WriteEntry", file).has_value();
+  return fails && !world_.writes_tear ? 0 : write(fails);
+}
+
+std::optional<SimulatedProfileFiles::Change> SimulatedProfileFiles::NewContent(
+    const std::wstring& section, const std::optional<std::wstring>& key,
+    const std::optional<std::wstring>& value, const std::wstring& file) const {
   const SystemResult<std::wstring> path = Place(file);
-  if (!path.ok()) return 0;
+  if (!path.ok()) return std::nullopt;
   std::string bytes;
   if (world_.disk.Find(path.value())) {
     const auto node =
         world_.disk.Openable(path.value(), {FileAccess::kReadWrite, FileShare::kReadWrite});
-    if (!node.ok()) return 0;
+    if (!node.ok()) return std::nullopt;
     bytes = node.value()->bytes;
   } else if (world_.disk.Missing(path.value()).code() != system_code::kFileNotFound) {
-    return 0;
+    return std::nullopt;
   }
   ProfileText text(bytes, world_.code_page);
   if (!key) {
@@ -57,8 +71,7 @@ std::int32_t SimulatedProfileFiles::WriteEntry(const std::wstring& section,
   } else {
     text.Set(world_.Narrowed(section), world_.Narrowed(*key), world_.Narrowed(*value));
   }
-  world_.disk.PutFile(path.value(), text.Bytes());
-  return 1;
+  return Change{path.value(), text.Bytes()};
 }
 
 }  // namespace tdefault::platform::simulation

@@ -20,6 +20,15 @@ class SimulatedProfileFiles final : public ProfileFiles {
  private:
   // A bare name means the Windows folder, every other path counts from the current folder.
   [[nodiscard]] SystemResult<std::wstring> Place(const std::wstring& file) const;
+  // What a write makes of the file; absent when it may not be written.
+  struct Change {
+    std::wstring path;
+    std::string bytes;
+  };
+  [[nodiscard]] std::optional<Change> NewContent(const std::wstring& section,
+                                                 const std::optional<std::wstring>& key,
+                                                 const std::optional<std::wstring>& value,
+                                                 const std::wstring& file) const;
   // The value in the file; absent when there is none or the file cannot be read.
   [[nodiscard]] std::optional<std::wstring> Stored(const std::wstring& section,
                                                    const std::wstring& key,

@@ -208,9 +208,12 @@ void Simulation::FailNext(const std::string& operation, std::uint32_t code) {
 
 void Simulation::EndProcessAt(std::size_t number) { world_.calls.EndProcessAt(number); }
 
+void Simulation::TearWrites() { world_.writes_tear = true; }
+
 void Simulation::Restart() {
   assert(world_.open_handles == 0);
   world_.calls.Reset();
+  world_.writes_tear = false;
   world_.answers.clear();
   world_.shown_boxes.clear();
   world_.pauses.clear();

@@ -121,6 +121,10 @@ class Simulation {
   // The process ends at that call, before it has an effect: it and every later one throws
   // ProcessEnded.
   void EndProcessAt(std::size_t number);
+  // From now on a WriteEntry that is told to fail, or at which the process ends, has written the
+  // first half of the file's new content, as the system does when the disk is full. A write that
+  // the file's state refuses still has no effect.
+  void TearWrites();
 
   // A new process on the same machine: no faults, no calls, no scripted answers; the records of
   // boxes and pauses are empty. REQUIRES: open_handles() == 0.

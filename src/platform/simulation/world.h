@@ -36,6 +36,7 @@ struct World {
   CallLog calls;
   CodePage code_page;
   std::size_t open_handles = 0;
+  bool writes_tear = false;  // a profile write that breaks off leaves half of the file
 
   std::wstring current_folder = L"C:\\Work";
   std::wstring program_folder = L"C:\\Program Files\\Host";

@@ -65,6 +65,37 @@ TEST_CASE("a failing copy leaves half of the content in the target") {
   CHECK(machine.Contents(L"b.txt") == "1234");
 }
 
+TEST_CASE("a write that breaks off leaves half of the new content where writes tear") {
+  Simulation machine;
+  machine.PutFile(L"a.ini", "[S]\r\nk=old\r\n");
+  machine.TearWrites();
+  ProfileFiles& profiles = machine.platform().profile_files;
+  machine.FailCall(1, kDiskFull);
+  CHECK(profiles.WriteEntry(L"S", L"k", L"longer", L".\\a.ini") == 0);
+  CHECK(machine.Contents(L"a.ini") == "[S]\r\nk=");
+  machine.PutFile(L"a.ini", "[S]\r\nk=old\r\n");
+  machine.EndProcessAt(2);
+  CHECK_THROWS_AS(profiles.WriteEntry(L"S", L"k", L"longer", L".\\a.ini"), ProcessEnded);
+  CHECK(machine.Contents(L"a.ini") == "[S]\r\nk=");
+  // A process that has ended writes nothing any more.
+  CHECK_THROWS_AS(profiles.WriteEntry(L"S", L"k", L"x", L".\\a.ini"), ProcessEnded);
+  CHECK(machine.Contents(L"a.ini") == "[S]\r\nk=");
+}
+
+TEST_CASE("a write that a held or read-only file refuses tears nothing") {
+  Simulation machine;
+  machine.TearWrites();
+  for (const wchar_t* file : {L"a.ini", L"b.ini"}) machine.PutFile(file, "[S]\r\nk=old\r\n");
+  machine.SetReadOnly(L"a.ini");
+  const auto held = machine.HoldOpen(L"b.ini", FileShare::kRead);
+  for (const wchar_t* file : {L"a.ini", L"b.ini"}) {
+    machine.FailNext("WriteEntry", kDiskFull);
+    CHECK(machine.platform().profile_files.WriteEntry(L"S", L"k", L"new",
+                                                      std::wstring(L".\\") + file) == 0);
+    CHECK(machine.Contents(file) == "[S]\r\nk=old\r\n");
+  }
+}
+
 TEST_CASE("a failing replacement leaves both files as they were") {
   Simulation machine;
   machine.PutFile(L"a.txt", "new");

@@ -50,25 +50,31 @@ TEST_CASE("Modified is raised once after a save, when the files are written") {
   CHECK(calls == 1);
 }
 
-TEST_CASE("a save that fails with an error raises DLLError and not Modified") {
+TEST_CASE("a save that fails with an error raises DLLError with number and text, not Modified") {
   const Apartment apartment;
   const Shop shop;
   const ComPtr<::_Options> options = OpenShop(shop);
   const HeldFile held(shop.global_ini(), 0);
-  std::string events;
+  std::string text;
+  int calls = 0;
   EventHandler handler([&](DISPID event, const DISPPARAMS& arguments) {
+    ++calls;
     CHECK(event == kDLLError);
     REQUIRE(arguments.cArgs == 2);
     // From the last argument to the first.
     CHECK(arguments.rgvarg[1].vt == VT_I4);
-    CHECK(arguments.rgvarg[1].lVal != 0);
+    // Permission denied.
+    CHECK(arguments.rgvarg[1].lVal == 70);
     REQUIRE(arguments.rgvarg[0].vt == VT_BSTR);
-    events += BstrText(arguments.rgvarg[0].bstrVal);
+    text = BstrText(arguments.rgvarg[0].bstrVal);
     return S_OK;
   });
   const DWORD cookie = Connect(options.Get(), __uuidof(::__Options), handler);
   CHECK(Save(options.Get()) == VARIANT_FALSE);
-  CHECK(events.find(":SaveChanges, ") != std::string::npos);
+  CHECK(calls == 1);
+  const std::string start = Utf8(L"MakeTempCopy:SaveChanges, The file '" + shop.global_ini() +
+                                 L"' could not be copied to '" + shop.data() + L"\\tov");
+  CHECK(text.substr(0, start.size()) == start);
   Disconnect(options.Get(), __uuidof(::__Options), cookie);
 }
 

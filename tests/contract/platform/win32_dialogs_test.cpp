@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -23,11 +24,27 @@ std::wstring WindowText(HWND window) {
 
 // What was seen of a message box before it was closed.
 struct SeenBox {
+  std::wstring title;
   std::wstring text;
+  std::set<int> buttons;
+  HICON icon = nullptr;
   int default_button = 0;
   bool in_front = false;
   bool shown = false;
 };
+
+// Notes the buttons and the icon of the box.
+BOOL CALLBACK NoteControl(HWND control, LPARAM parameter) {
+  SeenBox& seen = *reinterpret_cast<SeenBox*>(parameter);
+  std::wstring kind(64, L'\0');
+  kind.resize(static_cast<std::size_t>(GetClassNameW(control, kind.data(), 64)));
+  const LONG style = GetWindowLongW(control, GWL_STYLE);
+  if ((style & WS_VISIBLE) == 0) return TRUE;
+  if (kind == L"Button") seen.buttons.insert(GetDlgCtrlID(control));
+  if (kind == L"Static" && (style & SS_TYPEMASK) == SS_ICON)
+    seen.icon = reinterpret_cast<HICON>(SendMessageW(control, STM_GETICON, 0, 0));
+  return TRUE;
+}
 
 // Shows a box and closes it from another thread with the message given, as a user would.
 std::optional<MessageAnswer> AskAndReply(Platform& platform, const std::wstring& title,
@@ -41,6 +58,8 @@ std::optional<MessageAnswer> AskAndReply(Platform& platform, const std::wstring&
     while (!answered && !IsWindowVisible(box)) Sleep(5);
     if (answered) return;
     seen.shown = true;
+    seen.title = WindowText(box);
+    EnumChildWindows(box, NoteControl, reinterpret_cast<LPARAM>(&seen));
     seen.text = WindowText(GetDlgItem(box, kTextControl));
     for (const int id : {IDYES, IDNO, IDCANCEL}) {
       const LONG kind = GetWindowLongW(GetDlgItem(box, id), GWL_STYLE) & BS_TYPEMASK;
@@ -58,7 +77,7 @@ std::optional<MessageAnswer> AskAndReply(Platform& platform, const std::wstring&
 
 }  // namespace
 
-TEST_CASE("a message box asks in front with Yes as its default, and Yes is an answer") {
+TEST_CASE("a message box asks in front with icon and buttons, Yes its default and an answer") {
   win32::Win32Platform adapter;
   SeenBox seen;
   CHECK(AskAndReply(adapter.platform(), L"Path \u0142 one", WM_COMMAND, IDYES, seen) ==
@@ -66,6 +85,10 @@ TEST_CASE("a message box asks in front with Yes as its default, and Yes is an an
   CHECK(seen.shown);
   CHECK(seen.in_front);
   CHECK(seen.text == L"The path 'C:\\D\u0105ta' was not found.\r\n\r\nSo?");
+  CHECK(seen.title == L"Path \u0142 one");
+  CHECK(seen.buttons == std::set<int>{IDYES, IDNO, IDCANCEL});
+  CHECK(seen.icon != nullptr);
+  CHECK(seen.icon == LoadIconW(nullptr, IDI_QUESTION));
   CHECK(seen.default_button == IDYES);
 }
 

@@ -1,5 +1,6 @@
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -62,6 +63,10 @@ TEST_CASE("a missing data folder is told in a message box and is no error, whate
     CHECK(shop.options.DataPath() == L"C:\\GONE");
     CHECK(shop.tables.store.log.empty());
     CHECK(shop.options.ReportTypes() == nullptr);
+    // The box of this call has Yes, No and Cancel and the question icon; the user is asked once.
+    CHECK(std::count_if(shop.machine.calls().begin(), shop.machine.calls().end(),
+                        [](const auto& call) { return call.operation == "AskYesNoCancel"; }) == 1);
+    CHECK(shop.machine.calls().back().operation == "AskYesNoCancel");
     if (!answer) continue;
     REQUIRE(shop.machine.shown_boxes().size() == 1);
     CHECK(shop.machine.shown_boxes()[0].title == L"Tovo Data Path Not Found");

@@ -88,8 +88,9 @@ class Options {
   std::shared_ptr<records::INIOption> Add(const NewOption& definition);
 
   // Writes every option to its INI file with its side effects, tells Modified and loads again.
-  // False when something failed; then the files are as before, and an error, if there was one, has
-  // been told through DLLError. Throws only what loading again throws, after a save that succeeded.
+  // False when something failed; then the INI files are as before, and an error, if there was one,
+  // has been told through DLLError. Throws only what loading again throws, after a save that
+  // succeeded.
   bool Save();
 
   // Null before Initialize.

@@ -2,8 +2,11 @@
 
 #include <olectl.h>
 
+#include <algorithm>
+#include <initializer_list>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "interface/module.h"
 #include "tdefault_h.h"
@@ -79,15 +82,23 @@ HRESULT RemoveTree(const std::wstring& key) {
   return removed == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(removed);
 }
 
-// Removes a key that has neither subkeys nor values left.
-void RemoveIfEmpty(const std::wstring& key) {
+// Whether the key has a subkey other than `ignored`; a key that is not there has none.
+bool HasOtherSubkeys(const std::wstring& key, std::initializer_list<std::wstring_view> ignored) {
   HKEY opened = nullptr;
-  if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return;
-  DWORD subkeys = 0;
-  const LSTATUS asked = RegQueryInfoKeyW(opened, nullptr, nullptr, nullptr, &subkeys, nullptr,
-                                         nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS)
+    return false;
+  bool found = false;
+  wchar_t name[256];
+  for (DWORD index = 0; !found; ++index) {
+    DWORD length = 256;
+    if (RegEnumKeyExW(opened, index, name, &length, nullptr, nullptr, nullptr, nullptr) !=
+        ERROR_SUCCESS)
+      break;
+    found =
+        std::find(ignored.begin(), ignored.end(), std::wstring_view(name, length)) == ignored.end();
+  }
   RegCloseKey(opened);
-  if (asked == ERROR_SUCCESS && subkeys == 0) RegDeleteKeyW(HKEY_CLASSES_ROOT, key.c_str());
+  return found;
 }
 
 HRESULT RegisterClass(const PublishedClass& published, const std::wstring& path) {
@@ -121,16 +132,24 @@ HRESULT RegisterLibrary(const std::wstring& path) {
   return SetText(LibraryKey() + L"\\" + kLibraryVersionKey + L"\\0\\" + kSystemKey, nullptr, path);
 }
 
+// Removes the library's entry of one language for this bitness, and the language with the last.
+HRESULT RemoveLanguage(const std::wstring& language) {
+  const HRESULT removed = RemoveTree(language + L"\\" + kSystemKey);
+  if (FAILED(removed) || HasOtherSubkeys(language, {})) return removed;
+  return RemoveTree(language);
+}
+
 // The other bitness of the library may be registered under the same identifier: only what is ours
-// goes.
+// goes. The system removes the version with its last language only, so the neutral language goes
+// first. What it leaves, of a damaged registration, is removed here.
 HRESULT UnregisterLibrary() {
-  UnRegisterTypeLib(LIBID_TovoDefaults, kMajorVersion, kMinorVersion, kLocale, kSystem);
   Outcome outcome;
   const std::wstring version = LibraryKey() + L"\\" + kLibraryVersionKey;
-  for (const wchar_t* language : {L"\\409", L"\\0"}) {
-    outcome.Note(RemoveTree(version + language + L"\\" + kSystemKey));
-    RemoveIfEmpty(version + language);
-  }
+  outcome.Note(RemoveLanguage(version + L"\\0"));
+  UnRegisterTypeLib(LIBID_TovoDefaults, kMajorVersion, kMinorVersion, kLocale, kSystem);
+  outcome.Note(RemoveLanguage(version + L"\\409"));
+  if (!HasOtherSubkeys(version, {L"FLAGS", L"HELPDIR"})) outcome.Note(RemoveTree(version));
+  if (!HasOtherSubkeys(LibraryKey(), {})) outcome.Note(RemoveTree(LibraryKey()));
   return outcome.result();
 }
 

@@ -1,36 +1,104 @@
 #!/usr/bin/env bash
 # registration.sh register|unregister EMULATOR STATE_FOLDER DLL...: the fixture of the component
-# tests. Registers the DLLs and remembers the registry as it was before; unregisters them, twice and
-# in a damaged state too, and compares.
+# tests. Registers the DLLs; unregisters them, in a damaged state, next to the other bitness and
+# twice. Looks for what is theirs only: any program may register classes of its own meanwhile.
 set -euo pipefail
 action=$1 emulator=$2 state=$3
 shift 3
 
-# The classes of the machine and of the user, without the lines that any program changes.
+library={708AC166-84DC-11D4-B262-0050DA5596B9}
+version="HKCR\\TypeLib\\$library\\68.0"
+keys=(
+  'Interface\{21DFAEC7-CAC9-4640-8FD5-118906FAA071}'
+  'Interface\{A3B3C182-5E6D-45EB-95E0-EB4D5DBAD902}'
+  'Interface\{03F4D51E-1655-46A9-8FD1-13952CF86BC7}'
+  'Interface\{32786437-5069-4120-AB0F-BA292405951E}'
+  'Interface\{EA0B0F79-CC4C-4051-B2C6-BC3F7F5FAA8E}'
+  'Interface\{629827C4-C9B3-42AF-AAF1-81954B9E7EF7}'
+  'Interface\{711E30E6-64F9-4DA8-A8BA-482F0E254FC9}'
+  'Interface\{67CAC3CA-3D01-48C6-99CB-F7636E5699E3}'
+  'CLSID\{3C43CF6B-9492-11D4-B262-0050DA5596B9}'
+  'CLSID\{3C43CF73-9492-11D4-B262-0050DA5596B9}'
+  'CLSID\{3C43CF69-9492-11D4-B262-0050DA5596B9}'
+  'CLSID\{30BA6355-95F3-11D4-B262-0050DA5596B9}'
+  'CLSID\{078E8EB2-AE65-11D4-B263-0050DA5596B9}'
+  'CLSID\{078E8EB4-AE65-11D4-B263-0050DA5596B9}'
+  "TypeLib\\$library"
+  'TovoDefaults.Options'
+  'CLSID\{5B0E5C1A-3B1B-4C57-9A3E-6C6A3C2F9D51}'
+  'TovoDefaultsTest.EventRelay'
+)
+
+run() { timeout 120 "$emulator" "$@"; }
+
+fail() {
+  echo "registration.sh: $*" >&2
+  exit 1
+}
+
+# The classes of the machine and of the user, as UTF-8 text.
 export_classes() {
-  local name=$1 root
+  local root
   for root in HKLM HKCU; do
     rm -f "$state/export.reg"
-    timeout 120 "$emulator" reg export "$root\\Software\\Classes" "Z:${state//\//\\}\\export.reg" /y \
-      >/dev/null 2>&1 || true
-    [ ! -e "$state/export.reg" ] || cat "$state/export.reg"
-  done >"$state/$name"
+    run reg export "$root\\Software\\Classes" "Z:${state//\//\\}\\export.reg" /y >/dev/null 2>&1 || true
+    [ ! -e "$state/export.reg" ] || iconv -f UTF-16 -t UTF-8 "$state/export.reg" | tr -d '\r'
+  done >"$state/classes"
+  grep -q '^\[.*\\CLSID\\' "$state/classes" || fail "the registry could not be exported"
+}
+
+# Every key of ours is there.
+expect_all() {
+  local key
+  export_classes
+  for key in "${keys[@]}"; do
+    grep -qiF "\\Classes\\$key]" "$state/classes" || fail "$key is missing"
+  done
+}
+
+# Nothing of ours is there, be it a key, a value's name or a value.
+expect_none() {
+  export_classes
+  printf '%s\n' "${keys[@]##*\\}" >"$state/names"
+  ! grep -iF -f "$state/names" "$state/classes" || fail "left in the registry: see above"
+}
+
+register_all() { for dll in "$@"; do run regsvr32 /s "$dll"; done; }
+unregister_all() { for dll in "$@"; do run regsvr32 /u /s "$dll"; done; }
+
+# Unregistering keeps the type library while its other bitness has an entry for the language.
+expect_other_bitness_kept() {
+  local language=$1
+  shift
+  register_all "$@"
+  run reg add "$version\\$language\\win32" /ve /d 'C:\other\tdefault.dll' /f >/dev/null
+  unregister_all "$@"
+  run reg query "$version" /ve | grep -q 'REG_SZ' || fail "the library's name went"
+  run reg query "$version\\FLAGS" >/dev/null || fail "the library's flags went"
+  run reg query "$version\\$language\\win32" >/dev/null || fail "the other bitness went"
+  ! run reg query "$version\\$language\\win64" >/dev/null 2>&1 || fail "our own bitness stayed"
+  run reg delete "$version\\$language\\win32" /f >/dev/null
+  unregister_all "$@"
+  expect_none
 }
 
 mkdir -p "$state"
 case $action in
   register)
-    for dll in "$@"; do timeout 120 "$emulator" regsvr32 /u /s "$dll" || true; done
-    export_classes before
-    for dll in "$@"; do timeout 120 "$emulator" regsvr32 /s "$dll"; done
+    unregister_all "$@"
+    expect_none
+    register_all "$@"
+    expect_all
     ;;
   unregister)
+    expect_all
     # An entry that somebody removed by hand is no failure.
-    timeout 120 "$emulator" reg delete 'HKCR\TovoDefaults.Options\CLSID' /f >/dev/null
-    for dll in "$@"; do timeout 120 "$emulator" regsvr32 /u /s "$dll"; done
-    for dll in "$@"; do timeout 120 "$emulator" regsvr32 /u /s "$dll"; done
-    export_classes after
-    [ -s "$state/before" ]
-    cmp "$state/before" "$state/after"
+    run reg delete 'HKCR\TovoDefaults.Options\CLSID' /f >/dev/null
+    unregister_all "$@"
+    expect_none
+    unregister_all "$@"
+    expect_none
+    expect_other_bitness_kept 409 "$@"
+    expect_other_bitness_kept 0 "$@"
     ;;
 esac

@@ -13,7 +13,8 @@ STDMETHODIMP ChoicesObject::Count(SHORT* result) noexcept {
 }
 
 STDMETHODIMP ChoicesObject::get_Item(VARIANT index, ::_cChoice** result) noexcept {
-  return Answer(result, [&] { return Show<ChoiceObject>(choices_->Item(ToValue(index))); });
+  return Answer(
+      result, [&] { return Show<ChoiceObject>(choices_->Item(ToValue(index, L"cChoices:Item"))); });
 }
 
 STDMETHODIMP ChoicesObject::Add(BSTR item, BSTR* description, ::_cChoice** result) noexcept {

@@ -9,13 +9,13 @@ namespace tdefault::automation {
 namespace {
 
 // The default property of an object; references and objects inside it are the caller's business.
-Variant DefaultProperty(IDispatch* object) {
+Variant DefaultProperty(IDispatch* object, const std::wstring& source) {
   Variant value;
   DISPPARAMS no_arguments{};
   if (object == nullptr ||
       FAILED(object->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET,
                             &no_arguments, &value.get(), nullptr, nullptr))) {
-    throw TypeMismatch(L"");
+    throw TypeMismatch(source);
   }
   return value;
 }
@@ -29,14 +29,14 @@ Value WholeNumber(double number) {
   return static_cast<std::int32_t>(number);
 }
 
-double FloatingPoint(const VARIANT& number) {
+double FloatingPoint(const VARIANT& number, const std::wstring& source) {
   Variant converted;
   if (FAILED(VariantChangeType(&converted.get(), ReadOnly(number), 0, VT_R8)))
-    throw TypeMismatch(L"");
+    throw TypeMismatch(source);
   return converted.get().dblVal;
 }
 
-Value PlainValue(const VARIANT& value) {
+Value PlainValue(const VARIANT& value, const std::wstring& source) {
   switch (value.vt) {
     case VT_NULL:
       return Null{};
@@ -56,14 +56,14 @@ Value PlainValue(const VARIANT& value) {
     case VT_UINT:
     case VT_I8:
     case VT_UI8:
-      return WholeNumber(FloatingPoint(value));
+      return WholeNumber(FloatingPoint(value, source));
     case VT_R4:
     case VT_R8:
     case VT_DATE:
     case VT_DECIMAL:
-      return FloatingPoint(value);
+      return FloatingPoint(value, source);
     default:
-      throw TypeMismatch(L"");
+      throw TypeMismatch(source);
   }
 }
 
@@ -78,13 +78,27 @@ Error MissingReference() {
           L"An argument that is passed by reference is a null pointer."};
 }
 
-Value ToValue(const VARIANT& argument) {
+bool IsNullReference(const VARIANT& argument) noexcept {
+  const VARIANT* value = &argument;
+  // Automation follows a reference to a reference and no further; a chain longer than that is
+  // refused by it without being followed.
+  for (int depth = 0; depth < 4; ++depth) {
+    if ((value->vt & VT_BYREF) == 0) return false;
+    if (value->byref == nullptr) return true;
+    if (value->vt != (VT_BYREF | VT_VARIANT)) return false;
+    value = value->pvarVal;
+  }
+  return false;
+}
+
+Value ToValue(const VARIANT& argument, const std::wstring& source) {
+  if (IsNullReference(argument)) throw MissingReference();
   Variant value;
-  if (FAILED(VariantCopyInd(&value.get(), ReadOnly(argument)))) throw TypeMismatch(L"");
+  if (FAILED(VariantCopyInd(&value.get(), ReadOnly(argument)))) throw TypeMismatch(source);
   // An object may have an object as its default property; the depth is bounded against cycles.
   for (int depth = 0; value.get().vt == VT_DISPATCH && depth < 8; ++depth)
-    value = DefaultProperty(value.get().pdispVal);
-  return PlainValue(value.get());
+    value = DefaultProperty(value.get().pdispVal, source);
+  return PlainValue(value.get(), source);
 }
 
 void Put(const std::wstring& value, BSTR* result) { *result = Bstr(value).Detach(); }

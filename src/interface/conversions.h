@@ -17,10 +17,13 @@ namespace tdefault::automation {
 [[nodiscard]] Error MissingReference();
 [[nodiscard]] inline bool ToBool(VARIANT_BOOL value) noexcept { return value != VARIANT_FALSE; }
 
+// Whether the argument is passed by reference and the reference, or one behind it, is null.
+[[nodiscard]] bool IsNullReference(const VARIANT& argument) noexcept;
+
 // What a host passed for an untyped argument: references followed, an object replaced by its
-// default property. Throws TypeMismatch for an array, an object without a default property, or
-// nothing at all.
-[[nodiscard]] Value ToValue(const VARIANT& argument);
+// default property. `source` names the member in errors. Throws TypeMismatch for an array, an
+// object without a default property, or nothing at all; MissingReference for a null reference.
+[[nodiscard]] Value ToValue(const VARIANT& argument, const std::wstring& source);
 
 // How a member hands its result out. The target is cleared and its caller's from then on.
 inline void Put(bool value, VARIANT_BOOL* result) noexcept {

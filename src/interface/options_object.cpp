@@ -43,7 +43,8 @@ void OptionsObject::DLLError(std::int32_t number, const std::wstring& descriptio
 }
 
 STDMETHODIMP OptionsObject::get_Item(VARIANT index, ::_INIOption** result) noexcept {
-  return Answer(result, [&] { return Show<INIOptionObject>(options_.Item(ToValue(index))); });
+  return Answer(result,
+                [&] { return Show<INIOptionObject>(options_.Item(ToValue(index, L":Item"))); });
 }
 
 STDMETHODIMP OptionsObject::NewEnum(IUnknown** result) noexcept {

@@ -9,7 +9,8 @@ STDMETHODIMP ReportsObject::Count(SHORT* result) noexcept {
 }
 
 STDMETHODIMP ReportsObject::Item(VARIANT index, ::_Report** result) noexcept {
-  return Answer(result, [&] { return Show<ReportObject>(reports_->Item(ToValue(index))); });
+  return Answer(
+      result, [&] { return Show<ReportObject>(reports_->Item(ToValue(index, L"Reports:Item"))); });
 }
 
 STDMETHODIMP ReportsObject::NewEnum(IUnknown** result) noexcept {

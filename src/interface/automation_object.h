@@ -61,7 +61,7 @@ class AutomationObject : public Interface, public ISupportErrorInfo, public IPro
     if (iid != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
     std::shared_ptr<const TypeDescription> type;
     const HRESULT found = Module::Instance().FindType(__uuidof(Interface), type);
-    return FAILED(found) ? found : DispGetIDsOfNames(type->type(), names, count, ids);
+    return FAILED(found) ? found : type->FindIds(names, count, ids);
   }
   STDMETHODIMP Invoke(DISPID id, REFIID iid, LCID locale, WORD flags, DISPPARAMS* arguments,
                       VARIANT* result, EXCEPINFO* exception,

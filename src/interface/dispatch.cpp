@@ -3,12 +3,17 @@
 #include <array>
 #include <cstring>
 
+#include "interface/conversions.h"
+#include "interface/guard.h"
+
 namespace tdefault::automation {
 
 namespace {
 
 // More than any member has.
 constexpr UINT kMostParameters = 16;
+// Automation's number for a member of Nothing.
+constexpr long kObjectNotSet = 91;
 
 // A function description on loan from a type description.
 class Function {
@@ -41,6 +46,7 @@ struct Argument {
   VARIANT* given = nullptr;  // null when omitted
   UINT position = 0;         // of `given` in the caller's array
   Variant value;             // of the declared type
+  Variant before;  // a copy of `value`, of an object only, to tell what the member changes
 };
 
 // The type library's own types among the parameters are enumerations.
@@ -74,16 +80,23 @@ bool IsOmitted(const Argument& argument) {
   return value->vt == VT_ERROR && value->scode == DISP_E_PARAMNOTFOUND;
 }
 
+// Automation has several codes for a value that is none of the wanted type, Nothing for a text or a
+// type that it does not know for example; hosts name the argument for this one.
+HRESULT ConversionResult(HRESULT result) {
+  return result == DISP_E_BADVARTYPE || result == E_INVALIDARG ? DISP_E_TYPEMISMATCH : result;
+}
+
 HRESULT Convert(const VARIANT& given, VARTYPE type, LCID locale, VARIANT& value) {
-  if ((given.vt & VT_BYREF) != 0 && given.byref == nullptr) return E_POINTER;
+  if (IsNullReference(given)) return E_POINTER;
   Variant plain;
   const HRESULT copied = VariantCopyInd(&plain.get(), ReadOnly(given));
-  if (FAILED(copied)) return copied;
+  if (FAILED(copied)) return ConversionResult(copied);
   if (type == VT_VARIANT || plain.get().vt == type) {
     value = plain.Detach();
     return S_OK;
   }
-  return VariantChangeTypeEx(&value, &plain.get(), locale, VARIANT_ALPHABOOL, type);
+  return ConversionResult(
+      VariantChangeTypeEx(&value, &plain.get(), locale, VARIANT_ALPHABOOL, type));
 }
 
 HRESULT UseDefault(const Parameter& parameter, LCID locale, VARIANT& value) {
@@ -118,6 +131,14 @@ UINT SizeOf(VARTYPE type) {
     default:
       return 0;
   }
+}
+
+bool IsObject(const VARIANT& value) { return value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN; }
+
+// Whether the member changed an argument for which an object was given.
+bool IsChanged(const Argument& argument, LCID locale) {
+  return VarCmp(ReadOnly(argument.before.get()), ReadOnly(argument.value.get()), locale, 0) !=
+         VARCMP_EQ;
 }
 
 // Gives a by-reference parameter's value back to what the caller passed for it. A value that the
@@ -210,7 +231,10 @@ class Call {
     Argument& argument = arguments_[index];
     const Parameter& parameter = parameters_[index];
     if (IsOmitted(argument)) return UseDefault(parameter, call_.locale, argument.value.get());
-    return Convert(*Follow(argument.given), parameter.type, call_.locale, argument.value.get());
+    const VARIANT* given = Follow(argument.given);
+    const HRESULT converted = Convert(*given, parameter.type, call_.locale, argument.value.get());
+    if (FAILED(converted) || !parameter.by_reference || !IsObject(*given)) return converted;
+    return VariantCopy(&argument.before.get(), ReadOnly(argument.value.get()));
   }
 
   // The value or a reference to it; nothing is copied, the argument stays the owner.
@@ -226,8 +250,10 @@ class Call {
 
   void ReturnReferences() {
     for (UINT index = 0; index < count_; ++index) {
-      if (parameters_[index].by_reference && !IsOmitted(arguments_[index]))
-        WriteBack(arguments_[index].value.get(), call_.locale, arguments_[index].given);
+      const Argument& argument = arguments_[index];
+      if (!parameters_[index].by_reference || IsOmitted(argument)) continue;
+      if (IsObject(*Follow(argument.given)) && !IsChanged(argument, call_.locale)) continue;
+      WriteBack(argument.value.get(), call_.locale, argument.given);
     }
   }
 
@@ -243,6 +269,16 @@ bool GivesObject(const Function& function) {
   return result.vt == VT_PTR && result.lptdesc->vt == VT_USERDEFINED;
 }
 
+// What a script gets that uses a member of Nothing.
+HRESULT ObjectNotSet(EXCEPINFO* exception) {
+  if (exception == nullptr) return DISP_E_EXCEPTION;
+  *exception = EXCEPINFO{};
+  exception->scode = Hresult(kObjectNotSet);
+  exception->bstrSource = SysAllocString(L"TovoDefaults");
+  exception->bstrDescription = SysAllocString(L"Object variable or With block variable not set");
+  return DISP_E_EXCEPTION;
+}
+
 // object.Choices(1): the arguments are for the default member of what the member gives.
 HRESULT InvokeDefaultMember(ITypeInfo* type, void* object, const Function& function,
                             const LateBoundCall& call) {
@@ -251,9 +287,9 @@ HRESULT InvokeDefaultMember(ITypeInfo* type, void* object, const Function& funct
   const HRESULT got = type->Invoke(object, call.id, static_cast<WORD>(function->invkind),
                                    &no_arguments, &owner.get(), call.exception, nullptr);
   if (FAILED(got)) return got;
-  ComPtr<IDispatch> member;
-  if (owner.get().vt != VT_DISPATCH || owner.get().pdispVal == nullptr) return DISP_E_BADPARAMCOUNT;
-  member = owner.get().pdispVal;
+  if (owner.get().vt != VT_DISPATCH) return DISP_E_BADPARAMCOUNT;
+  if (owner.get().pdispVal == nullptr) return ObjectNotSet(call.exception);
+  const ComPtr<IDispatch> member = owner.get().pdispVal;
   return member->Invoke(DISPID_VALUE, IID_NULL, call.locale, call.flags, call.arguments,
                         call.result, call.exception, call.wrong_argument);
 }

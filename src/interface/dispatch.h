@@ -23,9 +23,10 @@ struct LateBoundCall {
 // arguments get their default (0 or empty text without one); arguments may be named; each is
 // converted to the declared type; a by-reference parameter takes a reference to a variant as well,
 // which is what every script variable is, and the variable receives the value afterwards. A
-// variable that already equals that value keeps its own type. The enumerator member answers as a
+// variable that already equals that value keeps its own type, and one that holds an object keeps it
+// unless the member changed what the object was converted to. The enumerator member answers as a
 // method and as a property. Arguments for a member that takes none and gives an object go to that
-// object's default member.
+// object's default member; Nothing in its place is automation's error 91.
 [[nodiscard]] HRESULT InvokeMember(const TypeDescription& description, void* object,
                                    const LateBoundCall& call) noexcept;
 

@@ -49,4 +49,4 @@ expect("events", calls.join(" "), "Modified");
 expect("saved", options(1).CurrentValue, "C:\\OTHER");
 relay.Disconnect();
 
-WScript.Echo("DONE");
+finish();

@@ -45,6 +45,14 @@ Expect "choices", texts, "1=One;2=;"
 Expect "choices by position", added.Choices(1).Description, "One"
 Expect "choices counted", added.Choices.Count, 2
 
+' For Each over a list without choices.
+Expect "no choices", first.Choices.Count, 0
+count = 0
+For Each choice In first.Choices
+  count = count + 1
+Next
+Expect "For Each over no choices", count, 0
+
 ' Report layouts.
 Set reports = options.ReportTypes
 names = ""
@@ -63,4 +71,4 @@ Expect "cut", first.NewValue, String(78, "x")
 first.NewValue = "  5  "
 Expect "trimmed", first.NewValue, "5"
 
-WScript.Echo "DONE"
+Finish

@@ -1,6 +1,8 @@
 var shop = WScript.Arguments(0);
+var expectations = 0;
 
 function expect(what, actual, expected) {
+  expectations++;
   if (String(actual) !== String(expected)) {
     WScript.Echo("FAIL " + what + ": '" + actual + "' instead of '" + expected + "'");
   }
@@ -13,3 +15,7 @@ function createAtShop() {
   return options;
 }
 
+// The last statement of every script; the number shows that no expectation was skipped.
+function finish() {
+  WScript.Echo("DONE " + expectations);
+}

@@ -1,10 +1,12 @@
 Option Explicit
 
-Dim shop, fso
+Dim shop, fso, expectations
+expectations = 0
 shop = WScript.Arguments(0)
 Set fso = CreateObject("Scripting.FileSystemObject")
 
 Sub Expect(what, actual, expected)
+  expectations = expectations + 1
   If CStr(actual) <> CStr(expected) Then
     WScript.Echo "FAIL " & what & ": '" & actual & "' instead of '" & expected & "'"
   End If
@@ -24,3 +26,8 @@ Function CreateAtShop()
   CreateAtShop.INIFile = shop & "\workstation\TOVO.INI"
 End Function
 
+' The last statement of every script. The number shows that no expectation was skipped, as one is
+' whose arguments fail while errors are resumed.
+Sub Finish
+  WScript.Echo "DONE " & expectations
+End Sub

@@ -25,6 +25,22 @@ number = options.Colour
 Expect "no such member", Err.Number, 438
 Err.Clear
 
+' Arguments of no use: Nothing, Empty and an array.
+options.DataPath = Nothing
+Expect "Nothing for a text", Err.Number, 13
+Err.Clear
+Set table = options(Nothing)
+ExpectError "Nothing as an index", 13, ":Item", "Type mismatch"
+Set table = options.ReportTypes(Empty)
+ExpectError "Empty as an index", 13, "Reports:Item", "Type mismatch"
+Set table = options(1).Choices(Array(1, 2))
+ExpectError "an array as an index", 13, "cChoices:Item", "Type mismatch"
+
+' The layouts before they are loaded.
+Set options = CreateAtShop()
+Set table = options.ReportTypes(1)
+ExpectError "no layouts yet", 91, "TovoDefaults", "Object variable or With block variable not set"
+
 ' An INI file that is not there.
 options.INIFile = shop & "\none.ini"
 ExpectError "INI file", 53, "cscript:SetINIFile", "File not found"
@@ -59,4 +75,4 @@ Expect "no table, description", LCase(Err.Description), _
 Expect "no table, display case", Right(Err.Description, 34), "\Data\Defaults.dbf' was not found."
 Err.Clear
 
-WScript.Echo "DONE"
+Finish

@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# run_script.sh EMULATOR SCRIPT SAMPLE_SHOP: runs a VBScript or JScript test under cscript on a
-# throw-away copy of the shop. The script host answers 0 whatever happens to a script, so a test has
-# passed only when its last line is DONE and no line starts with FAIL.
+# run_script.sh EMULATOR SCRIPT EXPECTATIONS SAMPLE_SHOP: runs a VBScript or JScript test under
+# cscript on a throw-away copy of the shop. The script host answers 0 whatever happens to a script,
+# so a test has passed only when its last line is DONE with the number of its expectations and no
+# line starts with FAIL.
 #
 # The script gets one argument, a folder with data, workstation, and duplicate: a copy of data whose
 # table has the first ID twice.
 set -euo pipefail
-emulator=$1 script=$2 shop=$3
+emulator=$1 script=$2 expectations=$3 shop=$4
 folder=$(cd "$(dirname "$script")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -28,4 +29,4 @@ kind=${script##*.}
 cat "$folder/expect.$kind" "$script" >"$work/test.$kind"
 output=$(timeout 120 "$emulator" cscript //nologo "Z:${work//\//\\}\\test.$kind" "Z:${work//\//\\}" | tr -d '\r')
 echo "$output"
-[ "$(tail -n 1 <<<"$output")" = DONE ] && ! grep -q '^FAIL' <<<"$output"
+[ "$(tail -n 1 <<<"$output")" = "DONE $expectations" ] && ! grep -q '^FAIL' <<<"$output"

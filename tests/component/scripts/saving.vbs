@@ -49,4 +49,4 @@ relay.Disconnect
 Expect "Save again", options.Save, True
 Expect "events after disconnecting", Trim(handler.Calls), "Modified"
 
-WScript.Echo "DONE"
+Finish

@@ -180,6 +180,57 @@ TEST_CASE("a handler may use the catalogue while Modified is raised") {
   Disconnect(options.Get(), __uuidof(::__Options), cookie);
 }
 
+TEST_CASE("a handler may save again while Modified is raised") {
+  const Apartment apartment;
+  const Shop shop;
+  const ComPtr<::_Options> options = OpenShop(shop);
+  const auto set = [&](const wchar_t* value) {
+    const auto option = FindOption(options.Get(), "Defaults", "WorkstationName");
+    REQUIRE(option->put_NewValue(Bstr(value).get()) == S_OK);
+  };
+  int calls = 0;
+  EventHandler handler([&](DISPID event, const DISPPARAMS&) {
+    CHECK(event == kModified);
+    if (++calls > 1) return S_OK;
+    // The handler sees the catalogue from before the save until it is loaded again.
+    set(L"SECOND");
+    CHECK(Save(options.Get()) == VARIANT_TRUE);
+    return S_OK;
+  });
+  const DWORD cookie = Connect(options.Get(), __uuidof(::__Options), handler);
+  set(L"FIRST");
+  CHECK(Save(options.Get()) == VARIANT_TRUE);
+  CHECK(calls == 2);
+  CHECK(ContentsOf(shop.local_ini()).find("WorkstationName=SECOND") != std::string::npos);
+  const auto saved = FindOption(options.Get(), "Defaults", "WorkstationName");
+  CHECK(Text(saved.Get(), &::_INIOption::get_CurrentValue) == "SECOND");
+  Disconnect(options.Get(), __uuidof(::__Options), cookie);
+}
+
+TEST_CASE("error information that a handler leaves is not taken for that of the save") {
+  const Apartment apartment;
+  const Shop shop;
+  const ComPtr<::_Options> options = OpenShop(shop);
+  int calls = 0;
+  EventHandler handler([&](DISPID, const DISPPARAMS&) {
+    ++calls;
+    ComPtr<ICreateErrorInfo> made;
+    ComPtr<IErrorInfo> information;
+    REQUIRE(CreateErrorInfo(&made) == S_OK);
+    wchar_t text[] = L"the handler's own";
+    REQUIRE(made->SetDescription(text) == S_OK);
+    REQUIRE(made.As(&information) == S_OK);
+    REQUIRE(SetErrorInfo(0, information.Get()) == S_OK);
+    return E_FAIL;
+  });
+  const DWORD cookie = Connect(options.Get(), __uuidof(::__Options), handler);
+  CHECK(Save(options.Get()) == VARIANT_TRUE);
+  CHECK(calls == 1);
+  ComPtr<IErrorInfo> left;
+  CHECK(GetErrorInfo(0, &left) == S_FALSE);
+  Disconnect(options.Get(), __uuidof(::__Options), cookie);
+}
+
 TEST_CASE("connection points tell their interface, owner and connections") {
   const Apartment apartment;
   const Shop shop;

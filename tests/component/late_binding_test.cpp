@@ -16,6 +16,14 @@ std::vector<VARIANT> Plain(const std::vector<Variant>& arguments) {
   return plain;
 }
 
+// A key of the invoice layout, in the local INI file as it is now.
+std::string Stored(const Shop& shop, const wchar_t* key) {
+  std::wstring value(100, L'\0');
+  value.resize(GetPrivateProfileStringW(L"InvoiceControl", key, L"", value.data(), 100,
+                                        shop.local_ini().c_str()));
+  return Utf8(value);
+}
+
 constexpr WORD kCall = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 
 }  // namespace
@@ -214,19 +222,39 @@ TEST_CASE("text parameters by reference take a script's variable and give it bac
   const Outcome added = choices.Invoke(L"Add", kCall, {item.get(), Reference(description)});
   REQUIRE(added.code == S_OK);
   CHECK(LateBound(added.value).Text(L"Description") == "12");
+}
 
+TEST_CASE("SaveReports takes a script's variables and Refresh shows the layout it saved") {
+  const Apartment apartment;
+  const Shop shop;
+  const LateBound options(OpenShop(shop).Get());
   const LateBound reports(options.Get(L"ReportTypes"));
-  Variant pricing = Argument(1);
+  const auto is_current = [&](const wchar_t* name) {
+    const LateBound report(reports.Get(L"Item", Arguments(name)));
+    return report.Get(L"CurrentReport").get().boolVal == VARIANT_TRUE;
+  };
+  REQUIRE(is_current(L"INV2"));
   Variant file = Argument(shop.local_ini().c_str());
   const Variant name = Argument(L"inv1");
-  const Outcome saved =
-      reports.Invoke(L"SaveReports", kCall, {name.get(), Reference(pricing), Reference(file)});
-  REQUIRE(saved.code == S_OK);
-  CHECK(saved.value.get().vt == VT_BOOL);
-  CHECK(saved.value.get().boolVal == VARIANT_FALSE);
-  CHECK(Utf8(file) == Utf8(shop.local_ini()));
-  CHECK(pricing.get().vt == VT_BOOL);
-  CHECK(pricing.get().boolVal == VARIANT_TRUE);
+  for (const int with_pricing : {0, 1}) {
+    Variant pricing = Argument(with_pricing);
+    const Outcome saved =
+        reports.Invoke(L"SaveReports", kCall, {name.get(), Reference(pricing), Reference(file)});
+    REQUIRE(saved.code == S_OK);
+    CHECK(saved.value.get().vt == VT_BOOL);
+    CHECK(saved.value.get().boolVal == VARIANT_FALSE);
+    CHECK(Utf8(file) == Utf8(shop.local_ini()));
+    CHECK(Stored(shop, L"InvoiceStyle") == "INV1");
+    CHECK(Stored(shop, L"DedInvoiceStyle") == (with_pricing != 0 ? "INV1D" : "INV1D$"));
+    CHECK(Stored(shop, L"FaxReport") == "inv1");
+    // A number that is the truth value already keeps its type.
+    CHECK(pricing.get().vt == (with_pricing != 0 ? VT_BOOL : VT_I4));
+    if (with_pricing != 0) CHECK(pricing.get().boolVal == VARIANT_TRUE);
+  }
+  CHECK(is_current(L"INV2"));
+  CHECK(reports.Try(L"Refresh").code == S_OK);
+  CHECK(is_current(L"INV1"));
+  CHECK(!is_current(L"INV2"));
 }
 
 TEST_CASE("results have the published types") {

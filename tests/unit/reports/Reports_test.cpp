@@ -131,6 +131,17 @@ TEST_CASE("a layout's name is cut to 30 characters and its code to 8") {
   CHECK(report->NewReport() == L"ABCDEF");
 }
 
+TEST_CASE("a stored style of more than 8 characters flags no layout, not even its cut one") {
+  Shop shop;
+  shop.AddLayout(L"cut", L"", Null(), L"INVOICE12");
+  shop.machine.PutFile(
+      kLocalIni,
+      "[Defaults]\r\nDataPath=C:\\SHOP\r\n[InvoiceControl]\r\nInvoiceStyle=INVOICE12\r\n");
+  const auto reports = shop.Load();
+  REQUIRE(reports->Item(3)->ReportName() == L"INVOICE1");
+  for (const auto& report : reports->elements()) CHECK_FALSE(report->CurrentReport());
+}
+
 TEST_CASE("a layout is found by its code in any letter case or by its position") {
   Shop shop;
   const auto reports = shop.Load();

@@ -52,7 +52,8 @@ TEST_CASE("a byte below ten is padded with a zero") {
 
 TEST_CASE(
     "a byte from ten to fifteen gives one digit and the last group repeats the one before it") {
-  // The byte text is B262 0 0 50 D A 5 5 9 6 B 9 with the fourth byte as the lone letter C.
+  // The bytes give B2 62 10 C DA 55 96 B9, one digit short: the last twelve begin with the 2 that
+  // ends the first four.
   CHECK(GuidTextOf({1, 2, 3, {0xb2, 0x62, 0x10, 0x0c, 0xda, 0x55, 0x96, 0xb9}}) ==
         L"00000001-0002-0003-B262-210CDA5596B9");
   CHECK(GuidTextOf({1, 2, 3, {0x0a, 0x0b, 0x0c, 0x0f, 0xda, 0x55, 0x96, 0xb9}}) ==

@@ -29,7 +29,14 @@ keys=(
   'TovoDefaultsTest.EventRelay'
 )
 
-run() { timeout 120 "$emulator" "$@"; }
+# Runs a Windows program. Its output goes through a file: on a fresh prefix it may start Wine's
+# desktop, which keeps the output open for as long as the session lasts.
+run() {
+  local status=0
+  timeout 120 "$emulator" "$@" >"$state/output" 2>&1 </dev/null || status=$?
+  cat "$state/output"
+  return $status
+}
 
 fail() {
   echo "registration.sh: $*" >&2

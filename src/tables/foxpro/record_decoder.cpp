@@ -93,7 +93,7 @@ std::optional<bool> ParseLogical(char stored) {
 }
 
 // FoxPro keeps whole seconds, computed through a fraction of a day: what it stores may be a
-// millisecond off.
+// millisecond off. The last millisecond of the last day stays, for want of a day behind it.
 std::optional<DateTime> ParseStoredDateTime(std::string_view bytes) {
   DateTime stored{{static_cast<std::int32_t>(LittleEndian32(Unsigned(bytes), 0))},
                   static_cast<std::int32_t>(LittleEndian32(Unsigned(bytes), 4))};
@@ -103,17 +103,20 @@ std::optional<DateTime> ParseStoredDateTime(std::string_view bytes) {
   const std::int32_t part = stored.milliseconds % kMillisecondsPerSecond;
   if (part == 1) --stored.milliseconds;
   if (part == kMillisecondsPerSecond - 1) ++stored.milliseconds;
-  if (stored.milliseconds == kMillisecondsPerDay) {
-    stored.milliseconds = 0;
-    ++stored.date.julian_day;
-  }
-  return stored;
+  if (stored.milliseconds < kMillisecondsPerDay) return stored;
+  if (stored.date == kLastDay) return DateTime{kLastDay, kMillisecondsPerDay - 1};
+  return DateTime{{stored.date.julian_day + 1}, 0};
 }
 
 std::optional<double> ParseStoredDouble(std::string_view bytes) {
   const auto number = std::bit_cast<double>(LittleEndian64(Unsigned(bytes), 0));
   if (!std::isfinite(number)) return std::nullopt;
   return number;
+}
+
+// FoxPro fills a numeric column with asterisks where the number does not fit it.
+bool IsOverflow(std::string_view bytes) {
+  return bytes.find_first_not_of('*') == std::string_view::npos;
 }
 
 // The block number of a memo value; 0 when the column is empty.
@@ -230,8 +233,8 @@ Value RecordDecoder::Decode(std::size_t column, const std::uint8_t* record,
   switch (stored.column.type) {
     case 'N':
     case 'F':
-      return Stored(ParseStoredNumber(bytes), place,
-                    L"number (asterisks stand for one that did not fit the column)");
+      if (IsOverflow(bytes)) return Null{};
+      return Stored(ParseStoredNumber(bytes), place, L"number");
     case 'L':
       return Stored(ParseLogical(bytes.front()), place, L"logical value");
     case 'D':

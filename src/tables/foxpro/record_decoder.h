@@ -16,7 +16,7 @@
 namespace tdefault::tables::foxpro {
 
 // The number that a numeric column stores as text: blanks around it ignored, blank is 0. Absent
-// when the text is no number; so are the asterisks of a number that did not fit its column.
+// when the text is no number.
 [[nodiscard]] std::optional<double> ParseStoredNumber(std::string_view text);
 
 // The day that a date column stores as eight digits; blanks or zeros are the empty date. Absent
@@ -24,7 +24,8 @@ namespace tdefault::tables::foxpro {
 [[nodiscard]] std::optional<Date> ParseStoredDate(std::string_view text);
 
 // Decodes the records of one table. Stored numbers become double (columns of the types N, F and B)
-// or 32-bit integers (type I); text stays blank-padded as stored.
+// or 32-bit integers (type I); a numeric column full of asterisks, which FoxPro stores for a number
+// that does not fit, is null. Text stays blank-padded as stored.
 class RecordDecoder {
  public:
   // All three outlive the decoder; `memo` is null for a table without a memo file.

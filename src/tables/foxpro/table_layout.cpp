@@ -196,12 +196,13 @@ class LayoutReader {
           table_header::kSize + index * field_descriptor::kSize, field_descriptor::kSize);
       StoredColumn stored = ReadDescriptor(descriptor, offset, layout.code_page, bits);
       const auto length = static_cast<std::size_t>(stored.column.length);
-      if (stored.column.type == kNullFlagsType) {
+      const bool null_flags = stored.column.type == kNullFlagsType;
+      if (null_flags) {
         layout.null_flags_offset = offset;
         null_flags_length = length;
       }
       offset += length;
-      if ((Flags(descriptor) & field_descriptor::kSystem) != 0) continue;
+      if (null_flags || (Flags(descriptor) & field_descriptor::kSystem) != 0) continue;
       layout.has_memo_columns = layout.has_memo_columns || IsMemoType(stored.column.type);
       CheckUnique(stored.column.name, layout);
       layout.columns.push_back(std::move(stored));

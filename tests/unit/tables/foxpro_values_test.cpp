@@ -75,14 +75,22 @@ TEST_CASE("a blank number reads as 0") {
   CHECK(StoredAs('N', " ", 1) == Value(0.0));
 }
 
-TEST_CASE("a number that did not fit, or is none, names table, record and column") {
-  for (const char* stored : {"**********", "*", "abc", "1 2", "1.2.3", "-", ".", "--5", "1e", "inf",
-                             "nan", "0x10", "12,5", "1e999"}) {
+TEST_CASE("a numeric column full of asterisks is null, whether it may be or not") {
+  for (const char type : {'N', 'F'}) {
+    CHECK(StoredAs(type, "**********", 10) == Value(Null{}));
+    CHECK(StoredAs(type, "*", 1) == Value(Null{}));
+    CHECK(StoredAs(type, "***", 3, 0, 0x03) == Value(Null{}));
+  }
+}
+
+TEST_CASE("text that is no number names table, record and column") {
+  for (const char* stored : {"*", "*********1", "         *", "abc", "1 2", "1.2.3", "-", ".",
+                             "--5", "1e", "inf", "nan", "0x10", "12,5", "1e999"}) {
     CAPTURE(stored);
     const Error error = ErrorOfStored('N', stored, 10);
     INFO(error.what());
     CHECK(NamesPlace(error));
-    CHECK(Contains(error, L"asterisks"));
+    CHECK(Contains(error, L"are no number"));
   }
 }
 
@@ -90,7 +98,7 @@ TEST_CASE("a damaged value fails only who reads it: the other columns and rows a
   TableShelf shelf;
   TableBytes bytes;
   bytes.Column("A", 'C', 2).Column("X", 'N', 3);
-  bytes.Row({"a1", "***"}).Row({"a2", "  2"});
+  bytes.Row({"a1", "1*2"}).Row({"a2", "  2"});
   shelf.Put(bytes.Bytes());
   const auto table = shelf.Open();
   const auto cursor = table->Scan();
@@ -143,6 +151,10 @@ TEST_CASE("dates with times read as day and milliseconds, whole seconds restored
   CHECK(StoredAs('T', stored(2451976, 36000500), 8) == value(Day(2001, 3, 7), 36000500));
   CHECK(StoredAs('T', stored(2451976, 86399999), 8) == value(Day(2001, 3, 8), 0));
   CHECK(StoredAs('T', stored(0, 0), 8) == value(Date{}, 0));
+  const std::uint32_t last_day = 5373484;
+  CHECK(StoredAs('T', stored(last_day, 86398999), 8) == value(Day(9999, 12, 31), 86399000));
+  CHECK(StoredAs('T', stored(last_day, 86399999), 8) == value(Day(9999, 12, 31), 86399999));
+  CHECK(StoredAs('T', stored(last_day - 1, 86399999), 8) == value(Day(9999, 12, 31), 0));
   for (const std::string& damaged :
        {stored(2451976, 86400000), stored(2451976, 0xFFFFFFFF), stored(0, 1), stored(1, 0),
         stored(5373485, 0), stored(0xFFFFFFFF, 0), std::string(8, ' ')}) {
@@ -251,6 +263,19 @@ TEST_CASE("system columns are not shown") {
   bytes.Row({"a", std::string(1, '\0'), "b"});
   shelf.Put(bytes.Bytes());
   CHECK(shelf.Rows().at(0) == std::vector<Value>{std::wstring(L"a"), std::wstring(L"b")});
+}
+
+TEST_CASE("the column of null flags is hidden without the system flag too") {
+  for (const std::uint8_t flags : {0, 4}) {
+    TableShelf shelf;
+    TableBytes bytes(0x30);
+    bytes.Column("A", 'C', 1, 0, kNullableFlag).Column("_NullFlags", '0', 1, 0, flags);
+    bytes.Row({"a", std::string(1, '\0')}).Row({" ", std::string(1, '\1')});
+    shelf.Put(bytes.Bytes());
+    const auto rows = shelf.Rows();
+    CHECK(rows.at(0) == std::vector<Value>{std::wstring(L"a")});
+    CHECK(rows.at(1) == std::vector<Value>{Null{}});
+  }
 }
 
 TEST_CASE("column types of Visual FoxPro are refused in older tables") {

@@ -73,7 +73,7 @@ class Recordset {
   [[nodiscard]] virtual bool eof() const = 0;
 
   // The number of rows; -1 for a forward-only or dynamic server cursor, which does not know. May
-  // cost a pass over the rows.
+  // cost a pass over the rows, and throws what MoveNext would throw on it; the current row stays.
   [[nodiscard]] virtual std::int32_t record_count() const = 0;
 
   // Throws kNoCurrentRow on a recordset without rows.

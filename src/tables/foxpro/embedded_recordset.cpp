@@ -159,19 +159,25 @@ bool EmbeddedRecordset::eof() const {
 std::int32_t EmbeddedRecordset::record_count() const {
   RequireOpen(L"RecordCount");
   if (!counts_) return kUnknownCount;
-  if (!record_count_) {
-    const bool was_eof = eof_;
-    const std::int64_t here = row_number_;
+  if (record_count_) return *record_count_;
+  const bool was_eof = eof_;
+  const std::int64_t here = row_number_;
+  try {
     while (!eof_) Step();
-    record_count_ = static_cast<std::int32_t>(row_number_);
-    if (!was_eof) {
-      rows_->Rewind();
-      row_number_ = 0;
-      eof_ = false;
-      while (!eof_ && row_number_ < here) Step();
-    }
+  } catch (...) {
+    ReturnTo(here);
+    throw;
   }
+  record_count_ = static_cast<std::int32_t>(row_number_);
+  if (!was_eof) ReturnTo(here);
   return *record_count_;
+}
+
+void EmbeddedRecordset::ReturnTo(std::int64_t row) const {
+  rows_->Rewind();
+  row_number_ = 0;
+  eof_ = false;
+  while (!eof_ && row_number_ < row) Step();
 }
 
 void EmbeddedRecordset::MoveFirst() {

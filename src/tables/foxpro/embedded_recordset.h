@@ -54,6 +54,8 @@ class EmbeddedRecordset final : public Recordset {
   void RequireOpen(const wchar_t* operation) const;
   // Steps to the next row or to EOF. A step that fails leaves the recordset at EOF.
   void Step() const;
+  // Stands on a row that was the current one before. A step that fails leaves it at EOF.
+  void ReturnTo(std::int64_t row) const;
 
   std::optional<CursorLocation> cursor_location_;
   EmbeddedConnection* connection_ = nullptr;  // null while closed

@@ -325,6 +325,25 @@ TEST_CASE("a damaged row ends the recordset: the rows after it are not shown as 
   CHECK(ErrorOf([&] { rows->MoveNext(); }).number() == error_number::kNoCurrentRow);
 }
 
+TEST_CASE("counting that meets a damaged row fails and stays on the current row") {
+  Shop shop;
+  TableBytes table;
+  table.Column("ID", 'C', 1).Row({"a"}).Row({"b"}).Row({"c"}).Row({"d"}, '\0').Row({"e"});
+  shop.machine().PutFile(L"C:\\Data\\BAD.dbf", table.Bytes());
+  const auto connection = shop.Connect();
+  const auto rows = connection->Execute(L"SELECT * FROM BAD");
+  rows->MoveNext();
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const Error error = ErrorOf([&] { static_cast<void>(rows->record_count()); });
+    CHECK(error.number() == error_number::kTableDamaged);
+    CHECK(Contains(error, L"record 4"));
+    CHECK_FALSE(rows->eof());
+    CHECK(rows->field(0).value() == Value(std::wstring(L"b")));
+  }
+  rows->MoveNext();
+  CHECK(rows->field(0).value() == Value(std::wstring(L"c")));
+}
+
 TEST_CASE("cancelling leaves a recordset as it is") {
   Shop shop;
   const auto connection = shop.Connect();

@@ -164,7 +164,7 @@ std::int32_t EmbeddedRecordset::record_count() const {
   const std::int64_t here = row_number_;
   try {
     while (!eof_) Step();
-  } catch (...) {
+  } catch (const Error&) {
     ReturnTo(here);
     throw;
   }

@@ -8,7 +8,7 @@ if [ -e "$WINEPREFIX/ready" ]; then wineserver -k 2>/dev/null; fi
 if [ -s "$root/build/wine.session" ]; then
   # The idle program's process group has the number of its leader, whose name tells it is still ours.
   leader=$(cat "$root/build/wine.session")
-  if ps -o args= -p "$leader" | grep -qF 'sleep 1800'; then kill -- "-$leader"; fi
+  if ps -o args= -p "$leader" | grep -qF 'sleep 20000'; then kill -- "-$leader"; fi
   rm -f "$root/build/wine.session"
 fi
 if [ -s "$root/build/display" ]; then

@@ -47,16 +47,17 @@ prepare_wine() {
   exec 9>&-
 }
 
-# Wine's services are started by the first program of a session and keep that program's output open
-# until the session ends, so whoever reads the output would wait as long. An idle program that
-# belongs to nobody starts them instead and keeps the session for half an hour.
+# Wine's services and the process of its desktop are started by the first program that needs them and
+# keep that program's output open until the session ends, so whoever reads the output would wait as
+# long. Programs that belong to nobody start them instead: an idle one, which keeps the session for
+# some hours, and one that makes a window.
 keep_session() {
   exec 9>"$root/build/wine.lock"
   flock 9
   if ! wineserver -k0 2>/dev/null; then
-    setsid sh -c 'sleep 1800 | wine cmd /k' </dev/null >/dev/null 2>&1 9>&- &
+    setsid sh -c 'sleep 20000 | wine cmd /k' </dev/null >/dev/null 2>&1 9>&- &
     echo $! >"$root/build/wine.session"
-    wine cmd /c exit </dev/null >/dev/null 2>&1 9>&-
+    wine rundll32 user32.dll,MessageBeep </dev/null >/dev/null 2>&1 9>&-
   fi
   exec 9>&-
 }

@@ -53,15 +53,20 @@ class RowCursor {
   [[nodiscard]] virtual Value Read(std::size_t column) const = 0;
 };
 
-// Sort weights of text: text compares as its keys do, byte by byte. Both texts of a comparison are
-// padded with blanks to the longer one's length by ignoring trailing blanks.
+// Sort weights of text. Both texts of a comparison are padded with blanks to the longer one's
+// length: trailing blanks never count, and a character that sorts before the blank makes the longer
+// text the smaller one.
 class Collation {
  public:
   virtual ~Collation() = default;
 
-  // The key of the text without its trailing blanks.
+  // Texts are equal exactly when their keys are the same bytes. Keys are short of the padding, so
+  // only CompareKeys tells which text comes first.
   [[nodiscard]] virtual std::string Key(std::wstring_view text) const = 0;
+
+  // Less than, equal to or greater than 0, for two texts and for the keys of two texts.
   [[nodiscard]] virtual int Compare(std::wstring_view left, std::wstring_view right) const = 0;
+  [[nodiscard]] virtual int CompareKeys(std::string_view left, std::string_view right) const = 0;
 };
 
 // An open table. Lives as long as the statement that opened it.

@@ -42,21 +42,41 @@ class Encoder {
   std::array<Entry, 128> upper_half_{};
 };
 
-int Order(const std::string& left, const std::string& right) {
-  const int order = left.compare(right);  // compares as unsigned bytes
-  return order < 0 ? -1 : order > 0 ? 1 : 0;
+int Order(std::uint8_t left, std::uint8_t right) {
+  if (left == right) return 0;
+  return left < right ? -1 : 1;
+}
+
+std::uint8_t ByteAt(std::string_view key, std::size_t index) {
+  return static_cast<std::uint8_t>(key[index]);
+}
+
+// The number of bytes that both keys begin with.
+std::size_t CommonLength(std::string_view left, std::string_view right) {
+  const std::size_t shorter = std::min(left.size(), right.size());
+  std::size_t common = 0;
+  while (common < shorter && left[common] == right[common]) ++common;
+  return common;
+}
+
+// How the text of these weights compares with as many blanks.
+int OrderAgainstBlanks(std::string_view weights, std::uint8_t blank) {
+  for (const char weight : weights)
+    if (const int order = Order(static_cast<std::uint8_t>(weight), blank); order != 0) return order;
+  return 0;
 }
 
 void AppendByte(std::string& key, std::uint32_t byte) {
   key.push_back(static_cast<char>(static_cast<unsigned char>(byte)));
 }
 
+// All its bytes are above any blank's weight.
 void AppendLacking(std::string& key, wchar_t character) {
   const auto code = static_cast<std::uint32_t>(character);
   AppendByte(key, kLacking);
   AppendByte(key, kLacking);
   AppendByte(key, kLacking);
-  for (const std::uint32_t shift : {16U, 8U, 0U}) AppendByte(key, code >> shift & 0xFFU);
+  for (const std::uint32_t shift : {14U, 7U, 0U}) AppendByte(key, 0x80U | (code >> shift & 0x7FU));
 }
 
 class MachineCollation final : public Collation {
@@ -81,17 +101,27 @@ class MachineCollation final : public Collation {
     left = TrimTrailingBlanks(left);
     right = TrimTrailingBlanks(right);
     if (left == right) return 0;
-    return Order(Key(left), Key(right));
+    return CompareKeys(Key(left), Key(right));
+  }
+
+  [[nodiscard]] int CompareKeys(std::string_view left, std::string_view right) const override {
+    const std::size_t common = CommonLength(left, right);
+    if (common == left.size()) return -OrderAgainstBlanks(right.substr(common), kBlank);
+    if (common == right.size()) return OrderAgainstBlanks(left.substr(common), kBlank);
+    return Order(ByteAt(left, common), ByteAt(right, common));
   }
 
  private:
+  static constexpr std::uint8_t kBlank = 0x20;
+
   Encoder encoder_;
 };
 
+// A key is the heads of all characters and, behind them, the tails: every tail is below every head.
 class GeneralCollation final : public Collation {
  public:
   GeneralCollation(CodePage page, const GeneralWeights& weights)
-      : encoder_(page), weights_(weights) {}
+      : encoder_(page), weights_(weights), blank_(weights[static_cast<unsigned char>(' ')].head) {}
 
   [[nodiscard]] std::string Key(std::wstring_view text) const override {
     text = TrimTrailingBlanks(text);
@@ -112,6 +142,7 @@ class GeneralCollation final : public Collation {
       for (const char letter : kExpansions[weight.tail])
         Append(weights_[static_cast<unsigned char>(letter)], key, tails);
     }
+    key.erase(key.find_last_not_of(static_cast<char>(blank_)) + 1);
     key += tails;
     key.erase(key.find_last_not_of('\0') + 1);
     return key;
@@ -122,17 +153,33 @@ class GeneralCollation final : public Collation {
     right = TrimTrailingBlanks(right);
     if (left == right) return 0;
     // Most texts that differ do so in the first heads, and then no key is needed.
-    const std::size_t common = std::min(left.size(), right.size());
-    for (std::size_t i = 0; i < common; ++i) {
-      const std::uint8_t left_head = PlainHead(left[i]);
-      const std::uint8_t right_head = PlainHead(right[i]);
+    const std::size_t longer = std::max(left.size(), right.size());
+    for (std::size_t i = 0; i < longer; ++i) {
+      const std::uint8_t left_head = i < left.size() ? PlainHead(left[i]) : blank_;
+      const std::uint8_t right_head = i < right.size() ? PlainHead(right[i]) : blank_;
       if (left_head == 0 || right_head == 0) break;
       if (left_head != right_head) return left_head < right_head ? -1 : 1;
     }
-    return Order(Key(left), Key(right));
+    return CompareKeys(Key(left), Key(right));
+  }
+
+  [[nodiscard]] int CompareKeys(std::string_view left, std::string_view right) const override {
+    const std::size_t common = CommonLength(left, right);
+    const bool left_head = HasHead(left, common);
+    const bool right_head = HasHead(right, common);
+    if (left_head && right_head) return Order(ByteAt(left, common), ByteAt(right, common));
+    // The heads of one key are over: blanks follow, whose tails are none.
+    if (left_head) return OrderAgainstBlanks(left.substr(common), blank_);
+    if (right_head) return -OrderAgainstBlanks(right.substr(common), blank_);
+    const int order = left.compare(right);  // the tails, which zero bytes would fill up
+    return order < 0 ? -1 : order > 0 ? 1 : 0;
   }
 
  private:
+  static bool HasHead(std::string_view key, std::size_t index) {
+    return index < key.size() && ByteAt(key, index) >= kLowestHead;
+  }
+
   static void Append(GeneralWeight weight, std::string& key, std::string& tails) {
     AppendByte(key, weight.head);
     if (weight.tail != kNoTail) AppendByte(tails, weight.tail);
@@ -146,6 +193,7 @@ class GeneralCollation final : public Collation {
 
   Encoder encoder_;
   const GeneralWeights& weights_;
+  std::uint8_t blank_;  // the blank's head
 };
 
 }  // namespace

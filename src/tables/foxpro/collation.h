@@ -15,9 +15,9 @@ enum class CollatingSequence {
   kGeneral,  // letters without regard to case, accents counting behind all letters
 };
 
-// Keys are what an index stores, without the filling at their end: trailing blanks of the text and
-// trailing zero bytes of a GENERAL key are left off. A character that the page lacks sorts behind
-// all others and equals no character of the page.
+// Keys are what an index stores, without the filling at their end: trailing blanks of the text,
+// under GENERAL what weighs as a blank there (the tab) and trailing zero bytes of the key are left
+// off. A character that the page lacks sorts behind all others and equals no character of the page.
 [[nodiscard]] std::unique_ptr<Collation> MakeCollation(CollatingSequence sequence, CodePage page);
 
 }  // namespace tdefault::tables::foxpro

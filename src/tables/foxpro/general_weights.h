@@ -15,6 +15,7 @@ struct GeneralWeight {
 };
 
 inline constexpr std::uint8_t kNoTail = 255;
+inline constexpr std::uint8_t kLowestHead = 16;  // of all heads but 0; every tail is below it
 inline constexpr std::array<std::string_view, 4> kExpansions = {"OE", "AE", "TH", "SS"};
 
 using GeneralWeights = std::array<GeneralWeight, 256>;

@@ -189,6 +189,12 @@ std::string SortKey(const Value& value, const Collation& collation) {
   return key;
 }
 
+int CompareSortKeys(std::string_view left, std::string_view right, const Collation& collation) {
+  constexpr auto kText = static_cast<char>(KeyTag::kText);
+  if (left.front() != kText || right.front() != kText) return left.compare(right);
+  return collation.CompareKeys(left.substr(1), right.substr(1));
+}
+
 bool MatchesPattern(std::wstring_view text, std::wstring_view pattern,
                     std::optional<wchar_t> escape, const Collation& collation) {
   const std::vector<PatternElement> elements = ReadPattern(pattern, escape);

@@ -23,9 +23,13 @@ namespace tdefault::tables::sql {
 // "=", "<>" and so on, as error texts show them.
 [[nodiscard]] std::wstring_view Symbol(ComparisonOperator operation) noexcept;
 
-// Bytes that are equal exactly when the values compare equal, and that sort as the values do; a
-// null sorts first and equals a null. REQUIRES: not binary.
+// Bytes that are equal exactly when the values compare equal; a null equals a null. REQUIRES: not
+// binary.
 [[nodiscard]] std::string SortKey(const Value& value, const Collation& collation);
+
+// Less than, equal to or greater than 0: two values by their sort keys, a null before all others.
+[[nodiscard]] int CompareSortKeys(std::string_view left, std::string_view right,
+                                  const Collation& collation);
 
 // Whether the text has the pattern's form: "%" any run of characters, "_" one character, a
 // character behind `escape` itself. Characters match when the collation finds them equal; blanks

@@ -59,8 +59,9 @@ std::vector<std::string> Ordering::KeysOfRow() const {
 
 bool Ordering::Before(const std::vector<std::string>& left,
                       const std::vector<std::string>& right) const {
+  const Collation& collation = plan_.scope().table().collation();
   for (std::size_t i = 0; i < keys_.size(); ++i) {
-    const int order = left[i].compare(right[i]);
+    const int order = CompareSortKeys(left[i], right[i], collation);
     if (order != 0) return keys_[i].descending ? order > 0 : order < 0;
   }
   return false;

@@ -32,7 +32,8 @@ void CheckAscending(const Collation& collation, const std::vector<std::wstring>&
       CAPTURE(ToUtf8(texts[right]));
       const int expected = left < right ? -1 : left > right ? 1 : 0;
       CHECK(collation.Compare(texts[left], texts[right]) == expected);
-      CHECK((collation.Key(texts[left]) < collation.Key(texts[right])) == (expected < 0));
+      CHECK(collation.CompareKeys(collation.Key(texts[left]), collation.Key(texts[right])) ==
+            expected);
     }
   }
 }
@@ -61,6 +62,48 @@ TEST_CASE("trailing blanks never count, blanks elsewhere do") {
     CheckEqual(*collation, L"", L"    ");
     CHECK(collation->Compare(L"abc", L" abc") != 0);
     CHECK(collation->Compare(L"a bc", L"abc") != 0);
+  }
+}
+
+TEST_CASE("the shorter text goes on with blanks: what sorts before the blank comes first") {
+  const auto machine = Make(CollatingSequence::kMachine);
+  CheckAscending(*machine, {L"\x01", L"\t", L"", L"!", L"A\x01", L"A\t", L"A \x01", L"A", L"A  !",
+                            L"A !", L"A!", L"AA\x1F", L"AA", L"\u00FF"});
+  CheckEqual(*machine, L"A  ", L"A");
+  const auto general = Make(CollatingSequence::kGeneral);
+  CheckAscending(*general, {L"\x01", L"", L"!", L"A\x01", L"a \x01", L"A", L"a  !", L"A\t!", L"a!",
+                            L"AA\x1F", L"aa", L"b"});
+  for (const wchar_t* text : {L"a\t", L"a\t\t ", L"A \t", L"A"}) CheckEqual(*general, text, L"a");
+  CheckEqual(*general, L"\t", L"");
+  CheckEqual(*general, L"a\tb", L"a b");
+  // The accents count only when all letters are through, the blanks that follow among them.
+  CheckAscending(*general, {L"\u00E9\x01", L"e", L"\u00E9", L"e!"});
+}
+
+TEST_CASE("two texts compare by their keys as they do themselves") {
+  // Characters around the blank's weight, an accent, a letter of two, and one the page lacks.
+  const std::wstring characters = L" \t\x01!ae\u00E9\u00DF\u0420";
+  std::vector<std::wstring> texts = {L""};
+  for (std::size_t from = 0, length = 0; length < 3; ++length) {
+    const std::size_t end = texts.size();
+    for (; from < end; ++from)
+      for (const wchar_t character : characters) texts.push_back(texts[from] + character);
+  }
+  for (const auto sequence : {CollatingSequence::kMachine, CollatingSequence::kGeneral}) {
+    const auto collation = Make(sequence);
+    std::vector<std::string> keys;
+    for (const std::wstring& text : texts) keys.push_back(collation->Key(text));
+    std::size_t differing = 0;
+    for (std::size_t left = 0; left < texts.size(); ++left) {
+      for (std::size_t right = 0; right < left; ++right) {
+        const int order = collation->Compare(texts[left], texts[right]);
+        const bool agree = order == collation->CompareKeys(keys[left], keys[right]) &&
+                           order == -collation->Compare(texts[right], texts[left]) &&
+                           (order == 0) == (keys[left] == keys[right]);
+        if (!agree) ++differing;
+      }
+    }
+    CHECK(differing == 0);
   }
 }
 
@@ -166,6 +209,18 @@ TEST_CASE("GENERAL sorts Cyrillic in the order of its alphabets, behind Latin") 
   CheckEqual(*general, L"\u041A\u043B\u044E\u0447", L"\u043A\u041B\u042E\u0427");
   CheckAscending(*general, {L"z", L"\u0430", L"\u0435", L"\u0451", L"\u0436", L"\u0438", L"\u0439",
                             L"\u043A", L"\u044F"});
+}
+
+TEST_CASE("in every page tails are below heads, and the tab weighs as the blank") {
+  for (const std::uint32_t page : {437U, 850U, 1250U, 1251U, 1252U}) {
+    const GeneralWeights& weights = *FindGeneralWeights(page);
+    for (const GeneralWeight& weight : weights) {
+      if (weight.head == 0) continue;
+      CHECK(weight.head >= kLowestHead);
+      CHECK((weight.tail == kNoTail || weight.tail < kLowestHead));
+    }
+    CHECK(weights['\t'].head == weights[' '].head);
+  }
 }
 
 TEST_CASE("GENERAL has weights for every page, and letters of both cases weigh alike") {

@@ -1,10 +1,7 @@
-if(TDEFAULT_PRECOMPILE)
-  file(WRITE ${PROJECT_BINARY_DIR}/precompiled.cpp "")
-  add_library(tdefault_precompiled STATIC ${PROJECT_BINARY_DIR}/precompiled.cpp)
-  target_link_libraries(tdefault_precompiled PUBLIC tdefault_flags)
-  target_precompile_headers(
-    tdefault_precompiled
-    PRIVATE
+# One precompiled header for the layers and one, with the test framework, for the test programs. Under
+# mingw only unoptimised programs have one: it takes the run-time's own headers out of the compiler's
+# silence for system headers, and the optimiser's warnings about them are errors here.
+set(tdefault_precompiled_headers
     <algorithm>
     <array>
     <charconv>
@@ -19,13 +16,12 @@ if(TDEFAULT_PRECOMPILE)
     <utility>
     <variant>
     <vector>)
+if(TDEFAULT_PRECOMPILE AND NOT WIN32)
+  file(WRITE ${PROJECT_BINARY_DIR}/precompiled.cpp "")
+  add_library(tdefault_precompiled STATIC ${PROJECT_BINARY_DIR}/precompiled.cpp)
+  target_link_libraries(tdefault_precompiled PUBLIC tdefault_flags)
+  target_precompile_headers(tdefault_precompiled PRIVATE ${tdefault_precompiled_headers})
 endif()
-
-function(tdefault_precompile target)
-  if(TDEFAULT_PRECOMPILE)
-    target_precompile_headers(${target} REUSE_FROM tdefault_precompiled)
-  endif()
-endfunction()
 
 # tdefault_layer(NAME SOURCES... [DEPENDS layers...]): one static library per layer. Which layer may
 # include which is docs/architecture.md's rule, checked by tools/tidy.py.
@@ -33,7 +29,9 @@ function(tdefault_layer name)
   cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
   add_library(tdefault_${name} STATIC ${ARG_SOURCES})
   target_link_libraries(tdefault_${name} PUBLIC tdefault_flags)
-  tdefault_precompile(tdefault_${name})
+  if(TARGET tdefault_precompiled)
+    target_precompile_headers(tdefault_${name} REUSE_FROM tdefault_precompiled)
+  endif()
   foreach(layer IN LISTS ARG_DEPENDS)
     target_link_libraries(tdefault_${name} PUBLIC tdefault_${layer})
   endforeach()
@@ -51,7 +49,9 @@ function(tdefault_test name)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE tdefault_flags tdefault_test_main ${ARG_LIBRARIES})
-  tdefault_precompile(${name})
+  if(TARGET tdefault_precompiled_tests)
+    target_precompile_headers(${name} REUSE_FROM tdefault_precompiled_tests)
+  endif()
   foreach(layer IN LISTS ARG_LAYERS)
     target_link_libraries(${name} PRIVATE tdefault_${layer})
   endforeach()

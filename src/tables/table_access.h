@@ -37,9 +37,9 @@ class Field {
 
   // The current row's value: fixed-width text blank-padded to the column's width, memo text as
   // stored, columns of the types N, F and B as double and those of type I as 32-bit integer, binary
-  // columns (and text columns marked as binary) as Bytes. A blank number is 0, a blank logical
-  // value false, a blank date the empty date. Throws kNoCurrentRow at BOF or EOF, kTableDamaged for
-  // a value that cannot be decoded.
+  // columns as Bytes. Text columns marked as binary are text as well, in the table's code page. A
+  // blank number is 0, a blank logical value false, a blank date the empty date. Throws
+  // kNoCurrentRow at BOF or EOF, kTableDamaged for a value that cannot be decoded.
   [[nodiscard]] virtual Value value() const = 0;
 };
 

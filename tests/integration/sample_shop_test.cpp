@@ -81,6 +81,28 @@ std::string LocalIniAt(const std::string& location) {
   return text.replace(start, text.find('\r', start) - start, location);
 }
 
+// The table with every text and memo column marked as binary (FoxPro's NOCPTRANS).
+std::string WithTextMarkedBinary(const std::string& name) {
+  std::string table = SampleBytes(name);
+  constexpr std::size_t kDescriptor = 32;
+  constexpr std::size_t kTypeByte = 11;
+  constexpr std::size_t kFlagsByte = 18;
+  for (std::size_t at = kDescriptor; table[at] != '\r'; at += kDescriptor)
+    if (table[at + kTypeByte] == 'C' || table[at + kTypeByte] == 'M') table[at + kFlagsByte] = 4;
+  return table;
+}
+
+// All that an option was loaded with.
+std::vector<std::wstring> Texts(const records::INIOption& option) {
+  std::vector<std::wstring> texts = {
+      option.ID(),      option.Section(), option.Key(),          option.Linkedfield(),
+      option.Default(), option.Comment(), option.CurrentValue(), option.AdditionalProc()};
+  if (option.Choices() == nullptr) return texts;
+  for (const auto& choice : option.Choices()->elements())
+    texts.push_back(choice->Item() + L"=" + choice->Description());
+  return texts;
+}
+
 }  // namespace
 
 TEST_CASE("the sample shop starts up with every option that is not deleted") {
@@ -144,6 +166,28 @@ TEST_CASE("a site's printers and business types are its own, without deleted ent
   CHECK(BusinessTypes(shop) == std::vector<std::wstring>{L"130 Retail", L"131 Rental agency",
                                                          L"132 Airline", L"133 Insurance company",
                                                          L"134 Taxi owner"});
+}
+
+TEST_CASE("tables whose text is marked as binary load like all others") {
+  SampleShop plain;
+  REQUIRE(plain.options.Initialize());
+  SampleShop marked;
+  for (const char* name : {"defaults.dbf", "options.dbf", "reports.dbf", "need.dbf", "numbers.dbf"})
+    marked.machine.PutFile(kShopFolder + L"\\" + FromUtf8(name),
+                           WithTextMarkedBinary(std::string("data/") + name));
+  REQUIRE(marked.options.Initialize());
+  REQUIRE(marked.options.Count() == plain.options.Count());
+  for (std::size_t i = 0; i < plain.options.elements().size(); ++i)
+    CHECK(Texts(*marked.options.elements()[i]) == Texts(*plain.options.elements()[i]));
+  CHECK(BusinessTypes(marked) == BusinessTypes(plain));
+  REQUIRE(marked.options.ReportTypes()->Count() == plain.options.ReportTypes()->Count());
+  for (std::size_t i = 0; i < plain.options.ReportTypes()->elements().size(); ++i) {
+    const auto& layout = *marked.options.ReportTypes()->elements()[i];
+    const auto& expected = *plain.options.ReportTypes()->elements()[i];
+    CHECK(layout.Name() == expected.Name());
+    CHECK(layout.Description() == expected.Description());
+    CHECK(layout.Picture() == expected.Picture());
+  }
 }
 
 TEST_CASE("a location without the header of business types has none") {

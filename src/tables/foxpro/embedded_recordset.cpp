@@ -33,10 +33,8 @@ std::int32_t DefinedSize(const Column& column) {
       return 6;
     case ColumnKind::kDateTime:
       return 16;
-    case ColumnKind::kBinary: {
-      const bool in_record = column.type == 'C' || column.type == 'V' || column.type == 'Q';
-      return in_record ? column.length : kUnlimited;
-    }
+    case ColumnKind::kBinary:
+      return column.type == 'Q' ? column.length : kUnlimited;
     case ColumnKind::kText:
       break;
   }

@@ -252,8 +252,9 @@ Value RecordDecoder::Decode(std::size_t column, const std::uint8_t* record,
     case 'P':
     case 'W':
       return DecodeMemo(stored, bytes, place);
+    case 'Q':
+      return ToBytes(bytes);
     default:
-      if (stored.column.kind == ColumnKind::kBinary) return ToBytes(bytes);
       return DecodeText(bytes);
   }
 }

@@ -235,10 +235,10 @@ class LayoutReader {
     column.length = descriptor[field_descriptor::kLength];
     column.decimals = descriptor[field_descriptor::kDecimals];
     column.nullable = (flags & field_descriptor::kNullable) != 0;
-    const bool text = rule.kind == ColumnKind::kText || rule.kind == ColumnKind::kMemo;
-    const bool binary = text && (flags & field_descriptor::kBinary) != 0;
-    column.kind = binary ? ColumnKind::kBinary : rule.kind;
-    column.fixed_width = rule.type == 'C' && !binary;
+    // Text that is marked as binary is text all the same: the mark keeps other programs from
+    // translating it to their code page.
+    column.kind = rule.kind;
+    column.fixed_width = rule.type == 'C';
     const std::uint32_t displacement = LittleEndian32(descriptor, field_descriptor::kDisplacement);
     if (visual_ && displacement != 0 && displacement != offset) {
       throw Damaged(

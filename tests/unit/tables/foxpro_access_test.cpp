@@ -368,6 +368,35 @@ TEST_CASE("the collating sequence of the connection decides what is equal and wh
   CHECK(ids(L"MACHINE", filtered).empty());
 }
 
+TEST_CASE("text marked as binary compares with text, of the same table's code page too") {
+  Shop shop;
+  MemoBytes memo;
+  TableBytes table(0x32, 1);
+  table.Column("C", 'C', 6, 0, kBinaryFlag)
+      .Column("V", 'V', 6, 0, kBinaryFlag)
+      .Column("M", 'M', 4, 0, kBinaryFlag)
+      .Column("_NullFlags", '0', 1, 0, kSystemFlag);
+  table.Row({"abc", std::string("ab\0\0\0\2", 6), memo.Pointer("na\x8Bve"), "\1"});
+  table.Row({"\x81x", std::string("\xE3\0\0\0\0\1", 6), memo.Pointer("plain"), "\1"});
+  shop.machine().PutFile(L"C:\\Data\\MARKED.dbf", table.Bytes());
+  shop.machine().PutFile(L"C:\\Data\\MARKED.fpt", memo.Bytes());
+  const auto connection = shop.Connect();
+  const auto found = [&](const std::wstring& condition) {
+    const auto rows = connection->Execute(L"SELECT C FROM MARKED WHERE " + condition);
+    return rows->record_count() == 1 ? ToText(rows->field(0).value(), L"") : L"";
+  };
+  CHECK(found(L"C = 'ABC'") == L"abc   ");
+  CHECK(found(L"UPPER(C) = '\x00DCX'") == L"\x00FCx    ");
+  CHECK(found(L"V = 'ab'") == L"abc   ");
+  CHECK(found(L"V LIKE '\x03C0%'") == L"\x00FCx    ");
+  CHECK(found(L"M = 'na\x00EFve'") == L"abc   ");
+  CHECK(found(L"C IN (SELECT C FROM MARKED WHERE V = 'ab')") == L"abc   ");
+  const auto sorted = connection->Execute(L"SELECT DISTINCT C, V FROM MARKED ORDER BY C DESC");
+  CHECK(sorted->field(0).value() == Value(std::wstring(L"\x00FCx    ")));
+  CHECK(sorted->field(0).defined_size() == 6);
+  CHECK(sorted->field(1).actual_size() == 1);
+}
+
 TEST_CASE("a connection string without parts takes MACHINE and hides deleted rows") {
   Shop shop;
   const auto connection = shop.Connect(L"Data Source=C:\\Data");

@@ -84,7 +84,8 @@ TEST_CASE("columns carry their names, types, widths and flags") {
   CHECK(columns[2].kind == ColumnKind::kNumber);
   CHECK(columns[2].length == 10);
   CHECK(columns[2].decimals == 2);
-  CHECK(columns[3].kind == ColumnKind::kBinary);
+  CHECK(columns[3].kind == ColumnKind::kText);
+  CHECK(columns[3].fixed_width);
   CHECK(columns[4].kind == ColumnKind::kInteger);
 }
 

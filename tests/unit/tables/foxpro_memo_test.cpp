@@ -97,15 +97,6 @@ TEST_CASE("general, picture and blob columns read as bytes, whatever their signa
   }
 }
 
-TEST_CASE("a memo marked as binary reads as bytes") {
-  MemoBytes memo;
-  TableBytes table;
-  table.Column("X", 'M', 4, 0, kBinaryFlag).Row({memo.Pointer("\xE9")});
-  TableShelf shelf;
-  shelf.Put(table.Bytes(), memo.Bytes());
-  CHECK(shelf.First() == Value(Bytes{0xE9}));
-}
-
 TEST_CASE("memo text is decoded in the table's code page and keeps its line ends and blanks") {
   MemoBytes memo;
   TableBytes table(0x30, 0xC8);

@@ -182,8 +182,33 @@ TEST_CASE("fixed-width text keeps the blanks that fill its column") {
   CHECK(StoredAs('C', std::string(254, 'x'), 254) == Value(std::wstring(254, L'x')));
 }
 
-TEST_CASE("text marked as binary is not translated and reads as bytes") {
-  CHECK(StoredAs('C', "\xE9", 2, kBinaryFlag) == Value(Bytes{0xE9, 0x20}));
+TEST_CASE("text marked as binary reads as text in the table's code page") {
+  CHECK(StoredAs('C', "\xE9", 2, kBinaryFlag) == Value(std::wstring(L"\x00E9 ")));
+  TableShelf shelf;
+  MemoBytes memo;
+  TableBytes bytes(0x32, 1);
+  bytes.Column("C", 'C', 2, 0, kBinaryFlag)
+      .Column("V", 'V', 3, 0, kBinaryFlag)
+      .Column("M", 'M', 4, 0, kBinaryFlag)
+      .Column("_NullFlags", '0', 1, 0, kSystemFlag);
+  bytes.Row({"\x81", std::string("\x82\0\1", 3), memo.Pointer("\xE3"), "\1"});
+  shelf.Put(bytes.Bytes(), memo.Bytes());
+  CHECK(shelf.Rows().front() == std::vector<Value>{std::wstring(L"\x00FC "),
+                                                   std::wstring(L"\x00E9"),
+                                                   std::wstring(L"\x03C0")});
+}
+
+TEST_CASE("general, picture and blob columns read as bytes") {
+  for (const char type : {'G', 'P', 'W'}) {
+    CAPTURE(type);
+    TableShelf shelf;
+    MemoBytes memo;
+    TableBytes bytes(0x32);
+    bytes.Column("X", type, 4, 0, kBinaryFlag);
+    bytes.Row({memo.Pointer("\xE9\1", 0)});
+    shelf.Put(bytes.Bytes(), memo.Bytes());
+    CHECK(shelf.First() == Value(Bytes{0xE9, 1}));
+  }
 }
 
 TEST_CASE("varchar and varbinary columns have the length that their last byte gives") {

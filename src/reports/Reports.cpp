@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "base/code_page.h"
 #include "base/text.h"
 #include "support/ini_values.h"
 #include "support/locations.h"
@@ -13,14 +12,6 @@ namespace {
 
 constexpr const wchar_t* kSection = L"InvoiceControl";
 constexpr const wchar_t* kLoadSource = L"InitRepCollection";
-
-// The picture column's bytes. Some tables keep pictures in a text memo, where each character stands
-// for a byte.
-Bytes PictureBytes(const Value& value) {
-  if (const auto* bytes = std::get_if<Bytes>(&value)) return *bytes;
-  const std::string narrow = CodePage::Find(1252)->Encode(ToText(value, kLoadSource));
-  return {narrow.begin(), narrow.end()};
-}
 
 }  // namespace
 
@@ -89,7 +80,7 @@ void Reports::ReadLayouts(tables::Recordset& recordset, const std::wstring& curr
     report->SetName(ToText(recordset.field(L"Name").value(), kLoadSource));
     report->SetDescription(ToText(recordset.field(L"Descipt").value(), kLoadSource));
     tables::Field& picture = recordset.field(L"Picture");
-    if (picture.actual_size() >= 1) report->SetPicture(PictureBytes(picture.value()));
+    if (picture.actual_size() >= 1) report->SetPicture(picture.bytes());
     report->SetReportName(ToText(recordset.field(L"ReportName").value(), kLoadSource));
     report->SetNewReport(report->ReportName());
     if (!current.empty() && EqualIgnoringCase(report->ReportName(), current))

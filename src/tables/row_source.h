@@ -5,10 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/code_page.h"
 #include "base/value.h"
 
 namespace tdefault::tables {
@@ -34,6 +36,9 @@ struct Column {
   std::int32_t decimals = 0;
   bool nullable = false;
   bool fixed_width = false;  // text that reads blank-padded to `length`
+  // Text and memo columns: the page whose bytes are stored, so that encoding a value in it gives
+  // them back.
+  std::optional<CodePage> code_page;
 };
 
 // One pass over the rows of a table, in record order, deleted rows skipped when the connection
@@ -75,6 +80,7 @@ class Table {
   virtual ~Table() = default;
 
   [[nodiscard]] virtual const std::vector<Column>& columns() const = 0;
+  [[nodiscard]] virtual CodePage code_page() const = 0;
   // The connection's collating sequence for this table's code page.
   [[nodiscard]] virtual const Collation& collation() const = 0;
   [[nodiscard]] virtual std::unique_ptr<RowCursor> Scan() = 0;

@@ -41,6 +41,10 @@ class Field {
   // blank number is 0, a blank logical value false, a blank date the empty date. Throws
   // kNoCurrentRow at BOF or EOF, kTableDamaged for a value that cannot be decoded.
   [[nodiscard]] virtual Value value() const = 0;
+
+  // The bytes that the table holds for the current row's text, memo or binary value; none for a
+  // null. Throws TypeMismatch for a value of another type, and as value().
+  [[nodiscard]] virtual Bytes bytes() const = 0;
 };
 
 class Connection;

@@ -216,6 +216,27 @@ TEST_CASE("the sample shop's layouts load with their pictures and the one in use
   }
 }
 
+TEST_CASE("a picture kept as text keeps its bytes in every code page and with either mark") {
+  SampleShop sample;
+  REQUIRE(sample.options.Initialize());
+  for (const int mark : {0x01, 0x02, 0x03, 0xC8, 0xC9}) {
+    for (const int flags : {0, 4}) {
+      CAPTURE(mark);
+      CAPTURE(flags);
+      std::string table = SampleBytes("data/reports.dbf");
+      table[29] = static_cast<char>(mark);
+      REQUIRE(table.substr(96, 7) == "PICTURE");
+      table[96 + 18] = static_cast<char>(flags);
+      SampleShop shop;
+      shop.machine.PutFile(kShopFolder + L"\\reports.dbf", table);
+      REQUIRE(shop.options.Initialize());
+      for (std::int32_t layout = 1; layout <= 4; ++layout)
+        CHECK(shop.options.ReportTypes()->Item(layout)->Picture() ==
+              sample.options.ReportTypes()->Item(layout)->Picture());
+    }
+  }
+}
+
 TEST_CASE("saving the sample shop changes what was changed and keeps the rest") {
   SampleShop shop;
   REQUIRE(shop.options.Initialize());

@@ -12,6 +12,8 @@ namespace {
 using tables::Column;
 using tables::ColumnKind;
 
+constexpr std::uint32_t kCodePage = 1252;
+
 class MemoryCursor final : public tables::RowCursor {
  public:
   explicit MemoryCursor(MemoryTable& table) : table_(table) {}
@@ -53,6 +55,7 @@ class OpenMemoryTable final : public tables::Table {
       : table_(table), collation_(collation) {}
 
   [[nodiscard]] const std::vector<Column>& columns() const override { return table_.columns; }
+  [[nodiscard]] CodePage code_page() const override { return *CodePage::Find(kCodePage); }
   [[nodiscard]] const tables::Collation& collation() const override { return collation_; }
 
   std::unique_ptr<tables::RowCursor> Scan() override {
@@ -105,7 +108,7 @@ MemoryTable& MemoryTables::Add(const std::wstring& name, MemoryTable table) {
 }
 
 void MemoryTables::set_collation(tables::foxpro::CollatingSequence sequence) {
-  collation_ = tables::foxpro::MakeCollation(sequence, *CodePage::Find(1252));
+  collation_ = tables::foxpro::MakeCollation(sequence, *CodePage::Find(kCodePage));
 }
 
 std::unique_ptr<tables::Table> MemoryTables::OpenTable(const std::wstring& name) {
@@ -125,6 +128,8 @@ Column MakeColumn(const std::wstring& name, char type, std::int32_t length, std:
   column.decimals = decimals;
   column.nullable = true;
   column.fixed_width = type == 'C';
+  if (column.kind == ColumnKind::kText || column.kind == ColumnKind::kMemo)
+    column.code_page = CodePage::Find(kCodePage);
   return column;
 }
 

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/code_page.h"
 #include "base/error.h"
 #include "base/text.h"
 #include "tables/table_access.h"
@@ -21,6 +22,7 @@ struct FakeResult {
   std::vector<std::vector<Value>> rows;
   std::map<std::pair<std::size_t, std::size_t>, Error> value_errors;  // by row and column, from 0
   std::int32_t status = 0;
+  CodePage code_page = *CodePage::Find(1252);
 };
 
 // What all connections and recordsets of one FakeTables share.
@@ -137,6 +139,15 @@ class FakeRecordset final : public tables::Recordset {
       const auto failure = owner_.result_->value_errors.find({owner_.row_, column_});
       if (failure != owner_.result_->value_errors.end()) throw failure->second;
       return owner_.result_->rows.at(owner_.row_).at(column_);
+    }
+    [[nodiscard]] Bytes bytes() const override {
+      const Value current = value();
+      if (const auto* bytes = std::get_if<Bytes>(&current)) return *bytes;
+      if (IsNull(current)) return {};
+      const auto* text = std::get_if<std::wstring>(&current);
+      if (text == nullptr) throw TypeMismatch(L"FakeTables");
+      const std::string stored = owner_.result_->code_page.Encode(*text);
+      return {stored.begin(), stored.end()};
     }
 
    private:

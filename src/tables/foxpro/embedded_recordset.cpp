@@ -51,7 +51,8 @@ class EmbeddedRecordset::RowField final : public Field {
       : recordset_(recordset),
         position_(position),
         name_(column.name),
-        defined_size_(DefinedSize(column)) {}
+        defined_size_(DefinedSize(column)),
+        code_page_(column.code_page) {}
 
   [[nodiscard]] const std::wstring& name() const override { return name_; }
   [[nodiscard]] std::int32_t defined_size() const override { return defined_size_; }
@@ -76,11 +77,22 @@ class EmbeddedRecordset::RowField final : public Field {
     return std::move(kept_);
   }
 
+  [[nodiscard]] Bytes bytes() const override {
+    Value current = value();
+    if (IsNull(current)) return {};
+    if (auto* const bytes = std::get_if<Bytes>(&current)) return std::move(*bytes);
+    const auto* const text = std::get_if<std::wstring>(&current);
+    if (text == nullptr || !code_page_) throw TypeMismatch(L"Field");
+    const std::string stored = code_page_->Encode(*text);
+    return {stored.begin(), stored.end()};
+  }
+
  private:
   const EmbeddedRecordset& recordset_;
   std::size_t position_;
   std::wstring name_;
   std::int32_t defined_size_;
+  std::optional<CodePage> code_page_;
   mutable Value kept_;
   mutable std::int64_t kept_at_ = 0;  // the step count of the row it belongs to; no row has 0
 };

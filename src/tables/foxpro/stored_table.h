@@ -34,6 +34,7 @@ class StoredTable final : public Table {
   StoredTable& operator=(const StoredTable&) = delete;
 
   [[nodiscard]] const std::vector<Column>& columns() const override { return columns_; }
+  [[nodiscard]] CodePage code_page() const override { return layout_.code_page; }
   [[nodiscard]] const Collation& collation() const override { return *collation_; }
 
   // The cursor refers to the table.

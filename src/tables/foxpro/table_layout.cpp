@@ -239,6 +239,7 @@ class LayoutReader {
     // translating it to their code page.
     column.kind = rule.kind;
     column.fixed_width = rule.type == 'C';
+    if (rule.kind == ColumnKind::kText || rule.kind == ColumnKind::kMemo) column.code_page = page;
     const std::uint32_t displacement = LittleEndian32(descriptor, field_descriptor::kDisplacement);
     if (visual_ && displacement != 0 && displacement != offset) {
       throw Damaged(

@@ -17,8 +17,9 @@ void Describe(Column& column, char type, ColumnKind kind, std::int32_t length) {
   column.length = length;
 }
 
-// How the result describes an expression that is no plain column.
-Column DescribeExpression(const BoundExpression& expression, std::size_t number) {
+// How the result describes an expression that is no plain column; `page` is that of its text.
+Column DescribeExpression(const BoundExpression& expression, std::size_t number,
+                          const CodePage& page) {
   Column column;
   column.name = L"EXP_" + std::to_wstring(number);
   column.nullable = true;
@@ -44,6 +45,7 @@ Column DescribeExpression(const BoundExpression& expression, std::size_t number)
         Describe(column, 'M', ColumnKind::kMemo, 4);
       else
         Describe(column, 'C', ColumnKind::kText, kLongestTextColumn);
+      column.code_page = page;
       break;
   }
   return column;
@@ -68,8 +70,9 @@ SelectPlan::SelectPlan(const SelectStatement& select, Scope* outer, OpenTables& 
 void SelectPlan::BindItem(const SelectItem& item) {
   if (item.expression != nullptr) {
     BoundPointer bound = BindExpression(*item.expression, scope_, *subselects_);
-    Column column = bound->column() != nullptr ? *bound->column()
-                                               : DescribeExpression(*bound, items_.size() + 1);
+    Column column = bound->column() != nullptr
+                        ? *bound->column()
+                        : DescribeExpression(*bound, items_.size() + 1, table_.code_page());
     if (!item.alias.empty()) column.name = ToUpper(item.alias);
     items_.push_back({std::move(bound), std::move(column), !item.alias.empty(), item.position});
     return;

@@ -117,6 +117,9 @@ TEST_CASE("a picture in a text memo gives the bytes its characters stand for") {
   Shop shop;
   shop.AddLayout(L"memo", L"", std::wstring(L"\x20AC\x0081z"), L"INV3");
   CHECK(shop.Load()->Item(3)->Picture() == Bytes{0x80, 0x81, 'z'});
+  shop.AddLayout(L"of another code page", L"", std::wstring(L"\x03C0\x00C7z"), L"INV4");
+  shop.tables.store.results[kStatement].code_page = *CodePage::Find(437);
+  CHECK(shop.Load()->Item(4)->Picture() == Bytes{0xE3, 0x80, 'z'});
 }
 
 TEST_CASE("a layout's name is cut to 30 characters and its code to 8") {

@@ -213,6 +213,42 @@ TEST_CASE("fields have the sizes that ADO gives") {
   CHECK(rows->field(L"NOTE").actual_size() == 0);
 }
 
+TEST_CASE("a field gives the bytes that its table stores, in whichever code page") {
+  std::string all;
+  for (int byte = 0; byte < 256; ++byte) all.push_back(static_cast<char>(byte));
+  const Bytes expected(all.begin(), all.end());
+  for (const int mark : {0x01, 0x02, 0x03, 0xC8, 0xC9}) {
+    CAPTURE(mark);
+    Shop shop;
+    MemoBytes memo;
+    TableBytes table(0x32, static_cast<std::uint8_t>(mark));
+    table.Column("C", 'C', 4)
+        .Column("V", 'V', 4, 0, kNullableFlag)
+        .Column("M", 'M', 4)
+        .Column("G", 'G', 4)
+        .Column("N", 'N', 4)
+        .Column("_NullFlags", '0', 1, 0, kSystemFlag);
+    table.Row({"\xE3\x80", std::string("\x8D\xFF\0\2", 4), memo.Pointer(all), memo.Pointer(all, 2),
+               "1", "\1"});
+    table.Row({"", std::string(4, '\0'), LittleEndian(0, 4), LittleEndian(0, 4), "", "\2"});
+    shop.machine().PutFile(L"C:\\Data\\RAW.dbf", table.Bytes());
+    shop.machine().PutFile(L"C:\\Data\\RAW.fpt", memo.Bytes());
+    const auto connection = shop.Connect();
+    const auto rows = connection->Execute(L"SELECT C, V, M, G, N, M + '' FROM RAW");
+    CHECK(rows->field(0).bytes() == Bytes{0xE3, 0x80, ' ', ' '});
+    CHECK(rows->field(1).bytes() == Bytes{0x8D, 0xFF});
+    CHECK(rows->field(2).bytes() == expected);
+    CHECK(rows->field(2).actual_size() == 256);
+    CHECK(rows->field(2).bytes() == expected);
+    CHECK(rows->field(3).bytes() == expected);
+    CHECK(ErrorOf([&] { static_cast<void>(rows->field(4).bytes()); }).number() ==
+          error_number::kTypeMismatch);
+    CHECK(rows->field(5).bytes() == expected);
+    rows->MoveNext();
+    for (const std::int32_t empty : {1, 2, 3}) CHECK(rows->field(empty).bytes().empty());
+  }
+}
+
 TEST_CASE("a field kept while the recordset moves shows the current row") {
   Shop shop;
   const auto connection = shop.Connect();
@@ -230,6 +266,7 @@ TEST_CASE("a field behind the last row has no value, and says which column was a
   const auto rows = connection->Execute(L"SELECT * FROM T WHERE .F.");
   for (const auto& call : std::vector<std::function<void()>>{
            [&] { static_cast<void>(rows->field(L"ID").value()); },
+           [&] { static_cast<void>(rows->field(L"ID").bytes()); },
            [&] { static_cast<void>(rows->field(L"ID").actual_size()); }}) {
     const Error error = ErrorOf(call);
     CHECK(error.number() == error_number::kNoCurrentRow);

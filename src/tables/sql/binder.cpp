@@ -151,7 +151,8 @@ class Binder {
                     arguments.back()->position());
     }
     const ValueType type = CallType(*call.function, arguments);
-    return MakeCall(*call.function, type, std::move(arguments), position_);
+    const CodePage page = CodePageOf(arguments).value_or(scope_.table().code_page());
+    return MakeCall(*call.function, type, std::move(arguments), {position_, page});
   }
 
  private:

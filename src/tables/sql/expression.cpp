@@ -6,6 +6,12 @@
 
 namespace tdefault::tables::sql {
 
+std::optional<CodePage> CodePageOf(const std::vector<BoundPointer>& expressions) {
+  for (const BoundPointer& expression : expressions)
+    if (const std::optional<CodePage> page = expression->code_page()) return page;
+  return std::nullopt;
+}
+
 std::optional<bool> EvaluateLogical(const BoundExpression& expression) {
   const Value value = expression.Evaluate();
   if (const bool* flag = std::get_if<bool>(&value)) return *flag;

@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
+#include "base/code_page.h"
 #include "base/value.h"
 #include "tables/row_source.h"
 #include "tables/sql/value_type.h"
@@ -40,6 +42,9 @@ class BoundExpression {
   // Whether the text may come from a memo column, and so cannot be sorted or made distinct.
   [[nodiscard]] virtual bool from_memo() const = 0;
 
+  // The page of the table that the text comes from; absent where no column is involved.
+  [[nodiscard]] virtual std::optional<CodePage> code_page() const { return std::nullopt; }
+
   [[nodiscard]] ValueType type() const { return type_; }
   [[nodiscard]] std::size_t position() const { return position_; }
 
@@ -49,6 +54,9 @@ class BoundExpression {
 };
 
 using BoundPointer = std::unique_ptr<BoundExpression>;
+
+// The page of the first one that has one.
+[[nodiscard]] std::optional<CodePage> CodePageOf(const std::vector<BoundPointer>& expressions);
 
 // Absent for null. Throws StatementError when the value is not logical.
 [[nodiscard]] std::optional<bool> EvaluateLogical(const BoundExpression& expression);
@@ -69,6 +77,7 @@ class Subselect {
   // Of its only column.
   [[nodiscard]] virtual ValueType type() const = 0;
   [[nodiscard]] virtual bool from_memo() const = 0;
+  [[nodiscard]] virtual std::optional<CodePage> code_page() const = 0;
 };
 
 }  // namespace tdefault::tables::sql

@@ -50,42 +50,60 @@ std::wstring_view TrimLeadingBlanks(std::wstring_view text) {
   return first == std::wstring_view::npos ? std::wstring_view() : text.substr(first);
 }
 
-Value Upper(Arguments arguments, std::size_t) { return ToUpper(Text(arguments[0])); }
-Value Lower(Arguments arguments, std::size_t) { return ToLower(Text(arguments[0])); }
+// The text with every character replaced whose other case the page has; what it lacks could not be
+// stored in the table.
+template <class Fold>
+Value FoldCase(std::wstring text, const CodePage& page, Fold fold) {
+  for (wchar_t& character : text) {
+    const wchar_t folded = fold(character);
+    if (folded != character && page.Encode(folded)) character = folded;
+  }
+  return text;
+}
 
-Value AllTrim(Arguments arguments, std::size_t) {
+Value Upper(Arguments arguments, const CallContext& context) {
+  return FoldCase(Text(arguments[0]), context.code_page,
+                  [](wchar_t character) { return ToUpper(character); });
+}
+
+Value Lower(Arguments arguments, const CallContext& context) {
+  return FoldCase(Text(arguments[0]), context.code_page,
+                  [](wchar_t character) { return ToLower(character); });
+}
+
+Value AllTrim(Arguments arguments, const CallContext&) {
   return std::wstring(TrimBlanks(Text(arguments[0])));
 }
-Value LeftTrim(Arguments arguments, std::size_t) {
+Value LeftTrim(Arguments arguments, const CallContext&) {
   return std::wstring(TrimLeadingBlanks(Text(arguments[0])));
 }
-Value RightTrim(Arguments arguments, std::size_t) {
+Value RightTrim(Arguments arguments, const CallContext&) {
   return std::wstring(TrimTrailingBlanks(Text(arguments[0])));
 }
 
-Value Left(Arguments arguments, std::size_t) {
+Value Left(Arguments arguments, const CallContext&) {
   return Text(arguments[0]).substr(0, Count(arguments[1]));
 }
 
-Value Right(Arguments arguments, std::size_t) {
+Value Right(Arguments arguments, const CallContext&) {
   const std::wstring& text = Text(arguments[0]);
   return text.substr(text.size() - std::min(text.size(), Count(arguments[1])));
 }
 
 // From a position that counts from 1; nothing where the position is outside of the text.
-Value Substring(Arguments arguments, std::size_t) {
+Value Substring(Arguments arguments, const CallContext&) {
   const std::wstring& text = Text(arguments[0]);
   const std::size_t start = Count(arguments[1]);
   if (start == 0 || start > text.size()) return std::wstring();
   return text.substr(start - 1, arguments.size() > 2 ? Count(arguments[2]) : std::wstring::npos);
 }
 
-Value Length(Arguments arguments, std::size_t) {
+Value Length(Arguments arguments, const CallContext&) {
   return static_cast<double>(Text(arguments[0]).size());
 }
 
 // The position of the n-th occurrence, 0 when there is none.
-Value At(Arguments arguments, std::size_t) {
+Value At(Arguments arguments, const CallContext&) {
   const std::wstring& search = Text(arguments[0]);
   const std::wstring& text = Text(arguments[1]);
   std::size_t occurrence = arguments.size() > 2 ? Count(arguments[2]) : 1;
@@ -99,24 +117,24 @@ wchar_t Filler(Arguments arguments) {
   return arguments.size() > 2 && !Text(arguments[2]).empty() ? Text(arguments[2]).front() : L' ';
 }
 
-Value PadRight(Arguments arguments, std::size_t position) {
+Value PadRight(Arguments arguments, const CallContext& context) {
   std::wstring text = Text(arguments[0]);
-  text.resize(CheckedLength(arguments[1], position), Filler(arguments));
+  text.resize(CheckedLength(arguments[1], context.position), Filler(arguments));
   return text;
 }
 
-Value PadLeft(Arguments arguments, std::size_t position) {
+Value PadLeft(Arguments arguments, const CallContext& context) {
   std::wstring text = Text(arguments[0]);
-  const std::size_t length = CheckedLength(arguments[1], position);
+  const std::size_t length = CheckedLength(arguments[1], context.position);
   if (text.size() < length) text.insert(0, length - text.size(), Filler(arguments));
   text.resize(length);
   return text;
 }
 
-Value Character(Arguments arguments, std::size_t position) {
+Value Character(Arguments arguments, const CallContext& context) {
   const double number = NumberOf(arguments[0]);
   if (!(number >= 0 && number < 256))
-    throw StatementError(position, L"CHR takes a number from 0 to 255");
+    throw StatementError(context.position, L"CHR takes a number from 0 to 255");
   const auto byte = static_cast<unsigned char>(number);
   return std::wstring(1, CodePage::Find(kCharacterCodePage)->Decode(byte));
 }
@@ -136,11 +154,11 @@ std::string FormatFixed(double number, std::size_t decimals) {
 }
 
 // STR: right-aligned; gives up decimals to fit, and is asterisks when that does not help.
-Value NumberText(Arguments arguments, std::size_t position) {
+Value NumberText(Arguments arguments, const CallContext& context) {
   constexpr std::size_t kUsualWidth = 10;
   const std::size_t width = arguments.size() > 1 ? Count(arguments[1]) : kUsualWidth;
   if (width > kWidestNumber)
-    throw StatementError(position,
+    throw StatementError(context.position,
                          L"STR makes at most " + std::to_wstring(kWidestNumber) + L" characters");
   std::size_t decimals = arguments.size() > 2 ? std::min(Count(arguments[2]), kMostDecimals) : 0;
   const double number = NumberOf(arguments[0]);
@@ -153,7 +171,7 @@ Value NumberText(Arguments arguments, std::size_t position) {
 }
 
 // VAL: the number that the text begins with, else 0.
-Value TextNumber(Arguments arguments, std::size_t) {
+Value TextNumber(Arguments arguments, const CallContext&) {
   std::string digits;
   for (const wchar_t character : TrimLeadingBlanks(Text(arguments[0]))) {
     if (character >= 0x80) break;
@@ -170,7 +188,7 @@ Value TextNumber(Arguments arguments, std::size_t) {
 }
 
 // DTOS: "YYYYMMDD", blanks for the empty date.
-Value DateDigits(Arguments arguments, std::size_t) {
+Value DateDigits(Arguments arguments, const CallContext&) {
   const Date date = DateTimeOf(arguments[0]).date;
   if (date.empty()) return std::wstring(8, L' ');
   std::wstring text = ToText(date);
@@ -179,7 +197,7 @@ Value DateDigits(Arguments arguments, std::size_t) {
 }
 
 // CTOD: the empty date for text that is no date.
-Value TextDate(Arguments arguments, std::size_t) {
+Value TextDate(Arguments arguments, const CallContext&) {
   const std::optional<Value> date = ParseDateText(Text(arguments[0]));
   return date ? DateTimeOf(*date).date : Date{};
 }
@@ -188,7 +206,7 @@ bool IsBlankText(std::wstring_view text) {
   return text.find_first_not_of(L" \t\r\n") == std::wstring_view::npos;
 }
 
-Value Empty(Arguments arguments, std::size_t) {
+Value Empty(Arguments arguments, const CallContext&) {
   const Value& value = arguments[0];
   switch (TypeOf(value)) {
     case ValueType::kLogical:
@@ -208,7 +226,7 @@ Value Empty(Arguments arguments, std::size_t) {
   return false;
 }
 
-Value IsNullValue(Arguments arguments, std::size_t) { return IsNull(arguments[0]); }
+Value IsNullValue(Arguments arguments, const CallContext&) { return IsNull(arguments[0]); }
 
 constexpr std::array kFunctions = {
     Function{L"ALLTRIM", "T", 1, 'T', false, AllTrim},

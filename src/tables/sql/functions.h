@@ -6,6 +6,7 @@
 #include <string_view>
 #include <variant>
 
+#include "base/code_page.h"
 #include "base/value.h"
 #include "tables/sql/abbreviation.h"
 
@@ -13,6 +14,11 @@ namespace tdefault::tables::sql {
 
 // IIF and NVL evaluate only the arguments that they need, so the evaluator carries them out itself.
 enum class FunctionKind { kPlain, kIif, kNvl };
+
+struct CallContext {
+  std::size_t position;  // in the statement, for errors
+  CodePage code_page;    // of the text: of the table it comes from, else of the statement's table
+};
 
 struct Function {
   std::wstring_view name;  // upper case
@@ -22,8 +28,8 @@ struct Function {
   std::size_t fewest_arguments;
   char result;        // a letter as above, 'A' when it depends on the arguments
   bool accepts_null;  // otherwise a null argument makes the result null
-  // Computes the result from values of the right types. Throws StatementError at `position`.
-  Value (*evaluate)(std::span<const Value> arguments, std::size_t position);
+  // Computes the result from values of the right types. Throws StatementError at the position.
+  Value (*evaluate)(std::span<const Value> arguments, const CallContext& context);
   FunctionKind kind = FunctionKind::kPlain;
 };
 

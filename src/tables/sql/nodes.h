@@ -33,7 +33,7 @@ BoundPointer MakeNegation(BoundPointer operand, std::size_t position);
 BoundPointer MakeArithmetic(ValueType type, BoundPointer first, std::vector<BoundStep> steps,
                             std::size_t position);
 BoundPointer MakeCall(const Function& function, ValueType type, std::vector<BoundPointer> arguments,
-                      std::size_t position);
+                      const CallContext& context);
 BoundPointer MakeScalarSelect(std::unique_ptr<Subselect> subselect, std::size_t position);
 
 // Three-valued logic: an operand that is null leaves the result open (null) unless another one

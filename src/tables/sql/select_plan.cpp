@@ -17,7 +17,8 @@ void Describe(Column& column, char type, ColumnKind kind, std::int32_t length) {
   column.length = length;
 }
 
-// How the result describes an expression that is no plain column; `page` is that of its text.
+// How the result describes an expression that is no plain column; `page` is that of text that comes
+// from no table.
 Column DescribeExpression(const BoundExpression& expression, std::size_t number,
                           const CodePage& page) {
   Column column;
@@ -45,7 +46,7 @@ Column DescribeExpression(const BoundExpression& expression, std::size_t number,
         Describe(column, 'M', ColumnKind::kMemo, 4);
       else
         Describe(column, 'C', ColumnKind::kText, kLongestTextColumn);
-      column.code_page = page;
+      column.code_page = expression.code_page().value_or(page);
       break;
   }
   return column;

@@ -207,6 +207,9 @@ class PlannedSubselect final : public Subselect {
 
   [[nodiscard]] ValueType type() const override { return plan_.items()[0].expression->type(); }
   [[nodiscard]] bool from_memo() const override { return plan_.items()[0].expression->from_memo(); }
+  [[nodiscard]] std::optional<CodePage> code_page() const override {
+    return plan_.items()[0].column.code_page;
+  }
 
  private:
   template <typename Computation>

@@ -56,6 +56,7 @@ class ColumnNode final : public BoundExpression {
   [[nodiscard]] Value Evaluate() const override { return slot_.cursor->Read(index_); }
   [[nodiscard]] const Column* column() const override { return &column_; }
   [[nodiscard]] bool from_memo() const override { return column_.kind == ColumnKind::kMemo; }
+  [[nodiscard]] std::optional<CodePage> code_page() const override { return column_.code_page; }
 
  private:
   const RowSlot& slot_;
@@ -98,6 +99,13 @@ class ArithmeticNode final : public BoundExpression {
                        [](const BoundStep& step) { return step.operand->from_memo(); });
   }
 
+  [[nodiscard]] std::optional<CodePage> code_page() const override {
+    std::optional<CodePage> page = first_->code_page();
+    for (auto step = steps_.begin(); !page && step != steps_.end(); ++step)
+      page = step->operand->code_page();
+    return page;
+  }
+
  private:
   BoundPointer first_;
   std::vector<BoundStep> steps_;
@@ -106,8 +114,11 @@ class ArithmeticNode final : public BoundExpression {
 class CallNode final : public BoundExpression {
  public:
   CallNode(const Function& function, ValueType type, std::vector<BoundPointer> arguments,
-           std::size_t position)
-      : BoundExpression(type, position), function_(function), arguments_(std::move(arguments)) {}
+           const CallContext& context)
+      : BoundExpression(type, context.position),
+        function_(function),
+        arguments_(std::move(arguments)),
+        context_(context) {}
 
   [[nodiscard]] Value Evaluate() const override {
     std::vector<Value> values;
@@ -118,16 +129,20 @@ class CallNode final : public BoundExpression {
                     arguments_[i]->position());
     }
     if (!function_.accepts_null && std::any_of(values.begin(), values.end(), IsNull)) return Null{};
-    return function_.evaluate(values, position());
+    return function_.evaluate(values, context_);
   }
 
   [[nodiscard]] bool from_memo() const override {
     return type() == ValueType::kText && AnyFromMemo(arguments_);
   }
+  [[nodiscard]] std::optional<CodePage> code_page() const override {
+    return CodePageOf(arguments_);
+  }
 
  private:
   const Function& function_;
   std::vector<BoundPointer> arguments_;
+  CallContext context_;
 };
 
 // IIF: only the branch that is taken is evaluated; a null condition takes the second one.
@@ -140,6 +155,9 @@ class ChoiceNode final : public BoundExpression {
     return arguments_[EvaluateLogical(*arguments_[0]).value_or(false) ? 1 : 2]->Evaluate();
   }
   [[nodiscard]] bool from_memo() const override { return AnyFromMemo(arguments_); }
+  [[nodiscard]] std::optional<CodePage> code_page() const override {
+    return CodePageOf(arguments_);
+  }
 
  private:
   std::vector<BoundPointer> arguments_;
@@ -156,6 +174,9 @@ class ReplaceNullNode final : public BoundExpression {
     return IsNull(value) ? arguments_[1]->Evaluate() : value;
   }
   [[nodiscard]] bool from_memo() const override { return AnyFromMemo(arguments_); }
+  [[nodiscard]] std::optional<CodePage> code_page() const override {
+    return CodePageOf(arguments_);
+  }
 
  private:
   std::vector<BoundPointer> arguments_;
@@ -168,6 +189,9 @@ class ScalarSelectNode final : public BoundExpression {
 
   [[nodiscard]] Value Evaluate() const override { return subselect_->Scalar(); }
   [[nodiscard]] bool from_memo() const override { return subselect_->from_memo(); }
+  [[nodiscard]] std::optional<CodePage> code_page() const override {
+    return subselect_->code_page();
+  }
 
  private:
   std::unique_ptr<Subselect> subselect_;
@@ -226,16 +250,16 @@ BoundPointer MakeArithmetic(ValueType type, BoundPointer first, std::vector<Boun
 }
 
 BoundPointer MakeCall(const Function& function, ValueType type, std::vector<BoundPointer> arguments,
-                      std::size_t position) {
+                      const CallContext& context) {
   switch (function.kind) {
     case FunctionKind::kIif:
-      return std::make_unique<ChoiceNode>(type, std::move(arguments), position);
+      return std::make_unique<ChoiceNode>(type, std::move(arguments), context.position);
     case FunctionKind::kNvl:
-      return std::make_unique<ReplaceNullNode>(type, std::move(arguments), position);
+      return std::make_unique<ReplaceNullNode>(type, std::move(arguments), context.position);
     case FunctionKind::kPlain:
       break;
   }
-  return std::make_unique<CallNode>(function, type, std::move(arguments), position);
+  return std::make_unique<CallNode>(function, type, std::move(arguments), context);
 }
 
 BoundPointer MakeScalarSelect(std::unique_ptr<Subselect> subselect, std::size_t position) {

@@ -2,6 +2,7 @@
 #include <doctest/doctest.h>
 
 #include <functional>
+#include <tuple>
 
 #include "table_bytes.h"
 #include "table_shelf.h"
@@ -432,6 +433,47 @@ TEST_CASE("text marked as binary compares with text, of the same table's code pa
   CHECK(sorted->field(0).value() == Value(std::wstring(L"\x00FCx    ")));
   CHECK(sorted->field(0).defined_size() == 6);
   CHECK(sorted->field(1).actual_size() == 1);
+}
+
+TEST_CASE("UPPER and LOWER stay in the code page of the table that their text comes from") {
+  Shop shop;
+  for (const auto& [name, mark, text] :
+       {std::tuple(L"DOS", std::uint8_t{1}, std::string("\x98\xE3\xE5\x81\xE2")),
+        std::tuple(L"WIN", std::uint8_t{3}, std::string("\xFF\x83\xB5\xFC\xDE"))}) {
+    TableBytes table(0x30, mark);
+    table.Column("C", 'C', 5).Column("ONE", 'I', 4).Row({text, LittleEndian(1, 4)});
+    shop.machine().PutFile(std::wstring(L"C:\\Data\\") + name + L".dbf", table.Bytes());
+  }
+  const auto connection = shop.Connect();
+  const auto first = [&](const std::wstring& expression, const std::wstring& table) {
+    const auto rows = connection->Execute(L"SELECT " + expression + L" FROM " + table);
+    return ToText(rows->field(0).value(), L"");
+  };
+  const std::wstring dos = L"\x00FF\x03C0\x03A3\x00DC\x0393";
+  const std::wstring win = L"\x0178\x0192\x00B5\x00DC\x00DE";
+  CHECK(first(L"UPPER(C)", L"DOS") == dos);
+  CHECK(first(L"LOWER(C)", L"DOS") == L"\x00FF\x03C0\x03C3\x00FC\x0393");
+  CHECK(first(L"UPPER(C)", L"WIN") == win);
+  CHECK(first(L"LOWER(C)", L"WIN") == L"\x00FF\x0192\x00B5\x00FC\x00FE");
+  // Text that comes from no column is in the page of the statement's table.
+  CHECK(first(L"UPPER('\x00FF')", L"DOS") == L"\x00FF");
+  CHECK(first(L"UPPER('\x00FF')", L"WIN") == L"\x0178");
+  CHECK(first(L"UPPER(CHR(255))", L"DOS") == L"\x00FF");
+  // Other text keeps the page of its table through all that expressions do with it.
+  const std::wstring other = L"(SELECT C FROM WIN WHERE WIN.One = DOS.One)";
+  for (const std::wstring& expression :
+       {L"UPPER(" + other + L")", L"UPPER('' + " + other + L")",
+        L"UPPER(ALLTRIM(" + other + L" + ''))", L"UPPER(IIF(.T., " + other + L", ''))",
+        L"UPPER(NVL(" + other + L", ''))", std::wstring(L"UPPER((SELECT C + '' FROM WIN))"),
+        std::wstring(L"(SELECT UPPER(C) FROM WIN)"),
+        std::wstring(L"UPPER(LOWER(" + other + L"))")}) {
+    CAPTURE(expression);
+    CHECK(first(expression, L"DOS") == win);
+  }
+  CHECK(first(L"(SELECT UPPER(DOS.C) FROM WIN)", L"DOS") == dos);
+  // The bytes of such text are those of its own table's page.
+  const auto rows = connection->Execute(L"SELECT " + other + L" FROM DOS");
+  CHECK(rows->field(0).bytes() == Bytes{0xFF, 0x83, 0xB5, 0xFC, 0xDE});
 }
 
 TEST_CASE("a connection string without parts takes MACHINE and hides deleted rows") {

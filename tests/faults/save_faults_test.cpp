@@ -246,6 +246,28 @@ struct Run {
   }
 };
 
+// A save for each course, platform call of it and kind of failure, prepared by `plan` and looked at
+// by `check`. `beyond`: the calls to try behind those of the undisturbed save.
+template <typename Plan, typename Check>
+void ForEveryFailure(std::size_t beyond, Plan plan, Check check) {
+  for (const Course course : kCourses) {
+    const std::size_t calls = CallsOfSave(course) + beyond;
+    for (std::size_t call = 1; call <= calls; ++call)
+      for (const std::uint32_t code : kCodes)
+        for (const Breaking breaking : kBreakings) {
+          Run run(course, breaking);
+          CAPTURE(static_cast<int>(course));
+          CAPTURE(call);
+          CAPTURE(code);
+          CAPTURE(static_cast<int>(breaking));
+          plan(run, run.first_call + call - 1, code);
+          run.Save();
+          run.CheckReport();
+          check(run);
+        }
+  }
+}
+
 }  // namespace
 
 TEST_CASE("the courses that the faults strike are what they are meant to be") {
@@ -263,27 +285,18 @@ TEST_CASE("the courses that the faults strike are what they are meant to be") {
 }
 
 TEST_CASE("a save in which one call fails once leaves each file old or new and nothing beside") {
-  for (const Course course : kCourses) {
-    const std::size_t calls = CallsOfSave(course);
-    // A failure adds calls: retries, and what undoes it.
-    for (std::size_t call = 1; call <= calls + 10; ++call)
-      for (const std::uint32_t code : kCodes)
-        for (const Breaking breaking : kBreakings) {
-          Run run(course, breaking);
-          CAPTURE(static_cast<int>(course));
-          CAPTURE(call);
-          CAPTURE(code);
-          CAPTURE(static_cast<int>(breaking));
-          run.shop.machine.FailCall(run.first_call + call - 1, code);
-          run.Save();
-          run.CheckReport();
-          CHECK_FALSE(HasTemporaryFile(run.shop));
-          const bool local_settled = run.shop.local() == run.local.before ||
-                                     (*run.saved && run.shop.local() == run.local.after);
-          CHECK(local_settled);
-          if (!*run.saved) CHECK(run.shop.global() == run.global.before);
-        }
-  }
+  // A failure adds calls: retries, and what undoes it.
+  constexpr std::size_t kUndoing = 10;
+  ForEveryFailure(
+      kUndoing,
+      [](Run& run, std::size_t call, std::uint32_t code) { run.shop.machine.FailCall(call, code); },
+      [](const Run& run) {
+        CHECK_FALSE(HasTemporaryFile(run.shop));
+        const bool local_settled = run.shop.local() == run.local.before ||
+                                   (*run.saved && run.shop.local() == run.local.after);
+        CHECK(local_settled);
+        if (!*run.saved) CHECK(run.shop.global() == run.global.before);
+      });
 }
 
 TEST_CASE("which call fails decides what a save reports") {
@@ -332,21 +345,10 @@ TEST_CASE("after a save in which one call failed the next save succeeds") {
 }
 
 TEST_CASE("a save in which every call fails from some point on loses nothing and says so") {
-  for (const Course course : kCourses) {
-    const std::size_t calls = CallsOfSave(course);
-    for (std::size_t call = 1; call <= calls; ++call)
-      for (const std::uint32_t code : kCodes)
-        for (const Breaking breaking : kBreakings) {
-          Run run(course, breaking);
-          CAPTURE(static_cast<int>(course));
-          CAPTURE(call);
-          CAPTURE(code);
-          CAPTURE(static_cast<int>(breaking));
-          run.shop.machine.FailFrom(run.first_call + call - 1, code);
-          run.Save();
-          run.CheckReport();
-        }
-  }
+  ForEveryFailure(
+      0,
+      [](Run& run, std::size_t call, std::uint32_t code) { run.shop.machine.FailFrom(call, code); },
+      [](const Run&) {});
 }
 
 TEST_CASE("a process that ends in the middle of a save loses nothing and starts up again") {

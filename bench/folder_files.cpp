@@ -42,7 +42,38 @@ class FolderFile final : public platform::File {
     return static_cast<std::uint64_t>(status.st_size);
   }
 
+  SystemStatus WriteAt(std::uint64_t offset, std::span<const std::uint8_t> source) override {
+    std::size_t done = 0;
+    while (done < source.size()) {
+      const auto count = pwrite(descriptor_, source.data() + done, source.size() - done,
+                                static_cast<off_t>(offset + done));
+      if (count <= 0) return kRefused;
+      done += static_cast<std::size_t>(count);
+    }
+    return SystemStatus();
+  }
+
+  SystemStatus Flush() override { return fdatasync(descriptor_) == 0 ? SystemStatus() : kRefused; }
+
+  SystemStatus TryLock(std::uint64_t offset, std::uint64_t length) override {
+    return SetLock(F_WRLCK, offset, length);
+  }
+
+  SystemStatus Unlock(std::uint64_t offset, std::uint64_t length) override {
+    return SetLock(F_UNLCK, offset, length);
+  }
+
  private:
+  SystemStatus SetLock(short kind, std::uint64_t offset, std::uint64_t length) {
+    struct flock lock {};
+    lock.l_type = kind;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = static_cast<off_t>(offset);
+    lock.l_len = static_cast<off_t>(length);
+    if (fcntl(descriptor_, F_OFD_SETLK, &lock) == 0) return SystemStatus();
+    return SystemStatus(system_code::kLockViolation);
+  }
+
   int descriptor_;
 };
 
@@ -58,11 +89,11 @@ FolderFiles::FolderFiles(std::filesystem::path folder) : folder_(std::move(folde
 SystemResult<std::unique_ptr<platform::File>> FolderFiles::Open(const std::wstring& path,
                                                                 platform::FileAccess access,
                                                                 platform::FileShare /*share*/) {
-  if (access != platform::FileAccess::kRead) return kRefused;
   const std::wstring name = path.substr(path.rfind(L'\\') + 1);
   for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
     if (!EqualIgnoringCase(FromUtf8(entry.path().filename().string()), name)) continue;
-    const int descriptor = open(entry.path().c_str(), O_RDONLY | O_CLOEXEC);
+    const int mode = access == platform::FileAccess::kRead ? O_RDONLY : O_RDWR;
+    const int descriptor = open(entry.path().c_str(), mode | O_CLOEXEC);
     if (descriptor < 0) return kRefused;
     return std::unique_ptr<platform::File>(std::make_unique<FolderFile>(descriptor));
   }

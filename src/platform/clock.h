@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "base/date_time.h"
+
 namespace tdefault::platform {
 
 class Clock {
@@ -12,6 +14,12 @@ class Clock {
   // Suspends the calling thread; `alertable` lets completion routines run and end it early. The
   // system's result: 0 when the time has passed.
   virtual std::uint32_t Pause(std::uint32_t milliseconds, bool alertable) = 0;
+
+  // Milliseconds since some moment in the past; never runs backwards.
+  virtual std::uint64_t Milliseconds() = 0;
+
+  // The day of the user's calendar.
+  virtual Date Today() = 0;
 };
 
 }  // namespace tdefault::platform

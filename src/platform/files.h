@@ -25,10 +25,28 @@ class File {
   virtual ~File() = default;
 
   // Fills `target` from `offset`; the count is smaller only at the end of the file, 0 behind it.
+  // Fails with 33 where another holder has locked a byte of the place.
   virtual SystemResult<std::size_t> ReadAt(std::uint64_t offset,
                                            std::span<std::uint8_t> target) = 0;
 
   virtual SystemResult<std::uint64_t> Size() = 0;
+
+  // Writes all of `source` at `offset`, lengthening the file where it ends before. Fails with 5 on
+  // a file opened for reading only, 33 where another holder has locked a byte of the place, 112 on
+  // a full disk; of a write that failed a part may have been done. (Wine lets reads and writes
+  // through others' locks: locks keep only those apart who ask for them.)
+  virtual SystemStatus WriteAt(std::uint64_t offset, std::span<const std::uint8_t> source) = 0;
+
+  // Returns when what was written has reached the disk.
+  virtual SystemStatus Flush() = 0;
+
+  // Takes bytes for this open file alone, without waiting; they may lie behind the end of the file.
+  // Fails with 33 when any of them is locked through another open of the file, by this process or
+  // another one, or through this one. Closing the file gives up its locks.
+  virtual SystemStatus TryLock(std::uint64_t offset, std::uint64_t length) = 0;
+
+  // Gives up a lock of exactly these bytes; fails when this open file does not hold it.
+  virtual SystemStatus Unlock(std::uint64_t offset, std::uint64_t length) = 0;
 };
 
 struct FolderEntry {

@@ -21,6 +21,7 @@ inline constexpr std::uint32_t kFileExists = 80;
 inline constexpr std::uint32_t kInvalidParameter = 87;
 inline constexpr std::uint32_t kDiskFull = 112;
 inline constexpr std::uint32_t kInvalidName = 123;
+inline constexpr std::uint32_t kNotLocked = 158;
 inline constexpr std::uint32_t kAlreadyExists = 183;
 inline constexpr std::uint32_t kNameTooLong = 206;
 inline constexpr std::uint32_t kInvalidFolder = 267;

@@ -20,6 +20,14 @@ std::optional<std::uint32_t> CallLog::Begin(const char* operation, const std::ws
   return std::nullopt;
 }
 
+bool CallLog::BeginFinal(const char* operation, const std::wstring& path) noexcept {
+  try {
+    return !Begin(operation, path).has_value();
+  } catch (const ProcessEnded&) {
+    return false;
+  }
+}
+
 void CallLog::FailFrom(std::size_t number, std::uint32_t code) {
   fail_from_ = number;
   fail_from_code_ = code;

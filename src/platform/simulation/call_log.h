@@ -34,6 +34,10 @@ class CallLog {
   }
   void EndProcessAt(std::size_t number) { end_at_ = number; }
 
+  // Counts a call that cannot throw, as Begin does: true when it takes place. Where the process
+  // ends at it, the next call tells.
+  bool BeginFinal(const char* operation, const std::wstring& path) noexcept;
+
   // Whether the process ends at the next call.
   [[nodiscard]] bool next_ends_process() const noexcept { return calls_.size() + 1 == end_at_; }
 

@@ -30,13 +30,37 @@ bool Node::Admits(const Holder& newcomer) const noexcept {
   });
 }
 
+bool Node::IsLocked(std::uint64_t offset, std::uint64_t length,
+                    const Holder* holder) const noexcept {
+  return std::any_of(locks.begin(), locks.end(), [&](const LockedRange& lock) {
+    return lock.owner != holder && offset < lock.offset + lock.length &&
+           lock.offset < offset + length;
+  });
+}
+
 OpenNode::OpenNode(std::shared_ptr<Node> node, Holder holder)
     : node_(std::move(node)), holder_(holder) {
   assert(node_->Admits(holder_));
   node_->holders.push_back(&holder_);
 }
 
-OpenNode::~OpenNode() { std::erase(node_->holders, &holder_); }
+OpenNode::~OpenNode() {
+  std::erase(node_->holders, &holder_);
+  std::erase_if(node_->locks, [this](const LockedRange& lock) { return lock.owner == &holder_; });
+}
+
+SystemStatus OpenNode::Lock(std::uint64_t offset, std::uint64_t length) {
+  if (node_->IsLocked(offset, length, nullptr)) return SystemStatus(system_code::kLockViolation);
+  node_->locks.push_back({&holder_, offset, length});
+  return SystemStatus();
+}
+
+SystemStatus OpenNode::Unlock(std::uint64_t offset, std::uint64_t length) {
+  const auto released = std::erase_if(node_->locks, [&](const LockedRange& lock) {
+    return lock.owner == &holder_ && lock.offset == offset && lock.length == length;
+  });
+  return SystemStatus(released == 0 ? system_code::kNotLocked : system_code::kSuccess);
+}
 
 void Disk::MakeFolder(const std::wstring& path) {
   if (path.empty() || Find(path)) return;

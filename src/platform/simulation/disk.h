@@ -20,18 +20,30 @@ struct Holder {
   FileShare share = FileShare::kReadWrite;
 };
 
+// Bytes that one holder has locked.
+struct LockedRange {
+  const Holder* owner;
+  std::uint64_t offset;
+  std::uint64_t length;
+};
+
 struct Node {
   std::wstring name;  // as it was spelled when the node was made
   bool is_folder = false;
   bool read_only = false;
   std::string bytes;
   std::vector<const Holder*> holders;
+  std::vector<LockedRange> locks;
 
   // Whether a further holder may open the file: each side's access must be in the other's share.
   [[nodiscard]] bool Admits(const Holder& newcomer) const noexcept;
+
+  // Whether anybody but `holder` (null: anybody at all) has locked a byte of the range.
+  [[nodiscard]] bool IsLocked(std::uint64_t offset, std::uint64_t length,
+                              const Holder* holder) const noexcept;
 };
 
-// Keeps a file open for as long as it lives.
+// Keeps a file open for as long as it lives, and gives up its locks then.
 class OpenNode {
  public:
   // REQUIRES: the node admits the holder.
@@ -40,7 +52,12 @@ class OpenNode {
   OpenNode(const OpenNode&) = delete;
   OpenNode& operator=(const OpenNode&) = delete;
 
-  [[nodiscard]] const Node& node() const noexcept { return *node_; }
+  [[nodiscard]] Node& node() const noexcept { return *node_; }
+  [[nodiscard]] const Holder& holder() const noexcept { return holder_; }
+
+  // Fails with 33 when a byte of the range is locked.
+  SystemStatus Lock(std::uint64_t offset, std::uint64_t length);
+  SystemStatus Unlock(std::uint64_t offset, std::uint64_t length);
 
  private:
   std::shared_ptr<Node> node_;

@@ -23,6 +23,9 @@ class SimulatedFile final : public File {
     if (const auto code = world_.calls.Begin("ReadAt", open_.node().name)) {
       return SystemStatus(*code);
     }
+    if (open_.node().IsLocked(offset, target.size(), &open_.holder())) {
+      return SystemStatus(system_code::kLockViolation);
+    }
     const std::string& bytes = open_.node().bytes;
     if (offset >= bytes.size()) return std::size_t{0};
     const auto start = static_cast<std::size_t>(offset);
@@ -38,7 +41,56 @@ class SimulatedFile final : public File {
     return std::uint64_t{open_.node().bytes.size()};
   }
 
+  SystemStatus WriteAt(std::uint64_t offset, std::span<const std::uint8_t> source) override {
+    const auto torn = source.first(world_.writes_tear ? source.size() / 2 : 0);
+    if (world_.calls.next_ends_process() && Refusal(offset, torn).ok()) Store(offset, torn);
+    const auto planned = world_.calls.Begin("WriteAt", open_.node().name);
+    const SystemStatus refusal = Refusal(offset, source);
+    if (!refusal.ok()) return refusal;
+    Store(offset, planned ? torn : source);
+    return SystemStatus(planned.value_or(system_code::kSuccess));
+  }
+
+  SystemStatus Flush() override {
+    const auto planned = world_.calls.Begin("Flush", open_.node().name);
+    return SystemStatus(planned.value_or(system_code::kSuccess));
+  }
+
+  SystemStatus TryLock(std::uint64_t offset, std::uint64_t length) override {
+    if (const auto code = world_.calls.Begin("TryLock", open_.node().name)) {
+      return SystemStatus(*code);
+    }
+    return open_.Lock(offset, length);
+  }
+
+  // Destructors give up locks, so this is no call that throws.
+  SystemStatus Unlock(std::uint64_t offset, std::uint64_t length) override {
+    if (!world_.calls.BeginFinal("Unlock", open_.node().name)) {
+      return SystemStatus(system_code::kNotLocked);
+    }
+    return open_.Unlock(offset, length);
+  }
+
  private:
+  [[nodiscard]] SystemStatus Refusal(std::uint64_t offset,
+                                     std::span<const std::uint8_t> source) const {
+    if (open_.holder().access == FileAccess::kRead) {
+      return SystemStatus(system_code::kAccessDenied);
+    }
+    const bool locked = open_.node().IsLocked(offset, source.size(), &open_.holder());
+    return SystemStatus(locked ? system_code::kLockViolation : system_code::kSuccess);
+  }
+
+  // What lies between the old end of the file and the place becomes zeros.
+  void Store(std::uint64_t offset, std::span<const std::uint8_t> source) {
+    std::string& bytes = open_.node().bytes;
+    const auto start = static_cast<std::size_t>(offset);
+    if (!source.empty() && bytes.size() < start + source.size()) {
+      bytes.resize(start + source.size());
+    }
+    std::copy(source.begin(), source.end(), bytes.begin() + static_cast<std::ptrdiff_t>(start));
+  }
+
   World& world_;
   OpenNode open_;
 };

@@ -79,6 +79,8 @@ std::wstring SimulatedSession::HostTitle() {
 std::uint32_t SimulatedClock::Pause(std::uint32_t milliseconds, bool alertable) {
   if (const auto code = world_.calls.Begin("Pause")) return *code;
   world_.pauses.push_back({milliseconds, alertable});
+  world_.milliseconds += milliseconds;
+  if (world_.during_pause) world_.during_pause();
   return 0;
 }
 

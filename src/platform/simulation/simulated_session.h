@@ -30,6 +30,8 @@ class SimulatedClock final : public Clock {
  public:
   explicit SimulatedClock(World& world) : world_(world) {}
   std::uint32_t Pause(std::uint32_t milliseconds, bool alertable) override;
+  std::uint64_t Milliseconds() override { return world_.milliseconds; }
+  Date Today() override { return world_.today; }
 
  private:
   World& world_;

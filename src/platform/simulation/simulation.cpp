@@ -34,6 +34,14 @@ void AddFilesBelow(const Disk& disk, const std::wstring& folder, std::vector<std
 HeldFile::HeldFile(std::shared_ptr<Node> node, Holder holder)
     : open_(std::make_unique<OpenNode>(std::move(node), holder)) {}
 
+void HeldFile::Lock(std::uint64_t offset, std::uint64_t length) {
+  if (!open_->Lock(offset, length).ok()) throw std::invalid_argument("the bytes are locked");
+}
+
+void HeldFile::Unlock(std::uint64_t offset, std::uint64_t length) {
+  if (!open_->Unlock(offset, length).ok()) throw std::invalid_argument("the bytes are not locked");
+}
+
 struct Simulation::Ports {
   explicit Ports(World& world)
       : profile_files(world),
@@ -188,6 +196,12 @@ void Simulation::Answer(MessageAnswer answer) { world_.answers.push_back(answer)
 
 const std::vector<ShownBox>& Simulation::shown_boxes() const noexcept { return world_.shown_boxes; }
 
+void Simulation::SetDuringPause(std::function<void()> action) {
+  world_.during_pause = std::move(action);
+}
+
+void Simulation::SetToday(Date today) { world_.today = today; }
+
 const std::vector<RecordedPause>& Simulation::pauses() const noexcept { return world_.pauses; }
 
 void Simulation::AddGuid(const Guid& guid) { world_.next_guids.push_back(guid); }
@@ -217,6 +231,7 @@ void Simulation::Restart() {
   world_.answers.clear();
   world_.shown_boxes.clear();
   world_.pauses.clear();
+  world_.during_pause = nullptr;
 }
 
 std::size_t Simulation::call_count() const noexcept { return world_.calls.calls().size(); }

@@ -14,12 +14,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/date_time.h"
 #include "platform/platform.h"
 #include "platform/simulation/call_log.h"
 #include "platform/simulation/world.h"
@@ -35,6 +37,10 @@ class HeldFile {
   ~HeldFile() = default;
 
   void Release() noexcept { open_.reset(); }
+
+  // Locks bytes for the other process. REQUIRES: nobody has locked any of them.
+  void Lock(std::uint64_t offset, std::uint64_t length);
+  void Unlock(std::uint64_t offset, std::uint64_t length);
 
  private:
   std::unique_ptr<OpenNode> open_;
@@ -100,6 +106,11 @@ class Simulation {
   [[nodiscard]] const std::vector<ShownBox>& shown_boxes() const noexcept;
 
   [[nodiscard]] const std::vector<RecordedPause>& pauses() const noexcept;
+  // Called during every pause: what other processes do meanwhile. Absent: nothing.
+  void SetDuringPause(std::function<void()> action);
+
+  // The clock's day; 7 March 2001 at the start. Milliseconds pass with pauses only.
+  void SetToday(Date today);
 
   // The identifier made next, after those given before; then the generator goes on.
   void AddGuid(const Guid& guid);
@@ -122,8 +133,8 @@ class Simulation {
   // ProcessEnded.
   void EndProcessAt(std::size_t number);
   // From now on a WriteEntry that is told to fail, or at which the process ends, has written the
-  // first half of the file's new content, as the system does when the disk is full. A write that
-  // the file's state refuses still has no effect.
+  // first half of the file's new content, and a WriteAt the first half of its bytes, as the system
+  // does when the disk is full. A write that the file's state refuses still has no effect.
   void TearWrites();
 
   // A new process on the same machine: no faults, no calls, no scripted answers; the records of

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "base/code_page.h"
+#include "base/date_time.h"
 #include "base/text.h"
 #include "platform/clock.h"
 #include "platform/dialogs.h"
@@ -36,7 +38,7 @@ struct World {
   CallLog calls;
   CodePage code_page;
   std::size_t open_handles = 0;
-  bool writes_tear = false;  // a profile write that breaks off leaves half of the file
+  bool writes_tear = false;  // a write that breaks off has been done by half
 
   std::wstring current_folder = L"C:\\Work";
   std::wstring program_folder = L"C:\\Program Files\\Host";
@@ -55,6 +57,9 @@ struct World {
   std::deque<MessageAnswer> answers;
   std::vector<ShownBox> shown_boxes;
   std::vector<RecordedPause> pauses;
+  std::function<void()> during_pause;
+  std::uint64_t milliseconds = 0;
+  Date today = *MakeDate(2001, 3, 7);
 
   std::uint64_t random_state = 0;
   std::deque<Guid> next_guids;

@@ -30,6 +30,18 @@ class FileHandle {
   HANDLE handle_;
 };
 
+// More than this does not pass in one call.
+constexpr std::size_t kLargestTransfer = std::numeric_limits<std::int32_t>::max();
+
+OVERLAPPED PlaceAt(std::uint64_t offset) {
+  OVERLAPPED place{};
+  place.Offset = static_cast<DWORD>(offset);
+  place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+  return place;
+}
+
+SystemStatus StatusOf(BOOL succeeded) { return succeeded ? SystemStatus() : LastFailure(); }
+
 class Win32File final : public File {
  public:
   explicit Win32File(HANDLE handle) : handle_(handle) {}
@@ -37,12 +49,8 @@ class Win32File final : public File {
   SystemResult<std::size_t> ReadAt(std::uint64_t offset, std::span<std::uint8_t> target) override {
     std::size_t total = 0;
     while (total < target.size()) {
-      const std::uint64_t position = offset + total;
-      OVERLAPPED place{};
-      place.Offset = static_cast<DWORD>(position);
-      place.OffsetHigh = static_cast<DWORD>(position >> 32);
-      constexpr std::size_t kLargestRead = std::numeric_limits<std::int32_t>::max();
-      const auto wanted = static_cast<DWORD>(std::min(target.size() - total, kLargestRead));
+      OVERLAPPED place = PlaceAt(offset + total);
+      const auto wanted = static_cast<DWORD>(std::min(target.size() - total, kLargestTransfer));
       DWORD count = 0;
       if (!ReadFile(handle_.get(), target.data() + total, wanted, &count, &place)) {
         if (GetLastError() == ERROR_HANDLE_EOF) break;
@@ -52,6 +60,36 @@ class Win32File final : public File {
       total += count;
     }
     return total;
+  }
+
+  SystemStatus WriteAt(std::uint64_t offset, std::span<const std::uint8_t> source) override {
+    std::size_t total = 0;
+    while (total < source.size()) {
+      OVERLAPPED place = PlaceAt(offset + total);
+      const auto wanted = static_cast<DWORD>(std::min(source.size() - total, kLargestTransfer));
+      DWORD count = 0;
+      if (!WriteFile(handle_.get(), source.data() + total, wanted, &count, &place)) {
+        return LastFailure();
+      }
+      if (count == 0) return SystemStatus(ERROR_DISK_FULL);
+      total += count;
+    }
+    return SystemStatus();
+  }
+
+  SystemStatus Flush() override { return StatusOf(FlushFileBuffers(handle_.get())); }
+
+  SystemStatus TryLock(std::uint64_t offset, std::uint64_t length) override {
+    OVERLAPPED place = PlaceAt(offset);
+    constexpr DWORD kHow = LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY;
+    return StatusOf(LockFileEx(handle_.get(), kHow, 0, static_cast<DWORD>(length),
+                               static_cast<DWORD>(length >> 32), &place));
+  }
+
+  SystemStatus Unlock(std::uint64_t offset, std::uint64_t length) override {
+    OVERLAPPED place = PlaceAt(offset);
+    return StatusOf(UnlockFileEx(handle_.get(), 0, static_cast<DWORD>(length),
+                                 static_cast<DWORD>(length >> 32), &place));
   }
 
   SystemResult<std::uint64_t> Size() override {
@@ -109,8 +147,6 @@ DWORD ShareFlags(FileShare share) {
   }
   return FILE_SHARE_READ | FILE_SHARE_WRITE;
 }
-
-SystemStatus StatusOf(BOOL succeeded) { return succeeded ? SystemStatus() : LastFailure(); }
 
 // Makes sure that the content has reached the disk before a name points to it.
 SystemStatus Flush(const std::string& path) {

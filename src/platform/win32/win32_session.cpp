@@ -104,6 +104,14 @@ std::uint32_t Win32Clock::Pause(std::uint32_t milliseconds, bool alertable) {
   return SleepEx(milliseconds, alertable ? TRUE : FALSE);
 }
 
+std::uint64_t Win32Clock::Milliseconds() { return GetTickCount64(); }
+
+Date Win32Clock::Today() {
+  SYSTEMTIME now{};
+  GetLocalTime(&now);
+  return MakeDate(now.wYear, now.wMonth, now.wDay).value_or(Date{});
+}
+
 std::optional<Guid> Win32GuidSource::Create() {
   GUID made{};
   // S_FALSE (unique on this machine only) gives an identifier as well.

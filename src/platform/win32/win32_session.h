@@ -23,6 +23,8 @@ class Win32Session final : public Session {
 class Win32Clock final : public Clock {
  public:
   std::uint32_t Pause(std::uint32_t milliseconds, bool alertable) override;
+  std::uint64_t Milliseconds() override;
+  Date Today() override;
 };
 
 class Win32GuidSource final : public GuidSource {

@@ -35,6 +35,8 @@ inline constexpr std::int32_t kNotImplemented = static_cast<std::int32_t>(0x8000
 inline constexpr std::int32_t kTableDamaged = static_cast<std::int32_t>(0x80004005);
 inline constexpr std::int32_t kNoPermission = static_cast<std::int32_t>(0x80040E09);
 inline constexpr std::int32_t kStatementError = static_cast<std::int32_t>(0x80040E14);
+inline constexpr std::int32_t kCannotMoveBack = static_cast<std::int32_t>(0x80040E18);
+inline constexpr std::int32_t kRowDeleted = static_cast<std::int32_t>(0x80040E23);
 inline constexpr std::int32_t kIntegrityViolation = static_cast<std::int32_t>(0x80040E2F);
 inline constexpr std::int32_t kNoSuchTable = static_cast<std::int32_t>(0x80040E37);
 inline constexpr std::int32_t kInUseByAnother = static_cast<std::int32_t>(0x80040E40);
@@ -42,6 +44,7 @@ inline constexpr std::int32_t kValueDoesNotFit = static_cast<std::int32_t>(0x800
 
 // Data access: the codes ADO itself gives, 0x800A0000 + n.
 inline constexpr std::int32_t kNoCurrentRow = static_cast<std::int32_t>(0x800A0BCD);
+inline constexpr std::int32_t kNotUpdatable = static_cast<std::int32_t>(0x800A0CB3);
 inline constexpr std::int32_t kNoSuchItem = static_cast<std::int32_t>(0x800A0CC1);
 inline constexpr std::int32_t kObjectClosed = static_cast<std::int32_t>(0x800A0E78);
 inline constexpr std::int32_t kObjectOpen = static_cast<std::int32_t>(0x800A0E79);

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,6 +51,10 @@ class RowCursor {
   // Steps to the next row; false behind the last. REQUIRES: not called again after false.
   virtual bool Next() = 0;
 
+  // Stands on that record, read from the file anew; false, without a current row, when there is no
+  // such record or the connection hides it as deleted. Next then goes on from there.
+  virtual bool Seek(std::uint32_t record_number) = 0;
+
   // The 1-based record number of the current row.
   [[nodiscard]] virtual std::uint32_t record_number() const = 0;
 
@@ -74,6 +79,41 @@ class Collation {
   [[nodiscard]] virtual int CompareKeys(std::string_view left, std::string_view right) const = 0;
 };
 
+// What a column is given.
+struct ColumnValue {
+  std::size_t column;
+  Value value;
+};
+
+// Changes rows of one table, each whole and at once: memo, row and structural index agree after
+// every call, whatever it throws. At most one row is locked at a time. Errors name the table and
+// the record. Destruction gives up the lock.
+class TableChanges {
+ public:
+  virtual ~TableChanges() = default;
+
+  // What the column would hold after the value was stored: text cut to the column's width and
+  // padded to it where that is fixed, numbers rounded to its decimals, dates and times converted
+  // into each other. Throws kValueDoesNotFit for a value that the column cannot hold, and
+  // kStatementError ("Data type mismatch", or a null for a column without nulls).
+  [[nodiscard]] virtual Value Stored(std::size_t column, const Value& value) const = 0;
+
+  // Appends a row. Columns without a value are blank, those with automatic numbers get the next
+  // one. Gives the record number. Throws as Stored, kIntegrityViolation naming the tag whose key
+  // another row has, kInUseByAnother, kTableDamaged.
+  virtual std::uint32_t Insert(std::span<const ColumnValue> values) = 0;
+
+  // Locks the record and reads it anew; false when it is deleted, is no record, or cannot be seen.
+  // Throws kInUseByAnother when the lock could not be had in time.
+  virtual bool LockRow(std::uint32_t record_number) = 0;
+  // The locked row, also after its update.
+  [[nodiscard]] virtual const RowCursor& row() const = 0;
+  virtual void Update(std::span<const ColumnValue> values) = 0;
+  virtual void Delete() = 0;
+  // Gives up the lock; nothing to do without one.
+  virtual void UnlockRow() noexcept = 0;
+};
+
 // An open table. Lives as long as the statement that opened it.
 class Table {
  public:
@@ -84,6 +124,11 @@ class Table {
   // The connection's collating sequence for this table's code page.
   [[nodiscard]] virtual const Collation& collation() const = 0;
   [[nodiscard]] virtual std::unique_ptr<RowCursor> Scan() = 0;
+
+  // Makes the table ready for changes. Throws before the first byte changes: kNoPermission for a
+  // read-only connection or file, kTableDamaged, naming the reason, for a table whose rows, memo
+  // and structural index could not all be kept whole. The changes refer to the table.
+  [[nodiscard]] virtual std::unique_ptr<TableChanges> Change() = 0;
 };
 
 // Finds the tables that a statement names.

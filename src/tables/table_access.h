@@ -45,6 +45,13 @@ class Field {
   // The bytes that the table holds for the current row's text, memo or binary value; none for a
   // null. Throws TypeMismatch for a value of another type, and as value().
   [[nodiscard]] virtual Bytes bytes() const = 0;
+
+  // Puts a value into the current row's copy, which Recordset::Update stores. Under pessimistic
+  // locking the first value put into a row locks it until the row is stored or left. Text for
+  // another type is converted by automation's rules, a date from month-day-year. Throws
+  // kNoCurrentRow, kNotUpdatable where the recordset was opened read-only or its statement gives no
+  // rows of one table, TypeMismatch, kInUseByAnother, kRowDeleted.
+  virtual void set_value(const Value& value) = 0;
 };
 
 class Connection;
@@ -69,7 +76,7 @@ class Recordset {
 
   [[nodiscard]] virtual ObjectState state() const = 0;
 
-  // The state of the current row: 0 when it is unchanged.
+  // The state of the current row: 0 when it is unchanged, 2 while it is being edited.
   [[nodiscard]] virtual std::int32_t status() const = 0;
 
   // Before the first and behind the last row; both at once when there are no rows.
@@ -80,10 +87,32 @@ class Recordset {
   // cost a pass over the rows, and throws what MoveNext would throw on it; the current row stays.
   [[nodiscard]] virtual std::int32_t record_count() const = 0;
 
-  // Throws kNoCurrentRow on a recordset without rows.
+  // All moves store a row that is being edited first. MoveFirst and MoveLast throw kNoCurrentRow on
+  // a recordset without rows.
   virtual void MoveFirst() = 0;
+  virtual void MoveLast() = 0;
   // Past the last row is EOF; once more throws kNoCurrentRow.
   virtual void MoveNext() = 0;
+  // Before the first row is BOF; once more throws kNoCurrentRow. MoveLast and MovePrevious throw
+  // kCannotMoveBack on a forward-only server cursor.
+  virtual void MovePrevious() = 0;
+
+  // Shows only the rows that meet the criteria, and stands on the first of them; empty text shows
+  // all rows again. Criteria are clauses FIELD OPERATOR VALUE (operators < > <= >= <> = LIKE)
+  // joined by AND and OR, with parentheses, where a group joined by OR is not joined by AND to
+  // others. Throws InvalidArgument for other text; the recordset then keeps its filter.
+  virtual void set_filter(const std::wstring& criteria) = 0;
+
+  // Searches forward from the current row, which counts, for a row that meets one clause; EOF when
+  // there is none. Throws InvalidArgument for other text, kNoCurrentRow.
+  virtual void Find(const std::wstring& criteria) = 0;
+
+  // Stores the values that were put into the current row; nothing to do without any. Throws
+  // kValueDoesNotFit, kIntegrityViolation, kInUseByAnother, kTableDamaged, kNoPermission; the row
+  // is then as before and still being edited.
+  virtual void Update() = 0;
+  // Drops them.
+  virtual void CancelUpdate() = 0;
 
   [[nodiscard]] virtual std::int32_t field_count() const = 0;
   // By 0-based position or by name without regard to case; throws kNoSuchItem.
@@ -111,9 +140,13 @@ class Connection {
   virtual void Close() = 0;
   [[nodiscard]] virtual ObjectState state() const = 0;
 
-  // Runs a statement; the recordset is open and on its first row when the statement gives rows.
-  // Throws as Recordset::Open, and kObjectClosed.
+  // Runs a statement; the recordset is open and on its first row when the statement gives rows,
+  // else closed. Throws as Recordset::Open, kObjectClosed, and, for statements that change rows, as
+  // Recordset::Update. What was changed before an error in a later row stays changed.
   virtual std::unique_ptr<Recordset> Execute(const std::wstring& statement) = 0;
+
+  // The number of rows that the last Execute changed; -1 for a statement that gives rows.
+  [[nodiscard]] virtual std::int32_t records_affected() const = 0;
 };
 
 // Makes connections and recordsets of one kind.

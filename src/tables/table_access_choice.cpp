@@ -27,6 +27,7 @@ class RefusedConnection final : public Connection {
   std::unique_ptr<Recordset> Execute(const std::wstring& /*statement*/) override {
     throw Refusal(error_number::kObjectClosed);
   }
+  [[nodiscard]] std::int32_t records_affected() const override { return -1; }
 
  private:
   [[nodiscard]] Error Refusal(std::int32_t number) const { return {number, kSource, reason_}; }

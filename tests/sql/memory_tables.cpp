@@ -29,6 +29,12 @@ class MemoryCursor final : public tables::RowCursor {
     return true;
   }
 
+  bool Seek(std::uint32_t record_number) override {
+    ended_ = record_number == 0 || record_number > table_.rows.size();
+    row_ = ended_ ? table_.rows.size() : record_number;
+    return !ended_;
+  }
+
   [[nodiscard]] std::uint32_t record_number() const override {
     return static_cast<std::uint32_t>(row_);
   }
@@ -61,6 +67,10 @@ class OpenMemoryTable final : public tables::Table {
   std::unique_ptr<tables::RowCursor> Scan() override {
     ++table_.scans;
     return std::make_unique<MemoryCursor>(table_);
+  }
+
+  std::unique_ptr<tables::TableChanges> Change() override {
+    throw Error(error_number::kNoPermission, L"Tables", L"Tables in memory are not changed.");
   }
 
  private:

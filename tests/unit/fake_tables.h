@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -105,6 +106,14 @@ class FakeRecordset final : public tables::Recordset {
     const auto failure = store_.failures.find("recordset.move_next");
     if (failure != store_.failures.end()) throw failure->second;
   }
+  void MoveLast() override { throw std::logic_error("not scripted"); }
+  void MovePrevious() override { throw std::logic_error("not scripted"); }
+  void set_filter(const std::wstring& /*criteria*/) override {
+    throw std::logic_error("not scripted");
+  }
+  void Find(const std::wstring& /*criteria*/) override { throw std::logic_error("not scripted"); }
+  void Update() override { throw std::logic_error("not scripted"); }
+  void CancelUpdate() override { throw std::logic_error("not scripted"); }
   [[nodiscard]] std::int32_t field_count() const override {
     return static_cast<std::int32_t>(fields_.size());
   }
@@ -149,6 +158,8 @@ class FakeRecordset final : public tables::Recordset {
       const std::string stored = owner_.result_->code_page.Encode(*text);
       return {stored.begin(), stored.end()};
     }
+
+    void set_value(const Value& /*value*/) override { throw std::logic_error("not scripted"); }
 
    private:
     FakeRecordset& owner_;
@@ -198,6 +209,7 @@ class FakeConnection final : public tables::Connection {
     recordset->OpenWith(store_.Find(statement));
     return recordset;
   }
+  [[nodiscard]] std::int32_t records_affected() const override { return -1; }
 
  private:
   FakeStore& store_;

@@ -32,6 +32,7 @@ class EmbeddedConnection final : public Connection {
   void Close() override;
   [[nodiscard]] ObjectState state() const override;
   std::unique_ptr<Recordset> Execute(const std::wstring& statement) override;
+  [[nodiscard]] std::int32_t records_affected() const override { return records_affected_; }
 
   [[nodiscard]] CursorLocation cursor_location() const { return open_cursor_location_; }
   [[nodiscard]] ConnectMode mode() const { return open_mode_; }
@@ -55,6 +56,7 @@ class EmbeddedConnection final : public Connection {
   CursorLocation open_cursor_location_ = CursorLocation::kServer;
   ConnectMode open_mode_ = ConnectMode::kUnknown;
   std::set<EmbeddedRecordset*> recordsets_;
+  std::int32_t records_affected_ = -1;
 };
 
 }  // namespace tdefault::tables::foxpro

@@ -15,6 +15,8 @@ constexpr wchar_t kSource[] = L"Recordset";
 constexpr std::int32_t kUnlimited = std::numeric_limits<std::int32_t>::max();
 constexpr std::int32_t kUnknownCount = -1;
 
+Error NotYet() { return {error_number::kNotImplemented, kSource, L"Not available yet."}; }
+
 // The sizes that ADO gives for its data types.
 std::int32_t DefinedSize(const Column& column) {
   constexpr std::int32_t kNumericSize = 19;
@@ -86,6 +88,8 @@ class EmbeddedRecordset::RowField final : public Field {
     const std::string stored = code_page_->Encode(*text);
     return {stored.begin(), stored.end()};
   }
+
+  void set_value(const Value& /*value*/) override { throw NotYet(); }
 
  private:
   const EmbeddedRecordset& recordset_;
@@ -204,6 +208,13 @@ void EmbeddedRecordset::MoveNext() {
   if (eof_) throw NoCurrentRow(kSource, L"MoveNext in " + statement_);
   Step();
 }
+
+void EmbeddedRecordset::MoveLast() { throw NotYet(); }
+void EmbeddedRecordset::MovePrevious() { throw NotYet(); }
+void EmbeddedRecordset::set_filter(const std::wstring& /*criteria*/) { throw NotYet(); }
+void EmbeddedRecordset::Find(const std::wstring& /*criteria*/) { throw NotYet(); }
+void EmbeddedRecordset::Update() { throw NotYet(); }
+void EmbeddedRecordset::CancelUpdate() { throw NotYet(); }
 
 std::int32_t EmbeddedRecordset::field_count() const {
   return static_cast<std::int32_t>(fields_.size());

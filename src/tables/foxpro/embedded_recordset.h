@@ -42,7 +42,13 @@ class EmbeddedRecordset final : public Recordset {
   [[nodiscard]] std::int32_t record_count() const override;
 
   void MoveFirst() override;
+  void MoveLast() override;
   void MoveNext() override;
+  void MovePrevious() override;
+  void set_filter(const std::wstring& criteria) override;
+  void Find(const std::wstring& criteria) override;
+  void Update() override;
+  void CancelUpdate() override;
 
   [[nodiscard]] std::int32_t field_count() const override;
   [[nodiscard]] Field& field(std::int32_t position) override;

@@ -86,6 +86,17 @@ class StoredTable::Cursor final : public RowCursor {
     return false;
   }
 
+  bool Seek(std::uint32_t record_number) override {
+    const TableLayout& layout = table_.layout_;
+    if (record_number == 0 || record_number > layout.record_count) return false;
+    number_ = record_number;
+    Fetch();
+    record_ = buffer_.data();
+    if (*record_ == record_mark::kLive) return true;
+    if (*record_ != record_mark::kDeleted) throw NoRecord();
+    return !table_.hides_deleted_;
+  }
+
   [[nodiscard]] std::uint32_t record_number() const override { return number_; }
 
   [[nodiscard]] Value Read(std::size_t column) const override {
@@ -139,6 +150,11 @@ StoredTable::StoredTable(platform::Files& files, TableIdentity identity, const T
 }
 
 std::unique_ptr<RowCursor> StoredTable::Scan() { return std::make_unique<Cursor>(*this); }
+
+std::unique_ptr<TableChanges> StoredTable::Change() {
+  throw RefusedFile(identity_, identity_.path, L"tables are not changed yet",
+                    L"Wait for the next version.");
+}
 
 TableFolder::TableFolder(platform::Files& files, std::wstring path, const TableView& view)
     : files_(files), path_(std::move(path)), view_(view) {}

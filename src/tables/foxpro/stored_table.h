@@ -39,6 +39,7 @@ class StoredTable final : public Table {
 
   // The cursor refers to the table.
   [[nodiscard]] std::unique_ptr<RowCursor> Scan() override;
+  [[nodiscard]] std::unique_ptr<TableChanges> Change() override;
 
  private:
   class Cursor;

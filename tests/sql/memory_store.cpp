@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "tables/sql/date_text.h"
+#include "tables/sql/query.h"
 
 namespace tdefault::tests {
 namespace {
@@ -22,8 +23,16 @@ double ReadNumber(const std::wstring& text) {
   return *number;
 }
 
-// "NAME TYPE", "NAME TYPE(WIDTH)" or "NAME TYPE(WIDTH,DECIMALS)".
-Column ReadColumn(const std::wstring& text) {
+// "NAME TYPE", "NAME TYPE(WIDTH)" or "NAME TYPE(WIDTH,DECIMALS)", each with " NOT NULL" behind it
+// for a column without nulls.
+Column ReadColumn(const std::wstring& whole) {
+  constexpr std::wstring_view kNotNull = L" NOT NULL";
+  if (whole.ends_with(kNotNull)) {
+    Column column = ReadColumn(whole.substr(0, whole.size() - kNotNull.size()));
+    column.nullable = false;
+    return column;
+  }
+  const std::wstring& text = whole;
   const std::size_t blank = text.find(L' ');
   if (blank == std::wstring::npos || blank + 1 == text.size()) Refuse(text);
   const auto type = static_cast<char>(text[blank + 1]);
@@ -93,6 +102,24 @@ void MemoryStore::AddTable(const TableText& text) {
     table.rows.push_back(std::move(values));
   }
   tables_.Add(text.name, std::move(table));
+}
+
+ScriptStore::Result MemoryStore::Run(const std::wstring& statement) {
+  const auto rows = tables::sql::ExecuteQuery(statement, tables_);
+  Result result;
+  for (const Column& column : rows->columns()) {
+    std::wstring line = column.name + L" ";
+    line += static_cast<wchar_t>(column.type);
+    line += L" " + std::to_wstring(column.length);
+    if (column.decimals != 0) line += L" " + std::to_wstring(column.decimals);
+    if (column.fixed_width) line += L" fixed";
+    result.columns.push_back(line);
+  }
+  while (rows->Next()) {
+    std::vector<Value>& row = result.rows.emplace_back();
+    for (std::size_t i = 0; i < rows->columns().size(); ++i) row.push_back(rows->Read(i));
+  }
+  return result;
 }
 
 void MemoryStore::SetCollation(const std::wstring& name) {

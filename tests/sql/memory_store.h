@@ -11,7 +11,7 @@ class MemoryStore final : public ScriptStore {
   // Throws std::invalid_argument for a column or value that is not well-formed.
   void AddTable(const TableText& table) override;
   void SetCollation(const std::wstring& name) override;
-  tables::TableFinder& finder() override { return tables_; }
+  Result Run(const std::wstring& statement) override;
   MemoryTables& tables() { return tables_; }
 
  private:

@@ -1,14 +1,16 @@
 #include "sql/script.h"
 
-#include <optional>
+#include <array>
+#include <stdexcept>
+#include <string_view>
 #include <utility>
 
-#include "base/error.h"
 #include "base/text.h"
-#include "tables/sql/query.h"
 
 namespace tdefault::tests {
 namespace {
+
+constexpr std::wstring_view kError = L"error ";
 
 std::vector<std::wstring> SplitTrimmed(std::wstring_view text, std::wstring_view separator) {
   std::vector<std::wstring> pieces;
@@ -75,18 +77,57 @@ class Runner {
       store_.SetCollation(rest);
     } else if (word == L"table" && lines.size() > 1) {
       AddTable(rest, lines);
-    } else if (word == L"rows" || word == L"columns" || word == L"error") {
+    } else if (word == L"rows" || word == L"columns" || word == L"error" || word == L"change") {
       RunCase(word, rest, lines);
+    } else if (word == L"recordset") {
+      RunRecordsetCase(rest, lines);
     } else {
-      Fail(L"a paragraph begins with collation, table, rows, columns or error, not " + word);
+      Fail(
+          L"a paragraph begins with collation, table, rows, columns, change, error or recordset, "
+          L"not " +
+          word);
     }
   }
 
   void AddTable(const std::wstring& name, const std::vector<std::wstring>& lines) {
-    ScriptStore::TableText table{name, SplitTrimmed(lines[1], L";"), {}};
-    for (std::size_t i = 2; i < lines.size(); ++i)
-      table.rows.push_back(SplitTrimmed(lines[i], L"|"));
+    ScriptStore::TableText table{name, SplitTrimmed(lines[1], L";"), {}, {}};
+    for (std::size_t i = 2; i < lines.size(); ++i) {
+      if (lines[i].starts_with(L"tag "))
+        table.tags.push_back(lines[i].substr(4));
+      else
+        table.rows.push_back(SplitTrimmed(lines[i], L"|"));
+    }
     store_.AddTable(table);
+  }
+
+  void RunRecordsetCase(const std::wstring& title, const std::vector<std::wstring>& lines) {
+    constexpr std::wstring_view kArrow = L" => ";
+    ++outcome_.cases;
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+      const std::size_t arrow = lines[i].rfind(kArrow);
+      const bool checked = arrow != std::wstring::npos;
+      const std::wstring command(TrimBlanks(lines[i].substr(0, arrow)));
+      const std::wstring expected =
+          checked ? Join(SplitTrimmed(lines[i].substr(arrow + kArrow.size()), L"|")) : L"";
+      const std::wstring found = RunCommand(command);
+      const bool number_only = expected.starts_with(kError) && expected.find(L':') == expected.npos;
+      const bool right = checked
+                             ? (number_only ? found.substr(0, found.find(L':')) : found) == expected
+                             : !found.starts_with(kError);
+      if (right) continue;
+      Fail(title + L"\n  " + command + (checked ? L"\n  expected: " + expected : L"") +
+           L"\n  found:    " + found);
+      break;
+    }
+    store_.EndCase();
+  }
+
+  std::wstring RunCommand(const std::wstring& command) {
+    try {
+      return store_.RunCommand(command);
+    } catch (const Error& error) {
+      return ShowError(error);
+    }
   }
 
   void RunCase(const std::wstring& kind, const std::wstring& title,
@@ -98,8 +139,11 @@ class Runner {
       statement += (statement.empty() ? L"" : L"\n") + lines[at];
     if (at == lines.size()) return Fail(L"the line ---- is missing: " + title);
     std::vector<std::wstring> expected;
-    for (++at; at < lines.size(); ++at) expected.push_back(Join(SplitTrimmed(lines[at], L"|")));
-    const std::vector<std::wstring> found = Execute(kind, statement);
+    for (++at; at < lines.size(); ++at) {
+      expected.push_back(Join(SplitTrimmed(lines[at], L"|")));
+      if (kind == L"columns") expected.back() = store_.ColumnShown(expected.back());
+    }
+    const std::vector<std::wstring> found = Run(kind, statement);
     if (found == expected) return;
     std::wstring text = title + L"\n  expected:\n";
     for (const std::wstring& line : expected) text += L"    " + line + L"\n";
@@ -108,40 +152,19 @@ class Runner {
     Fail(text);
   }
 
-  std::vector<std::wstring> Execute(const std::wstring& kind, const std::wstring& statement) {
+  std::vector<std::wstring> Run(const std::wstring& kind, const std::wstring& statement) {
     try {
-      const auto rows = tables::sql::ExecuteQuery(statement, store_.finder());
-      if (kind == L"columns") return ShowColumns(*rows);
-      return ShowRows(*rows);
+      const ScriptStore::Result result = store_.Run(statement);
+      if (kind == L"columns") return result.columns;
+      if (result.changed >= 0) return {std::to_wstring(result.changed)};
+      std::vector<std::wstring> lines;
+      for (const std::vector<Value>& row : result.rows) lines.push_back(ShowRow(row));
+      return lines;
     } catch (const Error& error) {
       if (kind == L"error" && error.number() == error_number::kStatementError)
         return {error.description()};
-      return {L"error " + std::to_wstring(error.number()) + L": " + error.description()};
+      return {ShowError(error)};
     }
-  }
-
-  static std::vector<std::wstring> ShowColumns(const tables::sql::Rows& rows) {
-    std::vector<std::wstring> lines;
-    for (const tables::Column& column : rows.columns()) {
-      std::wstring line = column.name + L" ";
-      line += static_cast<wchar_t>(column.type);
-      line += L" " + std::to_wstring(column.length);
-      if (column.decimals != 0) line += L" " + std::to_wstring(column.decimals);
-      if (column.fixed_width) line += L" fixed";
-      lines.push_back(line);
-    }
-    return lines;
-  }
-
-  static std::vector<std::wstring> ShowRows(tables::sql::Rows& rows) {
-    std::vector<std::wstring> lines;
-    while (rows.Next()) {
-      std::vector<std::wstring> values;
-      for (std::size_t i = 0; i < rows.columns().size(); ++i)
-        values.push_back(ShowValue(rows.Read(i)));
-      lines.push_back(Join(values));
-    }
-    return lines;
   }
 
   const std::string& name_;
@@ -154,6 +177,50 @@ class Runner {
 
 ScriptOutcome RunScript(const std::string& name, const std::string& text, ScriptStore& store) {
   return Runner(name, store).Run(text);
+}
+
+std::wstring ScriptStore::RunCommand(const std::wstring& command) {
+  throw std::invalid_argument("this store has no recordsets: " + ToUtf8(command));
+}
+
+std::wstring ShowError(const Error& error) {
+  struct Name {
+    std::int32_t number;
+    const wchar_t* name;
+  };
+  static constexpr std::array kNames = {
+      Name{error_number::kInvalidArgument, L"InvalidArgument"},
+      Name{error_number::kOverflow, L"Overflow"},
+      Name{error_number::kTypeMismatch, L"TypeMismatch"},
+      Name{error_number::kInvalidUseOfNull, L"InvalidUseOfNull"},
+      Name{error_number::kTableDamaged, L"TableDamaged"},
+      Name{error_number::kNoPermission, L"NoPermission"},
+      Name{error_number::kStatementError, L"StatementError"},
+      Name{error_number::kCannotMoveBack, L"CannotMoveBack"},
+      Name{error_number::kRowDeleted, L"RowDeleted"},
+      Name{error_number::kIntegrityViolation, L"IntegrityViolation"},
+      Name{error_number::kNoSuchTable, L"NoSuchTable"},
+      Name{error_number::kInUseByAnother, L"InUseByAnother"},
+      Name{error_number::kValueDoesNotFit, L"ValueDoesNotFit"},
+      Name{error_number::kNoCurrentRow, L"NoCurrentRow"},
+      Name{error_number::kNotUpdatable, L"NotUpdatable"},
+      Name{error_number::kNoSuchItem, L"NoSuchItem"},
+      Name{error_number::kObjectClosed, L"ObjectClosed"},
+      Name{error_number::kObjectOpen, L"ObjectOpen"},
+  };
+  std::wstring name = std::to_wstring(error.number());
+  for (const Name& known : kNames)
+    if (known.number == error.number()) name = known.name;
+  return std::wstring(kError) + name + L": " + error.description();
+}
+
+std::wstring ShowRow(const std::vector<Value>& row) {
+  std::wstring text;
+  for (const Value& value : row) {
+    if (&value != row.data()) text += L" | ";
+    text += ShowValue(value);
+  }
+  return text;
 }
 
 std::wstring ShowValue(const Value& value) {

@@ -1,6 +1,7 @@
 // The structural index (CDX) of a table, kept in step with changes of its rows.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -19,13 +20,19 @@ class RecordDecoder;
 // leaves the row out.
 using RowKeys = std::vector<std::optional<std::string>>;
 
-// Everything but construction and KeysOf needs the index lock; keep it from Refresh to Finish.
+// Construction, KeysOf and Uses need no lock; everything else needs the index lock, kept from
+// Refresh to Finish. A change goes: Refresh, KeysOf, CheckUnique, CheckPresent (of an existing
+// row), Begin, the row is written, Replace, Finish. A change that ends in between, by an error or
+// with the process, leaves the mark of Begin in the file; the next Refresh then compares the whole
+// index with the rows.
 class StructuralIndex {
  public:
-  // Reads the tags of an open index file. Throws FileFailure, DamagedFile, and RefusedFile naming
-  // the tag and the reason when one of them cannot be kept. All arguments outlive the index.
-  StructuralIndex(platform::File& file, std::wstring path, const TableLayout& layout,
-                  const TableIdentity& table, const RecordDecoder& decoder);
+  // Reads the tags of an open index file. `table_file` is the table's own, open for reading. Throws
+  // FileFailure, and RefusedFile naming the tag and the reason when the file is damaged or one of
+  // the tags cannot be kept. All arguments outlive the index.
+  StructuralIndex(platform::File& file, std::wstring path, platform::File& table_file,
+                  const TableLayout& layout, const TableIdentity& table,
+                  const RecordDecoder& decoder);
   ~StructuralIndex();
   StructuralIndex(const StructuralIndex&) = delete;
   StructuralIndex& operator=(const StructuralIndex&) = delete;
@@ -34,6 +41,10 @@ class StructuralIndex {
   // throws.
   [[nodiscard]] RowKeys KeysOf(const std::uint8_t* record, std::uint32_t record_number) const;
 
+  // Whether a key or a condition of any tag reads the column; the deletion mark.
+  [[nodiscard]] bool Uses(std::size_t column) const;
+  [[nodiscard]] bool UsesDeletionMark() const;
+
   // Drops cached pages when another program has changed the file. Throws RefusedFile naming the tag
   // when a change that was broken off has left the index behind the rows.
   void Refresh();
@@ -41,6 +52,11 @@ class StructuralIndex {
   // Throws kIntegrityViolation, naming the tag, when another record than `record_number` has one of
   // the keys in a tag that keeps keys unique.
   void CheckUnique(const RowKeys& keys, std::uint32_t record_number);
+
+  // Throws RefusedFile, naming the tag, when a tag whose key is going to change from `before` to
+  // `after` lacks the one before. Call before Begin, so that an index that does not agree with the
+  // row stops the change while nothing has been written.
+  void CheckPresent(const RowKeys& before, const RowKeys& after, std::uint32_t record_number);
 
   // Marks the index, in the file, as behind the rows until Finish: what is found by the next
   // Refresh if this process ends in between. Call before the row is written.

@@ -22,10 +22,14 @@ inline constexpr std::size_t kVersion = 0;
 inline constexpr std::size_t kRecordCount = 4;
 inline constexpr std::size_t kHeaderLength = 8;
 inline constexpr std::size_t kRecordLength = 10;
+inline constexpr std::size_t kFlags = 28;
 inline constexpr std::size_t kCodePageMark = 29;
 inline constexpr std::size_t kSize = 32;
 // Visual FoxPro's versions end their header with the path of the owning database container.
 inline constexpr std::size_t kBacklinkSize = 263;
+
+inline constexpr std::uint8_t kHasStructuralIndex = 0x01;
+inline constexpr std::uint8_t kIsDatabaseContainer = 0x04;
 }  // namespace table_header
 
 namespace field_descriptor {
@@ -36,12 +40,15 @@ inline constexpr std::size_t kDisplacement = 12;
 inline constexpr std::size_t kLength = 16;
 inline constexpr std::size_t kDecimals = 17;
 inline constexpr std::size_t kFlags = 18;
+inline constexpr std::size_t kNextNumber = 19;
+inline constexpr std::size_t kNumberStep = 23;
 inline constexpr std::size_t kSize = 32;
 inline constexpr std::uint8_t kTerminator = 0x0D;
 
 inline constexpr std::uint8_t kSystem = 0x01;
 inline constexpr std::uint8_t kNullable = 0x02;
 inline constexpr std::uint8_t kBinary = 0x04;
+inline constexpr std::uint8_t kAutomaticNumber = 0x08;
 }  // namespace field_descriptor
 
 namespace record_mark {

@@ -86,7 +86,13 @@ class LayoutReader {
                        .code_page = page,
                        .columns = {}};
     layout.memo_pointers_are_digits = !visual_;
+    layout.visual = visual_;
+    const std::uint8_t flags = header_[table_header::kFlags];
+    layout.has_structural_index = (flags & table_header::kHasStructuralIndex) != 0;
+    layout.is_database_container = (flags & table_header::kIsDatabaseContainer) != 0;
     ReadDescriptorArea(layout);
+    layout.has_backlink =
+        visual_ && header_[layout.header_length - table_header::kBacklinkSize] != 0;
     ReadDescriptors(layout);
     CheckFileSize(layout);
     return layout;
@@ -190,16 +196,17 @@ class LayoutReader {
   void ReadDescriptors(TableLayout& layout) {
     std::size_t offset = 1;
     std::size_t bits = 0;
-    std::size_t null_flags_length = 0;
     for (std::size_t index = 0; index < descriptor_count_; ++index) {
-      const auto descriptor = std::span<const std::uint8_t>(header_).subspan(
-          table_header::kSize + index * field_descriptor::kSize, field_descriptor::kSize);
+      const std::size_t place = table_header::kSize + index * field_descriptor::kSize;
+      const auto descriptor =
+          std::span<const std::uint8_t>(header_).subspan(place, field_descriptor::kSize);
       StoredColumn stored = ReadDescriptor(descriptor, offset, layout.code_page, bits);
+      stored.descriptor_offset = place;
       const auto length = static_cast<std::size_t>(stored.column.length);
       const bool null_flags = stored.column.type == kNullFlagsType;
       if (null_flags) {
         layout.null_flags_offset = offset;
-        null_flags_length = length;
+        layout.null_flags_length = length;
       }
       offset += length;
       if (null_flags || (Flags(descriptor) & field_descriptor::kSystem) != 0) continue;
@@ -211,10 +218,10 @@ class LayoutReader {
       throw Damaged(L"its record length is " + std::to_wstring(layout.record_length) +
                     L" where its columns need " + std::to_wstring(offset));
     }
-    if (bits > null_flags_length * 8) {
+    if (bits > layout.null_flags_length * 8) {
       throw Damaged(L"its columns need " + std::to_wstring(bits) +
                     L" flags for null values and lengths, and the column of these flags has " +
-                    std::to_wstring(null_flags_length * 8));
+                    std::to_wstring(layout.null_flags_length * 8));
     }
   }
 
@@ -235,6 +242,12 @@ class LayoutReader {
     column.length = descriptor[field_descriptor::kLength];
     column.decimals = descriptor[field_descriptor::kDecimals];
     column.nullable = (flags & field_descriptor::kNullable) != 0;
+    stored.binary = (flags & field_descriptor::kBinary) != 0;
+    if (column.type == 'I' && (flags & field_descriptor::kAutomaticNumber) != 0) {
+      stored.automatic =
+          AutomaticNumber{.next = LittleEndian32(descriptor, field_descriptor::kNextNumber),
+                          .step = descriptor[field_descriptor::kNumberStep]};
+    }
     // Text that is marked as binary is text all the same: the mark keeps other programs from
     // translating it to their code page.
     column.kind = rule.kind;

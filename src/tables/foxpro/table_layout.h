@@ -14,9 +14,18 @@
 
 namespace tdefault::tables::foxpro {
 
+// The numbers that a column gives to new rows, as the header tells when it is read.
+struct AutomaticNumber {
+  std::uint32_t next = 0;
+  std::uint8_t step = 0;
+};
+
 struct StoredColumn {
   Column column;
-  std::size_t offset = 0;  // in the record, behind the deletion mark at 0
+  std::size_t offset = 0;             // in the record, behind the deletion mark at 0
+  std::size_t descriptor_offset = 0;  // in the file
+  bool binary = false;                // never translated to another code page
+  std::optional<AutomaticNumber> automatic;
   // Bits of the _NullFlags column: the value is null; the last byte of the value is its length.
   std::optional<std::size_t> null_bit;
   std::optional<std::size_t> length_bit;
@@ -30,8 +39,13 @@ struct TableLayout {
   CodePage code_page;
   std::vector<StoredColumn> columns;  // without the system columns
   std::size_t null_flags_offset = 0;  // of _NullFlags in the record, where a column has a bit
+  std::size_t null_flags_length = 0;  // 0 without that column
   bool has_memo_columns = false;
   bool memo_pointers_are_digits = false;  // 10 digits instead of 4 bytes
+  bool visual = false;                    // one of Visual FoxPro's versions
+  bool has_structural_index = false;      // the header says that there is one
+  bool has_backlink = false;              // belongs to a database container
+  bool is_database_container = false;
 };
 
 // Reads and checks the header against itself and the size of the file. `ansi_code_page` is the page

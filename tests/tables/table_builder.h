@@ -9,9 +9,9 @@
 namespace tdefault::tests {
 
 struct ColumnSpec {
-  std::string name;  // upper case, at most 10 characters
+  std::string name = {};  // upper case, at most 10 characters
   char type = 'C';
-  std::uint8_t length = 0;
+  std::uint8_t length = 0;  // may stay 0 for types that have only one
   std::uint8_t decimals = 0;
   bool nullable = false;
   bool binary = false;
@@ -20,9 +20,9 @@ struct ColumnSpec {
 };
 
 struct TagSpec {
-  std::string name;              // upper case
-  std::string expression;        // as FoxPro stores it
-  std::string condition;         // FOR; empty: none
+  std::string name = {};         // upper case
+  std::string expression = {};   // as FoxPro stores it
+  std::string condition = {};    // FOR; empty: none
   std::uint16_t key_length = 0;  // in the index, the byte for null included
   bool unique = false;
   bool candidate = false;
@@ -34,18 +34,20 @@ struct TagSpec {
 struct TableSpec {
   std::uint8_t version = 0x30;
   std::uint8_t code_page_mark = 0x03;
-  std::vector<ColumnSpec> columns;
-  std::vector<TagSpec> tags;  // none: no index file
+  std::vector<ColumnSpec> columns = {};
+  std::vector<TagSpec> tags = {};  // none: no index file
   std::uint16_t memo_block_size = 64;
 };
 
-// The files of an empty table: every tag is an empty tree.
+// The files of an empty table: every tag is an empty tree. A table with nullable, V or Q columns
+// gets its _NullFlags column.
 struct TableFiles {
   std::string table;
   std::string memo;   // empty when no column needs one
   std::string index;  // empty without tags
 };
 
+// Throws std::invalid_argument for what the version cannot hold.
 [[nodiscard]] TableFiles BuildTable(const TableSpec& spec);
 
 }  // namespace tdefault::tests

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "folder_files.h"
+#include "steady_clock.h"
 #include "tables/foxpro/embedded_table_access.h"
 #include "tables/foxpro/stored_table.h"
 
@@ -68,7 +69,8 @@ std::uint64_t PlainRead(platform::Files& files, std::initializer_list<const wcha
 }
 
 std::uint64_t DecodeRecords(platform::Files& files) {
-  foxpro::TableFolder folder(files, kFolder, foxpro::TableView());
+  bench::SteadyClock clock;
+  foxpro::TableFolder folder(files, kFolder, foxpro::TableView(), foxpro::LockPatience{clock});
   const auto table = folder.OpenTable(L"DEFAULTS");
   const auto cursor = table->Scan();
   std::uint64_t rows = 0;
@@ -81,7 +83,8 @@ std::uint64_t DecodeRecords(platform::Files& files) {
 }
 
 std::uint64_t ReadStatement(platform::Files& files, const wchar_t* statement) {
-  foxpro::EmbeddedTableAccess access(files, 1252);
+  bench::SteadyClock clock;
+  foxpro::EmbeddedTableAccess access(files, foxpro::LockPatience{clock}, 1252);
   const auto connection = access.MakeConnection();
   connection->set_connection_string(
       L"Data Source=C:\\Data;Collating Sequence=GENERAL;Deleted=TRUE;");

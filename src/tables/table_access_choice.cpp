@@ -38,7 +38,9 @@ class RefusedConnection final : public Connection {
 class ChosenTableAccess final : public TableAccess {
  public:
   explicit ChosenTableAccess(platform::Platform& platform)
-      : session_(platform.session), embedded_(platform.files, platform.session.AnsiCodePage()) {}
+      : session_(platform.session),
+        embedded_(platform.files, foxpro::LockPatience{platform.clock},
+                  platform.session.AnsiCodePage()) {}
 
   std::unique_ptr<Connection> MakeConnection() override {
     const auto value = session_.EnvironmentValue(kVariable);

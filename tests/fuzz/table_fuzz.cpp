@@ -44,9 +44,10 @@ void ReadValue(const Field& field) {
   }
 }
 
-void ReadTable(platform::Files& files, std::uint8_t settings) {
+void ReadTable(platform::Platform& machine, std::uint8_t settings) {
   constexpr std::array<std::uint32_t, 5> kPages = {1252, 437, 850, 1250, 1251};
-  foxpro::EmbeddedTableAccess access(files, kPages[(settings >> 2U) % kPages.size()]);
+  foxpro::EmbeddedTableAccess access(machine.files, foxpro::LockPatience{machine.clock},
+                                     kPages[(settings >> 2U) % kPages.size()]);
   const auto connection = access.MakeConnection();
   std::wstring text = L"Data Source=C:\\Data;";
   text += (settings & 1U) != 0 ? L"Deleted=TRUE;" : L"Deleted=FALSE;";
@@ -73,7 +74,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t table_length = std::min(declared, rest.size());
   machine.PutFile(L"C:\\Data\\T.dbf", rest.substr(0, table_length));
   machine.PutFile(L"C:\\Data\\T.fpt", rest.substr(table_length));
-  ReadTable(machine.platform().files, data[0]);
+  ReadTable(machine.platform(), data[0]);
   Require(machine.open_handles() == 0);
   machine.Restart();
   return 0;

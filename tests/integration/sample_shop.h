@@ -49,7 +49,8 @@ class SampleShop {
   }
 
   platform::simulation::Simulation machine;
-  tables::foxpro::EmbeddedTableAccess tables{machine.platform().files, 1252};
+  tables::foxpro::EmbeddedTableAccess tables{
+      machine.platform().files, tables::foxpro::LockPatience{machine.platform().clock}, 1252};
   support::LocationState location;
   catalogue::Options options{machine.platform(), tables, location};
 };

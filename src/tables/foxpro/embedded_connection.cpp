@@ -13,8 +13,9 @@ constexpr wchar_t kSource[] = L"Connection";
 
 }  // namespace
 
-EmbeddedConnection::EmbeddedConnection(platform::Files& files, std::uint32_t ansi_code_page)
-    : files_(files), ansi_code_page_(ansi_code_page) {}
+EmbeddedConnection::EmbeddedConnection(platform::Files& files, const LockPatience& patience,
+                                       std::uint32_t ansi_code_page)
+    : files_(files), patience_(patience), ansi_code_page_(ansi_code_page) {}
 
 EmbeddedConnection::~EmbeddedConnection() { Release(); }
 
@@ -23,7 +24,7 @@ void EmbeddedConnection::Open() {
   ConnectionParts parts = ParseConnectionString(connection_string_);
   CheckFolder(parts.data_source);
   const TableView view{parts.sequence, parts.hides_deleted, ansi_code_page_};
-  folder_ = std::make_unique<TableFolder>(files_, std::move(parts.data_source), view);
+  folder_ = std::make_unique<TableFolder>(files_, std::move(parts.data_source), view, patience_);
   open_cursor_location_ = cursor_location_;
   open_mode_ = mode_;
 }

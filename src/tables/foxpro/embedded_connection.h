@@ -8,6 +8,7 @@
 
 #include "platform/files.h"
 #include "tables/foxpro/stored_table.h"
+#include "tables/foxpro/table_locks.h"
 #include "tables/table_access.h"
 
 namespace tdefault::tables::foxpro {
@@ -17,7 +18,8 @@ class EmbeddedRecordset;
 // Knows the recordsets that were opened on it: closing it closes them, as ADO does.
 class EmbeddedConnection final : public Connection {
  public:
-  EmbeddedConnection(platform::Files& files, std::uint32_t ansi_code_page);
+  EmbeddedConnection(platform::Files& files, const LockPatience& patience,
+                     std::uint32_t ansi_code_page);
   ~EmbeddedConnection() override;
 
   EmbeddedConnection(const EmbeddedConnection&) = delete;
@@ -47,6 +49,7 @@ class EmbeddedConnection final : public Connection {
   void CheckFolder(const std::wstring& path) const;
 
   platform::Files& files_;
+  LockPatience patience_;
   std::uint32_t ansi_code_page_;
   std::wstring connection_string_;
   CursorLocation cursor_location_ = CursorLocation::kServer;

@@ -9,11 +9,12 @@
 
 namespace tdefault::tables::foxpro {
 
-EmbeddedTableAccess::EmbeddedTableAccess(platform::Files& files, std::uint32_t ansi_code_page)
-    : files_(files), ansi_code_page_(ansi_code_page) {}
+EmbeddedTableAccess::EmbeddedTableAccess(platform::Files& files, const LockPatience& patience,
+                                         std::uint32_t ansi_code_page)
+    : files_(files), patience_(patience), ansi_code_page_(ansi_code_page) {}
 
 std::unique_ptr<Connection> EmbeddedTableAccess::MakeConnection() {
-  return std::make_unique<EmbeddedConnection>(files_, ansi_code_page_);
+  return std::make_unique<EmbeddedConnection>(files_, patience_, ansi_code_page_);
 }
 
 std::unique_ptr<Recordset> EmbeddedTableAccess::MakeRecordset() {

@@ -156,8 +156,9 @@ std::unique_ptr<TableChanges> StoredTable::Change() {
                     L"Wait for the next version.");
 }
 
-TableFolder::TableFolder(platform::Files& files, std::wstring path, const TableView& view)
-    : files_(files), path_(std::move(path)), view_(view) {}
+TableFolder::TableFolder(platform::Files& files, std::wstring path, const TableView& view,
+                         const LockPatience& patience)
+    : files_(files), path_(std::move(path)), view_(view), patience_(patience) {}
 
 std::unique_ptr<Table> TableFolder::OpenTable(const std::wstring& name) {
   const bool refused = std::any_of(name.begin(), name.end(), [](wchar_t character) {

@@ -12,6 +12,7 @@
 #include "tables/foxpro/record_decoder.h"
 #include "tables/foxpro/table_errors.h"
 #include "tables/foxpro/table_layout.h"
+#include "tables/foxpro/table_locks.h"
 #include "tables/row_source.h"
 
 namespace tdefault::tables::foxpro {
@@ -57,8 +58,10 @@ class StoredTable final : public Table {
 // The tables of one data folder.
 class TableFolder final : public TableFinder {
  public:
-  // `files` outlives the folder; `path` comes without a backslash at its end.
-  TableFolder(platform::Files& files, std::wstring path, const TableView& view);
+  // `files` and the clock outlive the folder and its tables; `path` comes without a backslash at
+  // its end.
+  TableFolder(platform::Files& files, std::wstring path, const TableView& view,
+              const LockPatience& patience);
 
   std::unique_ptr<Table> OpenTable(const std::wstring& name) override;
 
@@ -66,6 +69,7 @@ class TableFolder final : public TableFinder {
   platform::Files& files_;
   std::wstring path_;
   TableView view_;
+  LockPatience patience_;
 };
 
 }  // namespace tdefault::tables::foxpro

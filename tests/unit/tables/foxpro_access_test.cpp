@@ -21,7 +21,9 @@ constexpr wchar_t kString[] =
 // A data folder with the tables T (three live rows, one deleted) and EMPTY, served by the engine.
 class Shop {
  public:
-  Shop() : access_(shelf_.machine().platform().files, 1252) {
+  Shop()
+      : access_(shelf_.machine().platform().files,
+                foxpro::LockPatience{shelf_.machine().platform().clock}, 1252) {
     MemoBytes memo;
     const std::string note = memo.Pointer("some note");
     const std::string picture = memo.Pointer(std::string("BM\0\1", 4), 2);

@@ -137,7 +137,8 @@ TEST_CASE("tables on a real disk read through the system's own calls as on the s
     std::filesystem::path path = kFixtures / folder;
     path.make_preferred();
     std::ostringstream out;
-    foxpro::TableFolder shelf(machine.platform().files, path.wstring(), foxpro::TableView());
+    foxpro::TableFolder shelf(machine.platform().files, path.wstring(), foxpro::TableView(),
+                              foxpro::LockPatience{machine.platform().clock});
     for (const std::string& name : TableNames(path))
       Dump(*shelf.OpenTable(FromUtf8(name)), name, out);
     CheckSameLines(out.str(), Contents(kFixtures / (std::string(folder) + ".txt")));

@@ -18,7 +18,9 @@ void TableShelf::Put(std::string_view table, std::string_view memo) {
 }
 
 std::unique_ptr<Table> TableShelf::Open(const std::wstring& name) {
-  return foxpro::TableFolder(machine_.platform().files, kFolder, view_).OpenTable(name);
+  return foxpro::TableFolder(machine_.platform().files, kFolder, view_,
+                             foxpro::LockPatience{machine_.platform().clock})
+      .OpenTable(name);
 }
 
 std::vector<std::vector<Value>> TableShelf::Rows() {

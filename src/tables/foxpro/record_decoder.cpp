@@ -205,18 +205,28 @@ std::string_view RecordDecoder::VariableLength(std::string_view bytes,
   return bytes.substr(0, length);
 }
 
-Value RecordDecoder::DecodeMemo(const StoredColumn& stored, std::string_view bytes,
-                                const ValuePlace& place) const {
+std::uint32_t RecordDecoder::MemoBlock(std::size_t column, const std::uint8_t* record,
+                                       std::uint32_t record_number) const {
+  const StoredColumn& stored = layout_.columns[column];
+  if (stored.null_bit && Flag(record, *stored.null_bit)) return 0;
+  const std::string_view bytes(reinterpret_cast<const char*>(record + stored.offset),
+                               static_cast<std::size_t>(stored.column.length));
   const auto block = ParseMemoPointer(bytes, layout_.memo_pointers_are_digits);
-  if (!block) throw DamagedValue(place, L"the stored bytes are no block number of a memo file");
+  if (block) return *block;
+  throw DamagedValue({table_, record_number, stored.column.name},
+                     L"the stored bytes are no block number of a memo file");
+}
+
+Value RecordDecoder::DecodeMemo(const StoredColumn& stored, std::uint32_t block,
+                                const ValuePlace& place) const {
   std::string_view data;
-  if (*block != 0) {
+  if (block != 0) {
     if (memo_ == nullptr) {
       throw RefusedValue(place,
                          L"the value stands in a memo file of dBASE (.dbt), which is not read",
                          L"Copy the table to a new table with FoxPro and use that one.");
     }
-    data = memo_->Read(*block, place);
+    data = memo_->Read(block, place);
   }
   if (stored.column.kind == ColumnKind::kBinary) return ToBytes(data);
   return DecodeText(data);
@@ -251,7 +261,7 @@ Value RecordDecoder::Decode(std::size_t column, const std::uint8_t* record,
     case 'G':
     case 'P':
     case 'W':
-      return DecodeMemo(stored, bytes, place);
+      return DecodeMemo(stored, MemoBlock(column, record, record_number), place);
     case 'Q':
       return ToBytes(bytes);
     default:

@@ -36,10 +36,15 @@ class RecordDecoder {
   [[nodiscard]] Value Decode(std::size_t column, const std::uint8_t* record,
                              std::uint32_t record_number) const;
 
+  // The block of the memo file at which the value starts; 0 for an empty or null one. Throws
+  // kTableDamaged naming the place. REQUIRES: the column is a memo column.
+  [[nodiscard]] std::uint32_t MemoBlock(std::size_t column, const std::uint8_t* record,
+                                        std::uint32_t record_number) const;
+
  private:
   [[nodiscard]] bool Flag(const std::uint8_t* record, std::size_t bit) const;
   [[nodiscard]] std::wstring DecodeText(std::string_view bytes) const;
-  [[nodiscard]] Value DecodeMemo(const StoredColumn& stored, std::string_view bytes,
+  [[nodiscard]] Value DecodeMemo(const StoredColumn& stored, std::uint32_t block,
                                  const ValuePlace& place) const;
   [[nodiscard]] std::string_view VariableLength(std::string_view bytes,
                                                 const ValuePlace& place) const;

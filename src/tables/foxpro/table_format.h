@@ -57,11 +57,13 @@ inline constexpr std::uint8_t kDeleted = 0x2A;
 }  // namespace record_mark
 
 namespace memo_header {
+inline constexpr std::size_t kNextFree = 0;
 inline constexpr std::size_t kBlockSize = 6;
 inline constexpr std::size_t kSize = 512;
 }  // namespace memo_header
 
 namespace memo_block {
+inline constexpr std::size_t kSignature = 0;
 inline constexpr std::size_t kDataLength = 4;
 inline constexpr std::size_t kData = 8;
 }  // namespace memo_block

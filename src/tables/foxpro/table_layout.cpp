@@ -68,8 +68,6 @@ constexpr std::array kTypeRules = {
     TypeRule{'Q', ColumnKind::kBinary, 1, 255, false},
     TypeRule{kNullFlagsType, ColumnKind::kBinary, 1, 64, false}};
 
-bool IsMemoType(char type) { return type == 'M' || type == 'G' || type == 'P' || type == 'W'; }
-
 // Builds the layout from the header's bytes, descriptor by descriptor.
 class LayoutReader {
  public:

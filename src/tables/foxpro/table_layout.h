@@ -14,6 +14,11 @@
 
 namespace tdefault::tables::foxpro {
 
+// Whether values of a column type stand in the memo file.
+[[nodiscard]] constexpr bool IsMemoType(char type) {
+  return type == 'M' || type == 'G' || type == 'P' || type == 'W';
+}
+
 // The numbers that a column gives to new rows, as the header tells when it is read.
 struct AutomaticNumber {
   std::uint32_t next = 0;

@@ -60,6 +60,8 @@ Value ReadDay(const std::wstring& text) {
   return *day;
 }
 
+}  // namespace
+
 Value ReadValue(const std::wstring& text, const Column& column) {
   if (text == L"NULL") return Null{};
   switch (column.kind) {
@@ -89,9 +91,7 @@ Value ReadValue(const std::wstring& text, const Column& column) {
   return Null{};
 }
 
-}  // namespace
-
-void MemoryStore::AddTable(const TableText& text) {
+MemoryTable ReadTable(const ScriptStore::TableText& text) {
   MemoryTable table;
   for (const std::wstring& column : text.columns) table.columns.push_back(ReadColumn(column));
   for (const std::vector<std::wstring>& row : text.rows) {
@@ -101,8 +101,10 @@ void MemoryStore::AddTable(const TableText& text) {
       values.push_back(ReadValue(row[i], table.columns[i]));
     table.rows.push_back(std::move(values));
   }
-  tables_.Add(text.name, std::move(table));
+  return table;
 }
+
+void MemoryStore::AddTable(const TableText& text) { tables_.Add(text.name, ReadTable(text)); }
 
 ScriptStore::Result MemoryStore::Run(const std::wstring& statement) {
   const auto rows = tables::sql::ExecuteQuery(statement, tables_);

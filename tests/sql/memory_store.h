@@ -6,9 +6,13 @@
 
 namespace tdefault::tests {
 
+// The columns and rows of a table as a script writes it. Throws std::invalid_argument for a column
+// or value that is not well-formed.
+[[nodiscard]] MemoryTable ReadTable(const ScriptStore::TableText& text);
+[[nodiscard]] Value ReadValue(const std::wstring& text, const tables::Column& column);
+
 class MemoryStore final : public ScriptStore {
  public:
-  // Throws std::invalid_argument for a column or value that is not well-formed.
   void AddTable(const TableText& table) override;
   void SetCollation(const std::wstring& name) override;
   Result Run(const std::wstring& statement) override;

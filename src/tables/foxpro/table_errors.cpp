@@ -60,6 +60,15 @@ Error FileFailure(const TableIdentity& table, const std::wstring& file, const wc
   }
 }
 
+Error LockedByAnother(const TableIdentity& table, const std::wstring& file,
+                      const std::wstring& part, std::uint32_t waited_milliseconds) {
+  return {error_number::kInUseByAnother, kSource,
+          Subject(table, file) + part + L" is in use by another program or user, who did not " +
+              L"release it within " + std::to_wstring(waited_milliseconds) +
+              L" milliseconds. Try again when the other has finished with it, or have it waited "
+              L"for longer with the environment variable TDEFAULT_LOCK_WAIT."};
+}
+
 Error NoSuchTable(const std::wstring& name, const std::wstring& reason) {
   return {error_number::kNoSuchTable, kSource,
           L"There is no table " + name + L": " + reason + L". Check the name and the data folder."};

@@ -40,6 +40,11 @@ struct ValuePlace {
 [[nodiscard]] Error FileFailure(const TableIdentity& table, const std::wstring& file,
                                 const wchar_t* action, std::uint32_t code);
 
+// Another program held the lock on `part` ("record 5") of the file for as long as it was waited
+// for.
+[[nodiscard]] Error LockedByAnother(const TableIdentity& table, const std::wstring& file,
+                                    const std::wstring& part, std::uint32_t waited_milliseconds);
+
 // No table of that name in the data folder.
 [[nodiscard]] Error NoSuchTable(const std::wstring& name, const std::wstring& reason);
 

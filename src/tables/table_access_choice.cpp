@@ -1,6 +1,8 @@
 #include "tables/table_access_choice.h"
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "base/error.h"
@@ -11,9 +13,27 @@ namespace tdefault::tables {
 namespace {
 
 constexpr wchar_t kVariable[] = L"TDEFAULT_TABLES";
+constexpr wchar_t kLockWaitVariable[] = L"TDEFAULT_LOCK_WAIT";
+constexpr std::uint32_t kLongestLockWait = 600000;
 constexpr wchar_t kSource[] = L"Connection";
 
-// Never opens: the environment asks for a table access that there is not.
+// Absent for anything but a whole number from 0 to the longest wait.
+std::optional<std::uint32_t> ParseLockWait(std::wstring_view text) {
+  if (text.empty()) return std::nullopt;
+  std::uint32_t milliseconds = 0;
+  for (const wchar_t character : text) {
+    if (character < L'0' || character > L'9') return std::nullopt;
+    milliseconds = milliseconds * 10 + static_cast<std::uint32_t>(character - L'0');
+    if (milliseconds > kLongestLockWait) return std::nullopt;
+  }
+  return milliseconds;
+}
+
+std::wstring Setting(const wchar_t* variable, const std::wstring& value) {
+  return L"The environment variable " + std::wstring(variable) + L" is \"" + value + L"\"";
+}
+
+// Never opens: the environment asks for what there is not.
 class RefusedConnection final : public Connection {
  public:
   explicit RefusedConnection(std::wstring reason) : reason_(std::move(reason)) {}
@@ -38,15 +58,15 @@ class RefusedConnection final : public Connection {
 class ChosenTableAccess final : public TableAccess {
  public:
   explicit ChosenTableAccess(platform::Platform& platform)
-      : session_(platform.session),
-        embedded_(platform.files, foxpro::LockPatience{platform.clock},
-                  platform.session.AnsiCodePage()) {}
+      : files_(platform.files),
+        session_(platform.session),
+        clock_(platform.clock),
+        embedded_(files_, foxpro::LockPatience{clock_}, session_.AnsiCodePage()) {}
 
   std::unique_ptr<Connection> MakeConnection() override {
     const auto value = session_.EnvironmentValue(kVariable);
-    if (!value || EqualIgnoringCase(*value, L"embedded")) return embedded_.MakeConnection();
-    const std::wstring setting =
-        L"The environment variable " + std::wstring(kVariable) + L" is \"" + *value + L"\"";
+    if (!value || EqualIgnoringCase(*value, L"embedded")) return MakeEmbedded();
+    const std::wstring setting = Setting(kVariable, *value);
     if (EqualIgnoringCase(*value, L"provider")) {
       return std::make_unique<RefusedConnection>(
           setting +
@@ -60,7 +80,24 @@ class ChosenTableAccess final : public TableAccess {
   std::unique_ptr<Recordset> MakeRecordset() override { return embedded_.MakeRecordset(); }
 
  private:
+  [[nodiscard]] std::unique_ptr<Connection> MakeEmbedded() {
+    const auto value = session_.EnvironmentValue(kLockWaitVariable);
+    if (!value) return embedded_.MakeConnection();
+    const auto milliseconds = ParseLockWait(*value);
+    if (!milliseconds) {
+      return std::make_unique<RefusedConnection>(
+          Setting(kLockWaitVariable, *value) +
+          L"; it is for how many milliseconds a lock of another program is waited for, a whole "
+          L"number from 0 to " +
+          std::to_wstring(kLongestLockWait) + L". Correct or remove it.");
+    }
+    const foxpro::LockPatience patience{.clock = clock_, .milliseconds = *milliseconds};
+    return foxpro::EmbeddedTableAccess(files_, patience, session_.AnsiCodePage()).MakeConnection();
+  }
+
+  platform::Files& files_;
   platform::Session& session_;
+  platform::Clock& clock_;
   foxpro::EmbeddedTableAccess embedded_;
 };
 

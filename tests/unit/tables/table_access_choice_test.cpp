@@ -29,6 +29,13 @@ class ChoosingShelf {
     return connection;
   }
 
+  // Opens a connection with that lock wait in the environment.
+  Error OpenWithLockWait(const std::wstring& wait) {
+    shelf_.machine().SetVariable(L"TDEFAULT_LOCK_WAIT", wait);
+    const auto connection = Connect(std::nullopt);
+    return ErrorOf([&] { connection->Open(); });
+  }
+
   TableAccess& access() { return *access_; }
 
  private:
@@ -87,4 +94,25 @@ TEST_CASE("the choice is made anew for every connection") {
   ChoosingShelf shelf;
   CHECK(ErrorOf([&] { shelf.Connect(L"provider")->Open(); }).number() != 0);
   CHECK(ErrorOf([&] { shelf.Connect(std::nullopt)->Open(); }).number() == 0);
+}
+
+TEST_CASE("the wait for locks is a whole number of milliseconds up to ten minutes") {
+  ChoosingShelf shelf;
+  for (const wchar_t* wait : {L"0", L"1", L"5000", L"0005000", L"600000"}) {
+    CAPTURE(wait);
+    CHECK(shelf.OpenWithLockWait(wait).number() == 0);
+  }
+}
+
+TEST_CASE("any other wait for locks is refused when the connection opens, naming it") {
+  ChoosingShelf shelf;
+  for (const std::wstring wait : {L"", L"soon", L"-1", L"+5", L" 5", L"5 ", L"5.0", L"0x10",
+                                  L"600001", L"4294967301", L"99999999999999999999999"}) {
+    const Error error = shelf.OpenWithLockWait(wait);
+    INFO(error.what());
+    CHECK(error.number() == error_number::kTableDamaged);
+    CHECK(Contains(error, L"TDEFAULT_LOCK_WAIT is \"" + wait + L"\""));
+    CHECK(Contains(error, L"whole number from 0 to 600000"));
+    CHECK(Contains(error, L"Correct or remove it"));
+  }
 }

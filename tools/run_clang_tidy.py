@@ -20,7 +20,7 @@ ROOT = Path(__file__).resolve().parent.parent
 
 # The compile commands are g++'s, with warning options of its own.
 WARNINGS = ("--extra-arg=-Wno-unknown-warning-option", "--extra-arg=-Wreserved-identifier")
-WINDOWS_FOLDERS = ("src/interface", "src/platform/win32", "src/tables/ado", "hosts")
+WINDOWS_FOLDERS = ("src/automation", "src/interface", "src/platform/win32", "src/tables/ado", "hosts")
 
 
 def cross_arguments(compiler: str) -> list[str]:

@@ -26,7 +26,8 @@ RULE: dict[str, list[str]] = {
     "tables": PLATFORM + ["tables/foxpro"],  # the choice between the kinds of table access
     "tables/foxpro": PLATFORM + TABLES + ["tables/sql"],
     "tables/sql": PLATFORM + TABLES,
-    "tables/ado": TABLES,
+    "automation": [],
+    "tables/ado": ["automation"] + TABLES,
     "support": PLATFORM + TABLES,
     "records": [],
     "reports": ["records", "support"] + PLATFORM + TABLES,
@@ -35,7 +36,7 @@ RULE: dict[str, list[str]] = {
     "interface": ["*"],
 }
 # Only these see the operating system's headers.
-WINDOWS_FOLDERS = {"platform/win32", "tables/ado", "interface"}
+WINDOWS_FOLDERS = {"automation", "platform/win32", "tables/ado", "interface"}
 WINDOWS_HEADERS = re.compile(
     r"^(windows|winbase|winnt|winuser|ole2|oleauto|objbase|oaidl|ocidl|olectl|commctrl|unknwn|shlwapi|"
     r"secext|security|winver|process)\.h$"

@@ -1,7 +1,7 @@
 // The class object of Options.
 #pragma once
 
-#include "interface/com_types.h"
+#include "automation/com_types.h"
 
 namespace tdefault::automation {
 

@@ -7,7 +7,7 @@
 #include <initializer_list>
 #include <map>
 
-#include "interface/com_types.h"
+#include "automation/com_types.h"
 
 namespace tdefault::automation {
 

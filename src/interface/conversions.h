@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
+#include "automation/com_types.h"
 #include "base/error.h"
 #include "base/value.h"
-#include "interface/com_types.h"
 #include "records/INIOption.h"
 #include "tdefault_h.h"
 

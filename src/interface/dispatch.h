@@ -1,7 +1,7 @@
 // Late-bound calls.
 #pragma once
 
-#include "interface/com_types.h"
+#include "automation/com_types.h"
 #include "interface/type_description.h"
 
 namespace tdefault::automation {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "interface/com_types.h"
+#include "automation/com_types.h"
 #include "interface/guard.h"
 #include "interface/module.h"
 

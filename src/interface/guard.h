@@ -1,7 +1,7 @@
 // The one place where the core's errors become what automation hosts see.
 #pragma once
 
-#include "interface/com_types.h"
+#include "automation/com_types.h"
 
 namespace tdefault::automation {
 

@@ -8,7 +8,7 @@
 #include <mutex>
 #include <string>
 
-#include "interface/com_types.h"
+#include "automation/com_types.h"
 #include "interface/host_thread.h"
 #include "interface/type_description.h"
 

@@ -2,7 +2,7 @@
 // type library from other processes and apartments.
 #pragma once
 
-#include "interface/com_types.h"
+#include "automation/com_types.h"
 
 namespace tdefault::automation {
 

@@ -5,7 +5,7 @@
 #include <optional>
 #include <utility>
 
-#include "interface/com_types.h"
+#include "automation/com_types.h"
 
 namespace tdefault::automation {
 

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "interface/com_types.h"
+#include "automation/com_types.h"
 
 namespace {
 

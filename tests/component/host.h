@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "interface/com_types.h"
+#include "automation/com_types.h"
 #include "tdefault_h.h"
 
 namespace tdefault::component {

@@ -54,6 +54,9 @@ class EmbeddedRecordset final : public Recordset {
   [[nodiscard]] Field& field(std::int32_t position) override;
   [[nodiscard]] Field& field(const std::wstring& name) override;
 
+  // What the fields show. REQUIRES: open.
+  [[nodiscard]] const std::vector<Column>& columns() const { return rows_->columns(); }
+
  private:
   class RowField;
 

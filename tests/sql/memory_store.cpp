@@ -107,8 +107,11 @@ MemoryTable ReadTable(const ScriptStore::TableText& text) {
 void MemoryStore::AddTable(const TableText& text) { tables_.Add(text.name, ReadTable(text)); }
 
 ScriptStore::Result MemoryStore::Run(const std::wstring& statement) {
-  const auto rows = tables::sql::ExecuteQuery(statement, tables_);
+  const tables::sql::Outcome outcome = tables::sql::Execute(statement, tables_);
   Result result;
+  result.changed = static_cast<std::int32_t>(outcome.affected);
+  if (outcome.rows == nullptr) return result;
+  const auto& rows = outcome.rows;
   for (const Column& column : rows->columns()) {
     std::wstring line = column.name + L" ";
     line += static_cast<wchar_t>(column.type);

@@ -5,6 +5,7 @@
 
 #include "base/code_page.h"
 #include "base/error.h"
+#include "sql/memory_changes.h"
 
 namespace tdefault::tests {
 namespace {
@@ -20,11 +21,13 @@ class MemoryCursor final : public tables::RowCursor {
 
   bool Next() override {
     if (ended_) throw std::logic_error("Next was called again behind the last row");
-    ended_ = row_ == table_.rows.size();
-    if (ended_) return false;
+    do {
+      ended_ = row_ == table_.rows.size();
+      if (ended_) return false;
+      ++row_;
+    } while (table_.deleted.contains(record_number()));
     if (table_.rows_visited == table_.most_rows_visited)
       throw Error(error_number::kInUseByAnother, L"Tables", L"The test visits no more rows.");
-    ++row_;
     ++table_.rows_visited;
     return true;
   }
@@ -32,7 +35,7 @@ class MemoryCursor final : public tables::RowCursor {
   bool Seek(std::uint32_t record_number) override {
     ended_ = record_number == 0 || record_number > table_.rows.size();
     row_ = ended_ ? table_.rows.size() : record_number;
-    return !ended_;
+    return !ended_ && !table_.deleted.contains(record_number);
   }
 
   [[nodiscard]] std::uint32_t record_number() const override {
@@ -70,7 +73,7 @@ class OpenMemoryTable final : public tables::Table {
   }
 
   std::unique_ptr<tables::TableChanges> Change() override {
-    throw Error(error_number::kNoPermission, L"Tables", L"Tables in memory are not changed.");
+    return MakeMemoryChanges(table_, std::make_unique<MemoryCursor>(table_));
   }
 
  private:

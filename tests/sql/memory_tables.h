@@ -3,9 +3,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <limits>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,6 +27,12 @@ struct MemoryTable {
   std::vector<std::size_t> reads;  // per column
   // One visit more is the Error kInUseByAnother, which the dialect itself never raises.
   std::size_t most_rows_visited = std::numeric_limits<std::size_t>::max();
+
+  std::set<std::uint32_t> deleted;           // record numbers
+  std::set<std::uint32_t> locked_by_others;  // locking one of them is the Error kInUseByAnother
+  // What somebody else does just before a record is locked.
+  std::function<void(MemoryTable& table, std::uint32_t record_number)> before_lock;
+  std::size_t writes = 0;  // rows inserted, updated and deleted
 };
 
 class MemoryTables final : public tables::TableFinder {

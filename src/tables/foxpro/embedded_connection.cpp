@@ -59,8 +59,11 @@ ObjectState EmbeddedConnection::state() const {
 
 std::unique_ptr<Recordset> EmbeddedConnection::Execute(const std::wstring& statement) {
   if (!folder_) throw ObjectIsClosed(kSource, L"Execute " + statement);
+  sql::Outcome outcome = sql::Execute(statement, *folder_);
   auto recordset = std::make_unique<EmbeddedRecordset>();
-  recordset->Open(statement, *this, CursorType::kForwardOnly, LockType::kReadOnly);
+  if (outcome.rows != nullptr)
+    recordset->Show(statement, std::move(outcome.rows), *this, CursorType::kForwardOnly);
+  records_affected_ = static_cast<std::int32_t>(outcome.affected);
   return recordset;
 }
 

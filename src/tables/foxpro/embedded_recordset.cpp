@@ -109,7 +109,11 @@ void EmbeddedRecordset::Open(const std::wstring& source, Connection& connection,
   auto* const embedded = dynamic_cast<EmbeddedConnection*>(&connection);
   if (connection.state() != ObjectState::kOpen) throw ObjectIsClosed(L"Connection", source);
   if (embedded == nullptr) throw InvalidArgument(kSource);
-  auto rows = sql::ExecuteQuery(source, embedded->tables());
+  Show(source, sql::ExecuteQuery(source, embedded->tables()), *embedded, cursor_type);
+}
+
+void EmbeddedRecordset::Show(const std::wstring& source, std::unique_ptr<sql::Rows> rows,
+                             EmbeddedConnection& connection, CursorType cursor_type) {
   eof_ = !rows->Next();
   row_number_ = eof_ ? 0 : 1;
   ++step_count_;
@@ -120,10 +124,10 @@ void EmbeddedRecordset::Open(const std::wstring& source, Connection& connection,
     fields_.push_back(std::make_unique<RowField>(*this, position, columns[position]));
   statement_ = source;
   const bool client =
-      cursor_location_.value_or(embedded->cursor_location()) == CursorLocation::kClient;
+      cursor_location_.value_or(connection.cursor_location()) == CursorLocation::kClient;
   counts_ = client || cursor_type == CursorType::kStatic || cursor_type == CursorType::kKeyset;
-  embedded->Add(*this);
-  connection_ = embedded;
+  connection.Add(*this);
+  connection_ = &connection;
 }
 
 void EmbeddedRecordset::Close() {

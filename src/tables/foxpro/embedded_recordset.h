@@ -29,6 +29,9 @@ class EmbeddedRecordset final : public Recordset {
 
   void Open(const std::wstring& source, Connection& connection, CursorType cursor_type,
             LockType lock_type) override;
+  // Shows the rows of a statement that was run on the connection. REQUIRES: closed.
+  void Show(const std::wstring& source, std::unique_ptr<sql::Rows> rows,
+            EmbeddedConnection& connection, CursorType cursor_type);
   void Close() override;
   // Closes if open; for the connection and both destructors.
   void Release() noexcept;

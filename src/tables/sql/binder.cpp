@@ -191,7 +191,16 @@ class Binder {
 
 }  // namespace
 
+std::size_t Scope::FindOwn(const ColumnName& name, std::size_t position) const {
+  if (!name.qualifier.empty() && !EqualIgnoringCase(name.qualifier, alias_))
+    throw StatementError(
+        position, L"there is no table or alias " + Quoted(name.qualifier) + L" in this statement");
+  if (const auto index = FindColumn(table_.columns(), name.name)) return *index;
+  throw StatementError(position, L"table " + alias_ + L" has no column " + Quoted(name.name));
+}
+
 Scope::Place Scope::Resolve(const ColumnName& name, std::size_t position) {
+  if (!refusal_.empty()) throw StatementError(position, refusal_);
   bool known_qualifier = name.qualifier.empty();
   for (Scope* scope = this; scope != nullptr; scope = scope->outer_) {
     if (!name.qualifier.empty()) {
@@ -207,7 +216,7 @@ Scope::Place Scope::Resolve(const ColumnName& name, std::size_t position) {
     }
     for (Scope* inner = this; inner != scope; inner = inner->outer_)
       inner->outer_slots_.push_back(&scope->slot_);
-    ++scope->own_uses_;
+    scope->own_uses_.push_back(*index);
     return {columns[*index], scope->slot_, *index};
   }
   if (!known_qualifier)

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tables/row_source.h"
@@ -26,6 +27,13 @@ class Scope {
     std::size_t index;
   };
 
+  // The own column of this name, which does not count as used. Throws StatementError at `position`
+  // when there is none.
+  [[nodiscard]] std::size_t FindOwn(const ColumnName& name, std::size_t position) const;
+
+  // From here on every column is refused with this text.
+  void RefuseColumns(std::wstring text) { refusal_ = std::move(text); }
+
   // The innermost column of this name; with a qualifier, in the innermost table of that alias.
   // Throws StatementError at `position` when there is none.
   Place Resolve(const ColumnName& name, std::size_t position);
@@ -35,8 +43,11 @@ class Scope {
   [[nodiscard]] const RowSlot& slot() const { return slot_; }
 
   // How often a column of this scope's own table was resolved, and one from around it.
-  [[nodiscard]] std::size_t own_uses() const { return own_uses_; }
+  [[nodiscard]] std::size_t own_uses() const { return own_uses_.size(); }
   [[nodiscard]] std::size_t outer_uses() const { return outer_slots_.size(); }
+
+  // The own columns that are used in the scope and in subselects within, with repetitions.
+  [[nodiscard]] const std::vector<std::size_t>& own_columns() const { return own_uses_; }
 
   // The tables around the scope that are used in it or in subselects within, with repetitions.
   [[nodiscard]] const std::vector<const RowSlot*>& outer_slots() const { return outer_slots_; }
@@ -48,8 +59,9 @@ class Scope {
   std::wstring alias_;
   const Table& table_;
   const RowSlot& slot_;
-  std::size_t own_uses_ = 0;
+  std::vector<std::size_t> own_uses_;
   std::vector<const RowSlot*> outer_slots_;
+  std::wstring refusal_;  // empty: columns are taken
 };
 
 enum class SubselectUse { kExists, kScalar, kMembership };

@@ -6,6 +6,27 @@
 
 namespace tdefault::tables::sql {
 
+ValueType TypeOf(const Column& column) {
+  switch (column.kind) {
+    case ColumnKind::kText:
+    case ColumnKind::kMemo:
+      return ValueType::kText;
+    case ColumnKind::kNumber:
+    case ColumnKind::kInteger:
+    case ColumnKind::kCurrency:
+      return ValueType::kNumber;
+    case ColumnKind::kLogical:
+      return ValueType::kLogical;
+    case ColumnKind::kDate:
+      return ValueType::kDate;
+    case ColumnKind::kDateTime:
+      return ValueType::kDateTime;
+    case ColumnKind::kBinary:
+      return ValueType::kBinary;
+  }
+  return ValueType::kAny;
+}
+
 std::optional<CodePage> CodePageOf(const std::vector<BoundPointer>& expressions) {
   for (const BoundPointer& expression : expressions)
     if (const std::optional<CodePage> page = expression->code_page()) return page;

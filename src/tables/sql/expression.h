@@ -22,6 +22,9 @@ struct RowSlot {
   std::uint64_t generation = 0;
 };
 
+// The type of the column's values.
+[[nodiscard]] ValueType TypeOf(const Column& column);
+
 class BoundExpression {
  public:
   BoundExpression(ValueType type, std::size_t position) : type_(type), position_(position) {}

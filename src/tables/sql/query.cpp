@@ -4,9 +4,11 @@
 #include <utility>
 #include <variant>
 
+#include "tables/sql/change_plan.h"
 #include "tables/sql/ordering.h"
 #include "tables/sql/parser.h"
 #include "tables/sql/select_plan.h"
+#include "tables/sql/statement_error.h"
 
 namespace tdefault::tables::sql {
 namespace {
@@ -77,9 +79,24 @@ class SelectRows final : public Rows {
 
 }  // namespace
 
+Outcome Execute(const std::wstring& statement, TableFinder& finder) {
+  const Statement parsed = ParseStatement(statement);
+  if (const auto* select = std::get_if<SelectStatement>(&parsed))
+    return {std::make_unique<SelectRows>(*select, finder), -1};
+  OpenTables tables(finder);
+  if (const auto* insert = std::get_if<InsertStatement>(&parsed))
+    return {nullptr, RunInsert(*insert, tables)};
+  if (const auto* update = std::get_if<UpdateStatement>(&parsed))
+    return {nullptr, RunUpdate(*update, tables)};
+  return {nullptr, RunDelete(std::get<DeleteStatement>(parsed), tables)};
+}
+
 std::unique_ptr<Rows> ExecuteQuery(const std::wstring& statement, TableFinder& finder) {
   const Statement parsed = ParseStatement(statement);
-  return std::make_unique<SelectRows>(std::get<SelectStatement>(parsed), finder);
+  if (const auto* select = std::get_if<SelectStatement>(&parsed))
+    return std::make_unique<SelectRows>(*select, finder);
+  throw StatementError(std::visit([](const auto& other) { return other.position; }, parsed),
+                       L"expected SELECT; a statement that changes rows gives none");
 }
 
 }  // namespace tdefault::tables::sql

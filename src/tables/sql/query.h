@@ -1,8 +1,9 @@
-// Running a statement that gives rows. What the dialect accepts, means and refuses is
+// Running statements. What the dialect accepts, means and refuses is
 // docs/sql-dialect.md.
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -36,10 +37,21 @@ class Rows {
   virtual void Rewind() = 0;
 };
 
-// Throws Error with kStatementError, saying at which character of the statement (counted from 1)
-// what was found and what would be accepted, and what `finder` throws for its tables. Values that
-// the expressions meet in the rows (a subselect with two rows, a division by zero) are reported by
-// Rows::Next and Rows::Read. `finder` is used during this call only.
+// What a statement gives.
+struct Outcome {
+  std::unique_ptr<Rows> rows;  // null for a statement that changes rows
+  std::int64_t affected = -1;  // the rows that it changed; -1 with rows
+};
+
+// Runs any statement; `finder` is used during this call only. Throws Error with kStatementError,
+// saying at which character of the statement (counted from 1) what was found and what would be
+// accepted, and what `finder` throws for its tables. A statement that changes rows is carried out
+// in this call and throws what TableChanges throws as well; when rows were changed before that, the
+// error's text tells how many. Values that the expressions of a SELECT meet in the rows (a
+// subselect with two rows, a division by zero) are reported by Rows::Next and Rows::Read.
+[[nodiscard]] Outcome Execute(const std::wstring& statement, TableFinder& finder);
+
+// Likewise for a statement that gives rows; any other is an error and changes nothing.
 [[nodiscard]] std::unique_ptr<Rows> ExecuteQuery(const std::wstring& statement,
                                                  TableFinder& finder);
 

@@ -2,9 +2,9 @@
 
 #include <utility>
 
+#include "base/text.h"
 #include "tables/sql/comparison.h"
 #include "tables/sql/statement_error.h"
-#include "tables/sql/subselect.h"
 
 namespace tdefault::tables::sql {
 namespace {
@@ -54,78 +54,46 @@ Column DescribeExpression(const BoundExpression& expression, std::size_t number,
 
 }  // namespace
 
-Table& OpenTables::Open(const std::wstring& name) {
-  auto found = tables_.find(name);
-  if (found == tables_.end()) found = tables_.emplace(name, finder_->OpenTable(name)).first;
-  return *found->second;
-}
-
 SelectPlan::SelectPlan(const SelectStatement& select, Scope* outer, OpenTables& tables)
-    : table_(tables.Open(select.table.name)),
-      scope_(outer, ToUpper(select.table.alias), table_, slot_),
-      subselects_(MakeSubselectBinder(tables)) {
+    : scan_(select.table, outer, tables) {
   for (const SelectItem& item : select.items) BindItem(item);
-  if (select.where != nullptr) BindConditions(*select.where);
+  if (select.where != nullptr) scan_.BindConditions(*select.where);
 }
 
 void SelectPlan::BindItem(const SelectItem& item) {
   if (item.expression != nullptr) {
-    BoundPointer bound = BindExpression(*item.expression, scope_, *subselects_);
+    BoundPointer bound = BindExpression(*item.expression, scope(), subselects());
     Column column = bound->column() != nullptr
                         ? *bound->column()
-                        : DescribeExpression(*bound, items_.size() + 1, table_.code_page());
+                        : DescribeExpression(*bound, items_.size() + 1, scan_.table().code_page());
     if (!item.alias.empty()) column.name = ToUpper(item.alias);
     items_.push_back({std::move(bound), std::move(column), !item.alias.empty(), item.position});
     return;
   }
-  if (!item.star_qualifier.empty() && !EqualIgnoringCase(item.star_qualifier, scope_.alias()))
+  if (!item.star_qualifier.empty() && !EqualIgnoringCase(item.star_qualifier, scope().alias()))
     throw StatementError(item.position, L"there is no table or alias " +
                                             Quoted(item.star_qualifier) + L" behind FROM");
-  for (const Column& column : table_.columns()) {
-    const Expression name{item.position, ColumnName{scope_.alias(), column.name}};
-    items_.push_back({BindExpression(name, scope_, *subselects_), column, false, item.position});
+  for (const Column& column : scan_.table().columns()) {
+    const Expression name{item.position, ColumnName{scope().alias(), column.name}};
+    items_.push_back({BindExpression(name, scope(), subselects()), column, false, item.position});
   }
 }
 
-void SelectPlan::BindConditions(const Expression& where) {
-  const auto* connective = std::get_if<Connective>(&where.node);
-  const auto bind = [this](const Expression& syntax) {
-    const std::size_t before = scope_.outer_uses();
-    BoundPointer bound = BindCondition(syntax, scope_, *subselects_);
-    conditions_.push_back({&syntax, std::move(bound), scope_.outer_uses() != before});
-  };
-  if (connective == nullptr || !connective->conjunction) return bind(where);
-  for (const ExpressionPointer& operand : connective->operands) bind(*operand);
-}
-
 void SelectPlan::Restart() {
-  cursor_ = table_.Scan();
-  slot_.cursor = cursor_.get();
-  ++slot_.generation;
+  scan_.Restart();
   seen_.clear();
 }
 
 bool SelectPlan::Next() {
-  if (cursor_ == nullptr) return false;
-  while (cursor_->Next()) {
-    ++slot_.generation;
-    if (Accepts() && (!distinct_ || IsNew())) return true;
-  }
-  slot_.cursor = nullptr;
-  cursor_.reset();
+  while (scan_.Next())
+    if (!distinct_ || IsNew()) return true;
   return false;
-}
-
-bool SelectPlan::Accepts() const {
-  for (const Condition& condition : conditions_)
-    if (!EvaluateLogical(*condition.bound).value_or(false)) return false;
-  return true;
 }
 
 bool SelectPlan::IsNew() {
   std::string keys;
   for (const Item& item : items_)
-    AppendKey(keys, SortKey(item.expression->Evaluate(), table_.collation()));
+    AppendKey(keys, SortKey(item.expression->Evaluate(), scan_.table().collation()));
   return seen_.insert(std::move(keys)).second;
 }
 

@@ -78,15 +78,15 @@ class KeyedExists {
   // Null when the conditions are of another form. Takes over those of this form from the plan.
   static std::unique_ptr<KeyedExists> Make(SelectPlan& plan, const RowSlot& run) {
     std::vector<KeyPart> parts;
-    for (const SelectPlan::Condition& condition : plan.conditions()) {
+    for (const FilteredScan::Condition& condition : plan.scan().conditions()) {
       if (!condition.uses_outer) continue;
       std::optional<KeyPart> part = SplitCondition(plan, *condition.syntax);
       if (!part) return nullptr;
       parts.push_back(std::move(*part));
     }
     if (parts.empty()) return nullptr;
-    std::erase_if(plan.conditions(),
-                  [](const SelectPlan::Condition& condition) { return condition.uses_outer; });
+    std::erase_if(plan.scan().conditions(),
+                  [](const FilteredScan::Condition& condition) { return condition.uses_outer; });
     return std::make_unique<KeyedExists>(plan, std::move(parts), run);
   }
 

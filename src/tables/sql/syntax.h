@@ -153,7 +153,38 @@ struct SelectStatement {
   std::vector<OrderItem> order;
 };
 
-// The statements that change tables will be further alternatives.
-using Statement = std::variant<SelectStatement>;
+// INSERT INTO table [(columns)] VALUES (values).
+struct InsertStatement {
+  struct Target {
+    std::size_t position;
+    std::wstring name;
+  };
+  std::size_t position;
+  TableName table;
+  std::vector<Target> columns;  // empty: all of the table
+  std::vector<ExpressionPointer> values;
+  std::size_t end;  // the position of the parenthesis behind the last value
+};
+
+struct Assignment {
+  std::size_t position;
+  ColumnName column;
+  ExpressionPointer value;
+};
+
+struct UpdateStatement {
+  std::size_t position;
+  TableName table;
+  std::vector<Assignment> assignments;
+  ExpressionPointer where;  // absent when there is none
+};
+
+struct DeleteStatement {
+  std::size_t position;
+  TableName table;
+  ExpressionPointer where;  // absent when there is none
+};
+
+using Statement = std::variant<SelectStatement, InsertStatement, UpdateStatement, DeleteStatement>;
 
 }  // namespace tdefault::tables::sql

@@ -9,27 +9,6 @@
 namespace tdefault::tables::sql {
 namespace {
 
-ValueType TypeOf(const Column& column) {
-  switch (column.kind) {
-    case ColumnKind::kText:
-    case ColumnKind::kMemo:
-      return ValueType::kText;
-    case ColumnKind::kNumber:
-    case ColumnKind::kInteger:
-    case ColumnKind::kCurrency:
-      return ValueType::kNumber;
-    case ColumnKind::kLogical:
-      return ValueType::kLogical;
-    case ColumnKind::kDate:
-      return ValueType::kDate;
-    case ColumnKind::kDateTime:
-      return ValueType::kDateTime;
-    case ColumnKind::kBinary:
-      return ValueType::kBinary;
-  }
-  return ValueType::kAny;
-}
-
 bool AnyFromMemo(const std::vector<BoundPointer>& expressions) {
   return std::any_of(expressions.begin(), expressions.end(),
                      [](const BoundPointer& expression) { return expression->from_memo(); });

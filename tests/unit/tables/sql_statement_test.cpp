@@ -61,9 +61,11 @@ std::wstring TooDeepAt(std::size_t position) {
 
 TEST_CASE("an empty statement is refused") {
   CHECK(ErrorOf(L"") ==
-        L"Statement error at character 1: the statement is empty; expected SELECT.");
+        L"Statement error at character 1: the statement is empty; expected SELECT, INSERT, UPDATE "
+        L"or DELETE.");
   CHECK(ErrorOf(L" \t\r\n ") ==
-        L"Statement error at character 1: the statement is empty; expected SELECT.");
+        L"Statement error at character 1: the statement is empty; expected SELECT, INSERT, UPDATE "
+        L"or DELETE.");
 }
 
 TEST_CASE("a table that does not exist is the finder's error") {

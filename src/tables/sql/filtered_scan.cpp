@@ -1,0 +1,60 @@
+#include "tables/sql/filtered_scan.h"
+
+#include <cstddef>
+#include <utility>
+#include <variant>
+
+#include "tables/sql/subselect.h"
+
+namespace tdefault::tables::sql {
+
+Table& OpenTables::Open(const std::wstring& name) {
+  auto found = tables_.find(name);
+  if (found == tables_.end()) found = tables_.emplace(name, finder_->OpenTable(name)).first;
+  return *found->second;
+}
+
+FilteredScan::FilteredScan(const TableName& name, Scope* outer, OpenTables& tables)
+    : table_(tables.Open(name.name)),
+      scope_(outer, ToUpper(name.alias), table_, slot_),
+      subselects_(MakeSubselectBinder(tables)) {}
+
+void FilteredScan::BindConditions(const Expression& where) {
+  const auto* connective = std::get_if<Connective>(&where.node);
+  const auto bind = [this](const Expression& syntax) {
+    const std::size_t before = scope_.outer_uses();
+    BoundPointer bound = BindCondition(syntax, scope_, *subselects_);
+    conditions_.push_back({&syntax, std::move(bound), scope_.outer_uses() != before});
+  };
+  if (connective == nullptr || !connective->conjunction) return bind(where);
+  for (const ExpressionPointer& operand : connective->operands) bind(*operand);
+}
+
+void FilteredScan::Restart() {
+  cursor_ = table_.Scan();
+  StandOn(*cursor_);
+}
+
+bool FilteredScan::Next() {
+  if (cursor_ == nullptr) return false;
+  while (cursor_->Next()) {
+    ++slot_.generation;
+    if (Accepts()) return true;
+  }
+  slot_.cursor = nullptr;
+  cursor_.reset();
+  return false;
+}
+
+void FilteredScan::StandOn(const RowCursor& cursor) {
+  slot_.cursor = &cursor;
+  ++slot_.generation;
+}
+
+bool FilteredScan::Accepts() const {
+  for (const Condition& condition : conditions_)
+    if (!EvaluateLogical(*condition.bound).value_or(false)) return false;
+  return true;
+}
+
+}  // namespace tdefault::tables::sql

@@ -164,17 +164,16 @@ class Updater final : public RowChanger {
       RefuseSecond(named, column, columns[column], assignment.position);
       BoundPointer value = BindExpression(*assignment.value, scope, no_subselects);
       CheckType(columns[column], value->type(), value->position());
+      if (const Value* constant = value->constant())
+        CheckValue(columns[column], *constant, value->position());
       targets_.push_back({column, std::move(value)});
     }
   }
 
  private:
   void Prepare(const TableChanges& changes) override {
-    const std::vector<Column>& columns = scan().table().columns();
     for (const Target& target : targets_) {
       const Value* constant = target.value->constant();
-      if (constant != nullptr)
-        CheckValue(columns[target.column], *constant, target.value->position());
       constants_.push_back(constant == nullptr ? Value()
                                                : changes.Stored(target.column, *constant));
       all_constant_ = all_constant_ && constant != nullptr;

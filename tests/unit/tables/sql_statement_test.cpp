@@ -27,8 +27,8 @@ MemoryTables OneRow() {
 std::wstring ErrorOf(const std::wstring& statement) {
   MemoryTables tables = OneRow();
   try {
-    const auto rows = ExecuteQuery(statement, tables);
-    while (rows->Next()) static_cast<void>(rows->Read(0));
+    const auto rows = tdefault::tables::sql::Execute(statement, tables).rows;
+    while (rows && rows->Next()) static_cast<void>(rows->Read(0));
   } catch (const Error& error) {
     const bool statement_error =
         error.number() == error_number::kStatementError && error.source() == L"Statement";
@@ -131,29 +131,40 @@ TEST_CASE("endless nesting of any kind is an error, whether it is closed or not"
 }
 
 TEST_CASE("every beginning of a statement runs or is an error at a place in it") {
-  const std::wstring statement =
+  const std::wstring query =
       L"SELECT DISTINCT b.Id AS x, UPPER(Name) + 'it''s', [c] FROM T AS b WHERE NOT b.Id = -1.5E0 "
       L"AND Name LIKE 'a%' ESCAPE '!' OR Id IN (1, 2) .AND. Id BETWEEN 0 AND {^2001-03-07} - "
       L"{03-06-2001} AND EXISTS (SELECT 1 FROM T WHERE T.Id = b.Id) AND Name IS NOT NULL ORDER BY "
       L"1 "
       L"DESC, x ASC";
-  for (std::size_t length = 0; length <= statement.size(); ++length) {
-    const std::wstring text = ErrorOf(statement.substr(0, length));
-    if (text.empty()) continue;
-    const std::wstring prefix = L"Statement error at character ";
-    REQUIRE(text.starts_with(prefix));
-    CHECK(std::stoul(text.substr(prefix.size())) <= length + 1);
+  for (const std::wstring& statement :
+       {query, std::wstring(L"INSERT INTO T (Id, Name) VALUES (1 + 2, 'a' + CHR(13) + 'it''s')"),
+        std::wstring(L"UPDATE T SET Id = -121, T.Name = UPPER('x') WHERE Id = 1 OR NOT EXIST "
+                     L"(SELECT 1 FROM T AS b WHERE T.Id = b.Id)"),
+        std::wstring(L"DELETE FROM T WHERE Name LIKE 'a%' AND Id = 1")}) {
+    for (std::size_t length = 0; length <= statement.size(); ++length) {
+      const std::wstring text = ErrorOf(statement.substr(0, length));
+      if (text.empty()) continue;
+      const std::wstring prefix = L"Statement error at character ";
+      REQUIRE(text.starts_with(prefix));
+      CHECK(std::stoul(text.substr(prefix.size())) <= length + 1);
+    }
+    CHECK(ErrorOf(statement).empty());
   }
-  CHECK(ErrorOf(statement).empty());
 }
 
 TEST_CASE("any character in any place of a statement runs or is an error") {
-  const std::wstring statement = L"SELECT Id, UPPER(Name) FROM T WHERE Id = 1 AND Name = 'a'";
-  for (std::size_t at = 0; at < statement.size(); ++at) {
-    for (const wchar_t character : std::wstring(L"\0'\"[]{}().,*+-/=<>#!%&;a1 \x00E9\xFFFF", 29)) {
-      std::wstring damaged = statement;
-      damaged[at] = character;
-      static_cast<void>(ErrorOf(damaged));
+  for (const std::wstring& statement :
+       {std::wstring(L"SELECT Id, UPPER(Name) FROM T WHERE Id = 1 AND Name = 'a'"),
+        std::wstring(L"UPDATE T SET Id = 1, Name = 'a' WHERE Id = 1"),
+        std::wstring(L"INSERT INTO T (Id, Name) VALUES (1, 'a')")}) {
+    for (std::size_t at = 0; at < statement.size(); ++at) {
+      for (const wchar_t character :
+           std::wstring(L"\0'\"[]{}().,*+-/=<>#!%&;a1 \x00E9\xFFFF", 29)) {
+        std::wstring damaged = statement;
+        damaged[at] = character;
+        static_cast<void>(ErrorOf(damaged));
+      }
     }
   }
 }

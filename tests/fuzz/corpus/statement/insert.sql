@@ -1,1 +1,1 @@
-INSERT INTO T (I) VALUES (1)
+INSERT INTO T (I, C, N, L, D, S, M, Y, Default) VALUES (1, 'it''s' + CHR(13), -1.5, .T., {03-07-2001}, {^2001-03-07 10:00}, '', 1, 'x')

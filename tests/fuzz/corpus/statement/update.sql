@@ -1,0 +1,1 @@
+UPDATE T SET N = N * 2, C = LEFT(C + 'x', 2), I = 7 WHERE I = 1 OR NOT EXIST (SELECT 1 FROM U WHERE U.I = T.I)

@@ -25,7 +25,8 @@ class File {
   virtual ~File() = default;
 
   // Fills `target` from `offset`; the count is smaller only at the end of the file, 0 behind it.
-  // Fails with 33 where another holder has locked a byte of the place.
+  // Fails with 5 on a file opened for writing only, 33 where another holder has locked a byte of
+  // the place.
   virtual SystemResult<std::size_t> ReadAt(std::uint64_t offset,
                                            std::span<std::uint8_t> target) = 0;
 
@@ -45,7 +46,8 @@ class File {
   // another one, or through this one. Closing the file gives up its locks.
   virtual SystemStatus TryLock(std::uint64_t offset, std::uint64_t length) = 0;
 
-  // Gives up a lock of exactly these bytes; fails when this open file does not hold it.
+  // Gives up a lock of exactly these bytes; fails with 158 when this open file does not hold it
+  // (under Wine with 33).
   virtual SystemStatus Unlock(std::uint64_t offset, std::uint64_t length) = 0;
 };
 

@@ -23,6 +23,9 @@ class SimulatedFile final : public File {
     if (const auto code = world_.calls.Begin("ReadAt", open_.node().name)) {
       return SystemStatus(*code);
     }
+    if (open_.holder().access == FileAccess::kWrite) {
+      return SystemStatus(system_code::kAccessDenied);
+    }
     if (open_.node().IsLocked(offset, target.size(), &open_.holder())) {
       return SystemStatus(system_code::kLockViolation);
     }

@@ -117,11 +117,12 @@ class Simulation {
   void SetGuidSourceFailing(bool failing);
 
   // --- Faults -------------------------------------------------------------------------------
-  // Every operation of a port is a call, counted from 1. A call told to fail has no effect and
-  // reports the code, in the way its port has: ReadEntry gives the fallback, WriteEntry 0, Next the
-  // end, an operation with an optional result its absence, HostTitle the executable name, Pause the
-  // code. A failing Copy has written the first half of its target. AnsiCodePage and
-  // HostExecutableName count, but cannot fail.
+  // Every operation of a port is a call, counted from 1, but for the clock's Milliseconds and
+  // Today. A call told to fail has no effect and reports the code, in the way its port has:
+  // ReadEntry gives the fallback, WriteEntry 0, Next the end, an operation with an optional result
+  // its absence, HostTitle the executable name, Pause the code, Unlock 158. A failing Copy has
+  // written the first half of its target. AnsiCodePage and HostExecutableName count, but cannot
+  // fail.
 
   // The call of that number fails, once; may be given for several numbers.
   void FailCall(std::size_t number, std::uint32_t code);
@@ -130,7 +131,8 @@ class Simulation {
   // The next call of that operation ("Replace" for example) fails, once.
   void FailNext(const std::string& operation, std::uint32_t code);
   // The process ends at that call, before it has an effect: it and every later one throws
-  // ProcessEnded.
+  // ProcessEnded. Unlock, which destructors call, throws nothing: it has no effect, and the locks
+  // of the process stay until its files close.
   void EndProcessAt(std::size_t number);
   // From now on a WriteEntry that is told to fail, or at which the process ends, has written the
   // first half of the file's new content, and a WriteAt the first half of its bytes, as the system

@@ -12,6 +12,16 @@ namespace {
 
 constexpr std::uint32_t kDiskFull = system_code::kDiskFull;
 
+std::unique_ptr<File> OpenFile(Simulation& machine, FileAccess access = FileAccess::kReadWrite) {
+  auto file = machine.platform().files.Open(L"a.dbf", access, FileShare::kReadWrite);
+  REQUIRE(file.ok());
+  return std::move(file).value();
+}
+
+SystemStatus Write(File& file, std::uint64_t offset, std::string_view text) {
+  return file.WriteAt(offset, {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+}
+
 }  // namespace
 
 TEST_CASE("a call told to fail has no effect and fails once") {
@@ -94,6 +104,90 @@ TEST_CASE("a write that a held or read-only file refuses tears nothing") {
                                                       std::wstring(L".\\") + file) == 0);
     CHECK(machine.Contents(file) == "[S]\r\nk=old\r\n");
   }
+}
+
+TEST_CASE("a write at a place that fails leaves nothing, or its first half where writes tear") {
+  Simulation machine;
+  machine.PutFile(L"a.dbf", "0123456789");
+  const auto file = OpenFile(machine);
+  machine.FailNext("WriteAt", kDiskFull);
+  CHECK(Write(*file, 2, "abcd").code() == kDiskFull);
+  CHECK(machine.Contents(L"a.dbf") == "0123456789");
+  machine.TearWrites();
+  machine.FailNext("WriteAt", kDiskFull);
+  CHECK(Write(*file, 2, "abcd").code() == kDiskFull);
+  CHECK(machine.Contents(L"a.dbf") == "01ab456789");
+  machine.FailNext("WriteAt", kDiskFull);
+  CHECK(Write(*file, 9, "wxyz").code() == kDiskFull);
+  CHECK(machine.Contents(L"a.dbf") == "01ab45678wx");
+  CHECK(Write(*file, 9, "wxyz").ok());
+  CHECK(machine.Contents(L"a.dbf") == "01ab45678wxyz");
+}
+
+TEST_CASE("the process ends at a write at a place before it, or at its half where writes tear") {
+  Simulation machine;
+  machine.PutFile(L"a.dbf", "0123456789");
+  for (const char* left : {"0123456789", "01ab456789"}) {
+    const auto file = OpenFile(machine);
+    if (std::string_view(left) == "01ab456789") machine.TearWrites();
+    machine.EndProcessAt(machine.call_count() + 1);
+    CHECK_THROWS_AS(static_cast<void>(Write(*file, 2, "abcd")), ProcessEnded);
+    CHECK_THROWS_AS(static_cast<void>(Write(*file, 0, "wxyz")), ProcessEnded);
+    CHECK(machine.Contents(L"a.dbf") == left);
+    machine.EndProcessAt(0);
+  }
+}
+
+TEST_CASE("a write at a place that the file refuses tears nothing") {
+  Simulation machine;
+  machine.TearWrites();
+  machine.PutFile(L"a.dbf", "0123456789");
+  auto held = machine.HoldOpen(L"a.dbf", FileShare::kReadWrite);
+  held.Lock(4, 1);
+  const auto reading = OpenFile(machine, FileAccess::kRead);
+  const auto writing = OpenFile(machine);
+  machine.FailNext("WriteAt", kDiskFull);
+  CHECK(Write(*reading, 0, "abcd").code() == system_code::kAccessDenied);
+  machine.FailNext("WriteAt", kDiskFull);
+  CHECK(Write(*writing, 3, "abcd").code() == system_code::kLockViolation);
+  machine.EndProcessAt(machine.call_count() + 1);
+  CHECK_THROWS_AS(static_cast<void>(Write(*writing, 3, "abcd")), ProcessEnded);
+  CHECK(machine.Contents(L"a.dbf") == "0123456789");
+}
+
+TEST_CASE("flushing, locking and unlocking fail on demand") {
+  Simulation machine;
+  machine.PutFile(L"a.dbf", "01");
+  auto file = OpenFile(machine);
+  machine.FailNext("Flush", kDiskFull);
+  CHECK(file->Flush().code() == kDiskFull);
+  CHECK(file->Flush().ok());
+  machine.FailNext("TryLock", 1117);
+  CHECK(file->TryLock(5, 1).code() == 1117);
+  CHECK(file->TryLock(5, 1).ok());
+  machine.FailNext("Unlock", 1117);
+  CHECK(file->Unlock(5, 1).code() == system_code::kNotLocked);
+  auto held = machine.HoldOpen(L"a.dbf", FileShare::kReadWrite);
+  CHECK_THROWS_AS(held.Lock(5, 1), std::invalid_argument);
+  file.reset();
+  held.Lock(5, 1);
+}
+
+TEST_CASE("a process that ends at an unlocking keeps its locks until its files close") {
+  Simulation machine;
+  machine.PutFile(L"a.dbf", "01");
+  auto file = OpenFile(machine);
+  CHECK(file->TryLock(5, 1).ok());
+  machine.EndProcessAt(machine.call_count() + 1);
+  CHECK_FALSE(file->Unlock(5, 1).ok());
+  CHECK_THROWS_AS(static_cast<void>(file->Size()), ProcessEnded);
+  CHECK_FALSE(file->Unlock(5, 1).ok());
+  auto held = machine.HoldOpen(L"a.dbf", FileShare::kReadWrite);
+  CHECK_THROWS_AS(held.Lock(5, 1), std::invalid_argument);
+  file.reset();
+  held.Lock(5, 1);
+  machine.Restart();
+  CHECK(OpenFile(machine)->TryLock(5, 1).code() == system_code::kLockViolation);
 }
 
 TEST_CASE("a failing replacement leaves both files as they were") {
@@ -240,6 +334,32 @@ TEST_CASE("pauses are recorded and take no time") {
   REQUIRE(machine.pauses().size() == 1);
   CHECK(machine.pauses()[0].milliseconds == 1000000);
   CHECK(machine.pauses()[0].alertable);
+}
+
+TEST_CASE("time passes with pauses only, and others act meanwhile") {
+  Simulation machine;
+  Clock& clock = machine.platform().clock;
+  const std::uint64_t start = clock.Milliseconds();
+  int acted = 0;
+  machine.SetDuringPause([&] { ++acted; });
+  CHECK(clock.Pause(40, false) == 0);
+  CHECK(clock.Pause(2, false) == 0);
+  CHECK(clock.Milliseconds() - start == 42);
+  CHECK(acted == 2);
+  machine.FailNext("Pause", 1117);
+  CHECK(clock.Pause(5, false) == 1117);
+  CHECK(clock.Milliseconds() - start == 42);
+  CHECK(acted == 2);
+}
+
+TEST_CASE("the day is the one that the machine was given; time and day are no calls") {
+  Simulation machine;
+  Clock& clock = machine.platform().clock;
+  CHECK(clock.Today() == tdefault::MakeDate(2001, 3, 7));
+  machine.SetToday(*tdefault::MakeDate(2026, 11, 21));
+  CHECK(clock.Today() == tdefault::MakeDate(2026, 11, 21));
+  static_cast<void>(clock.Milliseconds());
+  CHECK(machine.call_count() == 0);
 }
 
 TEST_CASE("text goes through the code page that the machine was given") {

@@ -22,7 +22,28 @@ void Require(bool succeeded, const char* what) {
   }
 }
 
+OVERLAPPED PlaceAt(std::uint64_t offset) {
+  OVERLAPPED place{};
+  place.Offset = static_cast<DWORD>(offset);
+  place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+  return place;
+}
+
 }  // namespace
+
+void Win32Fixture::Held::Lock(std::uint64_t offset, std::uint64_t length) {
+  OVERLAPPED place = PlaceAt(offset);
+  Require(LockFileEx(handle_, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0,
+                     static_cast<DWORD>(length), static_cast<DWORD>(length >> 32), &place),
+          "locking bytes");
+}
+
+void Win32Fixture::Held::Unlock(std::uint64_t offset, std::uint64_t length) {
+  OVERLAPPED place = PlaceAt(offset);
+  Require(UnlockFileEx(handle_, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32),
+                       &place),
+          "unlocking bytes");
+}
 
 void Win32Fixture::Held::Release() noexcept {
   if (handle_ != nullptr) CloseHandle(handle_);

@@ -24,6 +24,9 @@ class Win32Fixture {
     Held& operator=(Held&&) = delete;
     ~Held() { Release(); }
     void Release() noexcept;
+    // A refusal throws.
+    void Lock(std::uint64_t offset, std::uint64_t length);
+    void Unlock(std::uint64_t offset, std::uint64_t length);
 
    private:
     void* handle_;

@@ -2,6 +2,7 @@
 // program's version resource.
 #include <windows.h>
 
+#include <array>
 #include <chrono>
 #include <filesystem>
 
@@ -29,6 +30,70 @@ class OtherVolume {
  private:
   std::wstring folder_;
 };
+
+// Another process that has locked byte 77 of a file and holds it until it is told to end.
+constexpr wchar_t kLockedFile[] = L"TDEFAULT_CONTRACT_LOCKED_FILE";
+constexpr wchar_t kLockEvent[] = L"TDEFAULT_CONTRACT_LOCK_EVENT";
+constexpr std::uint64_t kLockedByte = 77;
+constexpr DWORD kGenerous = 60000;
+
+std::wstring LockingCommand() {
+  return L"\"" + win32::HostExecutablePath() +
+         L"\" --no-skip --test-case=\"holds a lock for another process\"";
+}
+
+class LockingProcess {
+ public:
+  explicit LockingProcess(Win32Fixture& fixture, const std::wstring& path)
+      : event_name_(L"tdefault contract locks " + std::to_wstring(GetCurrentProcessId())) {
+    fixture.SetVariable(kLockedFile, path);
+    fixture.SetVariable(kLockEvent, event_name_);
+    locked_ = CreateEventW(nullptr, TRUE, FALSE, (event_name_ + L" held").c_str());
+    end_ = CreateEventW(nullptr, TRUE, FALSE, (event_name_ + L" end").c_str());
+    std::wstring command = LockingCommand();
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    REQUIRE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                           &startup, &process_));
+    const std::array<HANDLE, 2> events = {locked_, process_.hProcess};
+    REQUIRE(WaitForMultipleObjects(2, events.data(), FALSE, kGenerous) == WAIT_OBJECT_0);
+  }
+  ~LockingProcess() {
+    TerminateProcess(process_.hProcess, 1);
+    WaitForSingleObject(process_.hProcess, kGenerous);
+    for (const HANDLE handle : {process_.hProcess, process_.hThread, locked_, end_})
+      CloseHandle(handle);
+  }
+  LockingProcess(const LockingProcess&) = delete;
+  LockingProcess& operator=(const LockingProcess&) = delete;
+
+  // Lets it give up its lock and end.
+  void End() {
+    SetEvent(end_);
+    REQUIRE(WaitForSingleObject(process_.hProcess, kGenerous) == WAIT_OBJECT_0);
+  }
+  // Ends it in the middle of its work.
+  void Kill() {
+    TerminateProcess(process_.hProcess, 1);
+    REQUIRE(WaitForSingleObject(process_.hProcess, kGenerous) == WAIT_OBJECT_0);
+  }
+
+ private:
+  std::wstring event_name_;
+  HANDLE locked_ = nullptr;
+  HANDLE end_ = nullptr;
+  PROCESS_INFORMATION process_{};
+};
+
+// The system may take a moment to give up what a process held that was ended.
+std::uint32_t LockWithin(File& file, std::uint64_t offset, DWORD milliseconds) {
+  const ULONGLONG start = GetTickCount64();
+  for (;;) {
+    const std::uint32_t code = file.TryLock(offset, 1).code();
+    if (code == 0 || GetTickCount64() - start > milliseconds) return code;
+    Sleep(10);
+  }
+}
 
 std::size_t CountFiles(const std::wstring& folder) {
   const std::filesystem::directory_iterator files(folder);
@@ -117,4 +182,78 @@ TEST_CASE("file handles are inherited by programs that the host starts") {
                   information.nFileSizeHigh == 0 && information.nFileSizeLow == 1;
   }
   CHECK(inheritable);
+}
+
+// Run by LockingProcess.
+TEST_CASE("holds a lock for another process" * doctest::skip()) {
+  win32::Win32Platform adapter;
+  Platform& platform = adapter.platform();
+  const auto path = platform.session.EnvironmentValue(kLockedFile);
+  const auto event_name = platform.session.EnvironmentValue(kLockEvent);
+  if (!path || !event_name) return;
+  const HANDLE locked = OpenEventW(EVENT_MODIFY_STATE, FALSE, (*event_name + L" held").c_str());
+  const HANDLE end = OpenEventW(SYNCHRONIZE, FALSE, (*event_name + L" end").c_str());
+  auto file = platform.files.Open(*path, FileAccess::kReadWrite, FileShare::kReadWrite);
+  REQUIRE(file.ok());
+  const SystemStatus status = file.value()->TryLock(kLockedByte, 1);
+  if (!status.ok()) ExitProcess(status.code());
+  SetEvent(locked);
+  WaitForSingleObject(end, kGenerous);
+  REQUIRE(file.value()->Unlock(kLockedByte, 1).ok());
+}
+
+TEST_CASE("bytes that another process locks are refused until it gives them up or ends") {
+  Win32Fixture fixture;
+  fixture.PutFile(L"a.dbf", "x");
+  const std::wstring path = fixture.folder() + L"\\a.dbf";
+  auto file = fixture.platform().files.Open(path, FileAccess::kReadWrite, FileShare::kReadWrite);
+  REQUIRE(file.ok());
+  for (const bool killed : {false, true}) {
+    CAPTURE(killed);
+    LockingProcess other(fixture, path);
+    CHECK(file.value()->TryLock(kLockedByte, 1).code() == system_code::kLockViolation);
+    CHECK(file.value()->TryLock(kLockedByte + 1, 1).ok());
+    CHECK(file.value()->Unlock(kLockedByte + 1, 1).ok());
+    if (killed) {
+      other.Kill();
+    } else {
+      other.End();
+    }
+    CHECK(LockWithin(*file.value(), kLockedByte, kGenerous) == 0);
+    CHECK(file.value()->Unlock(kLockedByte, 1).ok());
+  }
+}
+
+TEST_CASE("bytes that this process locks are refused to another one") {
+  Win32Fixture fixture;
+  fixture.PutFile(L"a.dbf", "x");
+  auto file = fixture.platform().files.Open(L"a.dbf", FileAccess::kRead, FileShare::kReadWrite);
+  REQUIRE(file.ok());
+  CHECK(file.value()->TryLock(kLockedByte, 1).ok());
+  fixture.SetVariable(kLockedFile, fixture.folder() + L"\\a.dbf");
+  fixture.SetVariable(kLockEvent, L"tdefault contract, nobody waits");
+  std::wstring command = LockingCommand();
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION process{};
+  REQUIRE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                         &startup, &process));
+  CHECK(WaitForSingleObject(process.hProcess, kGenerous) == WAIT_OBJECT_0);
+  DWORD code = 0;
+  GetExitCodeProcess(process.hProcess, &code);
+  CHECK(code == system_code::kLockViolation);
+  CloseHandle(process.hThread);
+  CloseHandle(process.hProcess);
+}
+
+TEST_CASE("today is the local day") {
+  win32::Win32Platform adapter;
+  SYSTEMTIME before{};
+  GetLocalTime(&before);
+  const tdefault::Date today = adapter.platform().clock.Today();
+  SYSTEMTIME after{};
+  GetLocalTime(&after);
+  const tdefault::Date first = *tdefault::MakeDate(before.wYear, before.wMonth, before.wDay);
+  const tdefault::Date last = *tdefault::MakeDate(after.wYear, after.wMonth, after.wDay);
+  CHECK((today == first || today == last));
 }

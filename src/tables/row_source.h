@@ -114,15 +114,21 @@ class TableChanges {
   virtual void UnlockRow() noexcept = 0;
 };
 
-// An open table. Lives as long as the statement that opened it.
-class Table {
+// What expressions over rows need to know of them.
+class RowShape {
  public:
-  virtual ~Table() = default;
+  virtual ~RowShape() = default;
 
   [[nodiscard]] virtual const std::vector<Column>& columns() const = 0;
   [[nodiscard]] virtual CodePage code_page() const = 0;
-  // The connection's collating sequence for this table's code page.
+  // The sequence in which text compares, for this code page.
   [[nodiscard]] virtual const Collation& collation() const = 0;
+};
+
+// An open table, its text compared by the connection's collating sequence. Lives as long as the
+// statement that opened it.
+class Table : public RowShape {
+ public:
   [[nodiscard]] virtual std::unique_ptr<RowCursor> Scan() = 0;
 
   // Makes the table ready for changes. Throws before the first byte changes: kNoPermission for a

@@ -144,6 +144,7 @@ class Binder {
   }
 
   BoundPointer operator()(const FunctionCall& call) {
+    if (call.function->kind == FunctionKind::kDeleted) return BindDeleted();
     std::vector<BoundPointer> arguments;
     for (std::size_t i = 0; i < call.arguments.size(); ++i) {
       arguments.push_back(Bind(*call.arguments[i]));
@@ -156,6 +157,14 @@ class Binder {
   }
 
  private:
+  BoundPointer BindDeleted() {
+    const std::vector<Column>& columns = scope_.table().columns();
+    const std::optional<std::size_t> index = FindColumn(columns, kDeletionMarkColumn);
+    if (!index)
+      throw StatementError(position_, L"DELETED() is known in the expressions of indexes only");
+    return (*this)(ColumnName{{}, std::wstring(kDeletionMarkColumn)});
+  }
+
   BoundPointer Bind(const Expression& expression) {
     return BindExpression(expression, scope_, subselects_);
   }

@@ -18,7 +18,7 @@ namespace tdefault::tables::sql {
 class Scope {
  public:
   // `outer` may be null. All arguments outlive the scope and what is bound in it.
-  Scope(Scope* outer, std::wstring alias, const Table& table, const RowSlot& slot)
+  Scope(Scope* outer, std::wstring alias, const RowShape& table, const RowSlot& slot)
       : outer_(outer), alias_(std::move(alias)), table_(table), slot_(slot) {}
 
   struct Place {
@@ -39,7 +39,7 @@ class Scope {
   Place Resolve(const ColumnName& name, std::size_t position);
 
   [[nodiscard]] const std::wstring& alias() const { return alias_; }
-  [[nodiscard]] const Table& table() const { return table_; }
+  [[nodiscard]] const RowShape& table() const { return table_; }
   [[nodiscard]] const RowSlot& slot() const { return slot_; }
 
   // How often a column of this scope's own table was resolved, and one from around it.
@@ -57,7 +57,7 @@ class Scope {
 
   Scope* outer_;
   std::wstring alias_;
-  const Table& table_;
+  const RowShape& table_;
   const RowSlot& slot_;
   std::vector<std::size_t> own_uses_;
   std::vector<const RowSlot*> outer_slots_;

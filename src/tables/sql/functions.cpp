@@ -202,6 +202,23 @@ Value TextDate(Arguments arguments, const CallContext&) {
   return date ? DateTimeOf(*date).date : Date{};
 }
 
+// BINTOC: the whole number as 1, 2 or 4 characters whose codes sort as the numbers do.
+Value SortableCharacters(Arguments arguments, const CallContext& context) {
+  const std::size_t size = arguments.size() > 1 ? Count(arguments[1]) : 4;
+  if (size != 1 && size != 2 && size != 4)
+    throw StatementError(context.position, L"BINTOC makes 1, 2 or 4 characters");
+  const double number = std::trunc(NumberOf(arguments[0]));
+  const auto half = static_cast<double>(std::int64_t{1} << (size * 8 - 1));
+  if (!(number >= -half && number < half))
+    throw StatementError(context.position, L"the number is too large for " + std::to_wstring(size) +
+                                               L" characters of BINTOC");
+  const auto bits = static_cast<std::uint64_t>(static_cast<std::int64_t>(number + half));
+  std::wstring text;
+  for (std::size_t shift = size * 8; shift > 0; shift -= 8)
+    text.push_back(context.code_page.Decode(static_cast<unsigned char>(bits >> (shift - 8))));
+  return text;
+}
+
 bool IsBlankText(std::wstring_view text) {
   return text.find_first_not_of(L" \t\r\n") == std::wstring_view::npos;
 }
@@ -231,8 +248,10 @@ Value IsNullValue(Arguments arguments, const CallContext&) { return IsNull(argum
 constexpr std::array kFunctions = {
     Function{L"ALLTRIM", "T", 1, 'T', false, AllTrim},
     Function{L"AT", "TTN", 2, 'N', false, At},
+    Function{L"BINTOC", "NN", 1, 'T', false, SortableCharacters},
     Function{L"CHR", "N", 1, 'T', false, Character},
     Function{L"CTOD", "T", 1, 'D', false, TextDate},
+    Function{L"DELETED", "", 0, 'L', true, nullptr, FunctionKind::kDeleted},
     Function{L"DTOS", "D", 1, 'T', false, DateDigits},
     Function{L"EMPTY", "A", 1, 'L', true, Empty},
     Function{L"IIF", "LAA", 3, 'A', true, nullptr, FunctionKind::kIif},

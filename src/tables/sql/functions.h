@@ -12,8 +12,12 @@
 
 namespace tdefault::tables::sql {
 
-// IIF and NVL evaluate only the arguments that they need, so the evaluator carries them out itself.
-enum class FunctionKind { kPlain, kIif, kNvl };
+// IIF and NVL evaluate only the arguments that they need, and DELETED reads the row, so the
+// evaluator carries them out itself.
+enum class FunctionKind { kPlain, kIif, kNvl, kDeleted };
+
+// What DELETED() gives is a logical column of this name, where the rows have one.
+inline constexpr std::wstring_view kDeletionMarkColumn = L"DELETED()";
 
 struct CallContext {
   std::size_t position;  // in the statement, for errors

@@ -36,6 +36,12 @@ class StatementParser final : private ExpressionParser {
     return statement;
   }
 
+  ExpressionPointer RunExpression() {
+    ExpressionPointer expression = ParseExpression();
+    if (Current().kind != TokenKind::kEnd) ThrowExpected(L"an operator or the end");
+    return expression;
+  }
+
  private:
   Statement ParseAny() {
     if (AtKeyword(L"INSERT")) return ParseInsert();
@@ -255,5 +261,9 @@ class StatementParser final : private ExpressionParser {
 }  // namespace
 
 Statement ParseStatement(std::wstring_view text) { return StatementParser(text).Run(); }
+
+ExpressionPointer ParseLoneExpression(std::wstring_view text) {
+  return Parser(text).RunExpression();
+}
 
 }  // namespace tdefault::tables::sql

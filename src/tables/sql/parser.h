@@ -10,4 +10,7 @@ namespace tdefault::tables::sql {
 // Throws StatementError at the first character that does not fit.
 [[nodiscard]] Statement ParseStatement(std::wstring_view text);
 
+// Reads an expression that stands alone, such as the key of an index.
+[[nodiscard]] ExpressionPointer ParseLoneExpression(std::wstring_view text);
+
 }  // namespace tdefault::tables::sql

@@ -236,6 +236,7 @@ BoundPointer MakeCall(const Function& function, ValueType type, std::vector<Boun
     case FunctionKind::kNvl:
       return std::make_unique<ReplaceNullNode>(type, std::move(arguments), context.position);
     case FunctionKind::kPlain:
+    case FunctionKind::kDeleted:
       break;
   }
   return std::make_unique<CallNode>(function, type, std::move(arguments), context);

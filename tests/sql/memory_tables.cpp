@@ -35,6 +35,7 @@ class MemoryCursor final : public tables::RowCursor {
   bool Seek(std::uint32_t record_number) override {
     ended_ = record_number == 0 || record_number > table_.rows.size();
     row_ = ended_ ? table_.rows.size() : record_number;
+    ++table_.seeks;
     return !ended_ && !table_.deleted.contains(record_number);
   }
 

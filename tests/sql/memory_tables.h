@@ -24,6 +24,7 @@ struct MemoryTable {
   std::size_t opened = 0;
   std::size_t scans = 0;
   std::size_t rows_visited = 0;
+  std::size_t seeks = 0;
   std::vector<std::size_t> reads;  // per column
   // One visit more is the Error kInUseByAnother, which the dialect itself never raises.
   std::size_t most_rows_visited = std::numeric_limits<std::size_t>::max();

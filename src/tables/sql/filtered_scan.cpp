@@ -21,22 +21,35 @@ FilteredScan::FilteredScan(const TableName& name, Scope* outer, OpenTables& tabl
 
 void FilteredScan::BindConditions(const Expression& where) {
   const auto* connective = std::get_if<Connective>(&where.node);
-  const auto bind = [this](const Expression& syntax) {
-    const std::size_t before = scope_.outer_uses();
-    BoundPointer bound = BindCondition(syntax, scope_, *subselects_);
-    conditions_.push_back({&syntax, std::move(bound), scope_.outer_uses() != before});
-  };
-  if (connective == nullptr || !connective->conjunction) return bind(where);
-  for (const ExpressionPointer& operand : connective->operands) bind(*operand);
+  if (connective != nullptr && connective->conjunction) {
+    for (const ExpressionPointer& operand : connective->operands) BindConditions(*operand);
+    return;
+  }
+  const std::size_t before = scope_.outer_uses();
+  BoundPointer bound = BindCondition(where, scope_, *subselects_);
+  conditions_.push_back({&where, std::move(bound), scope_.outer_uses() != before});
 }
 
 void FilteredScan::Restart() {
+  seeker_ = nullptr;
   cursor_ = table_.Scan();
   StandOn(*cursor_);
 }
 
+void FilteredScan::Restart(RowCursor& cursor, std::span<const std::uint32_t> records) {
+  seeker_ = &cursor;
+  records_ = records;
+  StandOn(cursor);
+}
+
 bool FilteredScan::Next() {
-  if (cursor_ == nullptr) return false;
+  while (seeker_ != nullptr && !records_.empty()) {
+    const std::uint32_t record = records_.front();
+    records_ = records_.subspan(1);
+    ++slot_.generation;
+    if (seeker_->Seek(record) && Accepts()) return true;
+  }
+  if (seeker_ != nullptr || cursor_ == nullptr) return false;
   while (cursor_->Next()) {
     ++slot_.generation;
     if (Accepts()) return true;

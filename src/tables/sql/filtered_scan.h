@@ -1,8 +1,10 @@
 // One pass over a table that gives the rows a WHERE accepts, and the tables a statement has open.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -46,11 +48,14 @@ class FilteredScan {
   FilteredScan(const FilteredScan&) = delete;
   FilteredScan& operator=(const FilteredScan&) = delete;
 
-  // The WHERE; without this call every row is accepted. Throws StatementError.
+  // Adds a condition; without any, every row is accepted. Throws StatementError.
   void BindConditions(const Expression& where);
 
   // Stands before the first row.
   void Restart();
+  // Likewise, with these records as the only rows; `cursor` is one of the table's. Both outlive the
+  // rows.
+  void Restart(RowCursor& cursor, std::span<const std::uint32_t> records);
   // Steps to the next row that all conditions accept; false behind the last, and then until
   // Restart.
   bool Next();
@@ -76,6 +81,8 @@ class FilteredScan {
   std::unique_ptr<SubselectBinder> subselects_;
   std::vector<Condition> conditions_;
   std::unique_ptr<RowCursor> cursor_;
+  RowCursor* seeker_ = nullptr;             // null: all rows are gone through
+  std::span<const std::uint32_t> records_;  // those still to come
 };
 
 }  // namespace tdefault::tables::sql

@@ -57,6 +57,7 @@ Column DescribeExpression(const BoundExpression& expression, std::size_t number,
 SelectPlan::SelectPlan(const SelectStatement& select, Scope* outer, OpenTables& tables)
     : scan_(select.table, outer, tables) {
   for (const SelectItem& item : select.items) BindItem(item);
+  items_use_outer_ = scope().outer_uses() != 0;
   if (select.where != nullptr) scan_.BindConditions(*select.where);
 }
 
@@ -81,6 +82,11 @@ void SelectPlan::BindItem(const SelectItem& item) {
 
 void SelectPlan::Restart() {
   scan_.Restart();
+  seen_.clear();
+}
+
+void SelectPlan::Restart(RowCursor& cursor, std::span<const std::uint32_t> records) {
+  scan_.Restart(cursor, records);
   seen_.clear();
 }
 

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -31,13 +33,16 @@ class SelectPlan {
   SelectPlan(const SelectPlan&) = delete;
   SelectPlan& operator=(const SelectPlan&) = delete;
 
-  // Stands before the first row.
+  // As those of FilteredScan.
   void Restart();
+  void Restart(RowCursor& cursor, std::span<const std::uint32_t> records);
   // Steps to the next row that all conditions accept; false behind the last, and then until
   // Restart.
   bool Next();
 
   [[nodiscard]] const std::vector<Item>& items() const { return items_; }
+  // Whether an item reads a table of the statements around this one.
+  [[nodiscard]] bool items_use_outer() const { return items_use_outer_; }
   [[nodiscard]] FilteredScan& scan() { return scan_; }
   [[nodiscard]] Scope& scope() { return scan_.scope(); }
   [[nodiscard]] SubselectBinder& subselects() { return scan_.subselects(); }
@@ -51,6 +56,7 @@ class SelectPlan {
 
   FilteredScan scan_;
   std::vector<Item> items_;
+  bool items_use_outer_ = false;
   bool distinct_ = false;
   std::unordered_set<std::string> seen_;
 };

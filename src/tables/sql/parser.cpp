@@ -263,7 +263,7 @@ class StatementParser final : private ExpressionParser {
 Statement ParseStatement(std::wstring_view text) { return StatementParser(text).Run(); }
 
 ExpressionPointer ParseLoneExpression(std::wstring_view text) {
-  return Parser(text).RunExpression();
+  return StatementParser(text).RunExpression();
 }
 
 }  // namespace tdefault::tables::sql

@@ -25,13 +25,16 @@ class CheckFindings {
     ++checked_.warnings;
     Keep(area, FindingKind::kWarning, std::move(text));
   }
+  void Unchecked(CheckArea area, std::wstring text) {
+    ++checked_.unchecked;
+    Keep(area, FindingKind::kUnchecked, std::move(text));
+  }
   // What was thrown while an area was read.
   void Thrown(CheckArea area, const Error& error) {
     const bool refused = error.number() == error_number::kInUseByAnother ||
                          error.number() == error_number::kNoPermission;
     if (!refused) return Problem(area, error.description());
-    ++checked_.unchecked;
-    Keep(area, FindingKind::kUnchecked, error.description());
+    Unchecked(area, error.description());
   }
 
   // Whether a further finding of the area would be kept.

@@ -12,7 +12,9 @@
 
 #include "base/text.h"
 #include "tables/foxpro/check_findings.h"
+#include "tables/foxpro/index_verifier.h"
 #include "tables/foxpro/memo_check.h"
+#include "tables/foxpro/memo_file.h"
 #include "tables/foxpro/record_decoder.h"
 #include "tables/foxpro/table_format.h"
 #include "tables/foxpro/table_layout.h"
@@ -88,6 +90,7 @@ class TableChecker {
       });
       checked_.memo_values = memo_->values();
     }
+    CheckPart(Area::kIndex, [this] { CheckIndex(); });
     return std::move(checked_);
   }
 
@@ -248,6 +251,74 @@ class TableChecker {
     } catch (const Error&) {
       return 0;
     }
+  }
+
+  void CheckIndex() {
+    const std::wstring path = Companion(checked_.table, kIndexEnding);
+    const bool there = IsThere(files_, path);
+    if (!layout_->has_structural_index) {
+      if (!there) return;
+      Warn(Area::kIndex, L"beside it stands the index file " + path +
+                             L", and its header does not say that this belongs to it: changes of "
+                             L"the table leave that file as it is. Delete the file, or index the "
+                             L"table anew with FoxPro.");
+      return;
+    }
+    if (!there) {
+      throw RefusedFile(checked_.table, checked_.table.path,
+                        L"its index file " + path + L" does not exist, so the table is not changed",
+                        L"Restore that file from the same backup as the table, or index the table "
+                        L"anew with FoxPro.");
+    }
+    const auto file = OpenForReading(files_, checked_.table, path);
+    // A key may be made of a memo value.
+    const std::wstring memo_path = Companion(checked_.table, kMemoEnding);
+    std::unique_ptr<MemoFile> memo;
+    if (memo_) {
+      memo = std::make_unique<MemoFile>(OpenForReading(files_, checked_.table, memo_path),
+                                        memo_path, checked_.table);
+    }
+    const RecordDecoder decoder(*layout_, checked_.table, memo.get());
+    TellIndex(path, VerifyIndex(*file, path, *file_, *layout_, checked_.table, decoder));
+  }
+
+  void TellIndex(const std::wstring& path, const IndexReport& report) {
+    const std::wstring subject = Subject(checked_.table, path);
+    const auto tell = [&](const std::wstring& tag, const std::wstring& what) {
+      // What was thrown names table and file itself.
+      if (what.starts_with(L"Table ")) return findings_.Problem(Area::kIndex, what);
+      findings_.Problem(Area::kIndex, subject + tag + what + IndexRemedy());
+    };
+    const std::uint64_t problems = checked_.problems;
+    for (const std::wstring& finding : report.findings) tell(L"", finding);
+    for (const TagReport& tag : report.tags) {
+      checked_.tags.push_back({tag.name, tag.key_count});
+      for (const std::wstring& finding : tag.findings) tell(L"tag " + tag.name + L": ", finding);
+    }
+    if (report.unfinished_record != 0) {
+      const std::wstring broken =
+          L"a change of record " + std::to_wstring(report.unfinished_record) + L" was broken off";
+      if (checked_.problems != problems) {
+        tell(L"", broken + L" and has left the index behind the rows");
+      } else {
+        findings_.Warning(Area::kIndex, subject + broken +
+                                            L", but all keys agree with the rows. The next change "
+                                            L"of the table clears this mark.");
+      }
+    }
+    for (const TagReport& tag : report.tags) {
+      if (tag.not_compared.empty()) continue;
+      findings_.Unchecked(Area::kIndex,
+                          subject + L"tag " + tag.name +
+                              L": its keys could not be compared with the rows, only its tree was "
+                              L"checked: " +
+                              tag.not_compared);
+    }
+  }
+
+  [[nodiscard]] std::wstring IndexRemedy() const {
+    return L". Rebuild the index with FoxPro: USE " + checked_.table.name +
+           L" EXCLUSIVE, then REINDEX.";
   }
 
   platform::Files& files_;

@@ -17,7 +17,7 @@ namespace tdefault::tables::foxpro {
 enum class FindingKind {
   kProblem,   // rows, memo values or keys are wrong, or cannot be read
   kWarning,   // odd, but nothing is lost or wrong by it
-  kUnchecked  // access was refused, so that nothing is known
+  kUnchecked  // what could not be checked, mostly because access was refused
 };
 
 // A sentence that names table, file and place, and one that tells what to do.

@@ -139,4 +139,8 @@ void IndexShelf::PutIndexByte(std::size_t offset, std::uint8_t byte) {
   Write(*index_file_, offset, std::string(1, static_cast<char>(byte)));
 }
 
+void IndexShelf::PutTableByte(std::size_t offset, std::uint8_t byte) {
+  Write(*table_file_, offset, std::string(1, static_cast<char>(byte)));
+}
+
 }  // namespace tdefault::tables::testing

@@ -45,6 +45,7 @@ class IndexShelf {
 
   [[nodiscard]] std::string IndexBytes() const;
   void PutIndexByte(std::size_t offset, std::uint8_t byte);
+  void PutTableByte(std::size_t offset, std::uint8_t byte);
   [[nodiscard]] platform::File& index_file() { return *index_file_; }
   [[nodiscard]] const foxpro::TableLayout& layout() const { return *layout_; }
   [[nodiscard]] const foxpro::RecordDecoder& decoder() const { return *decoder_; }

@@ -30,6 +30,34 @@ constexpr double kTimeTolerance = 1e-8;  // in days; a second is a thousand time
 
 enum class KeyForm { kText, kGeneral, kDouble, kDate, kTime, kInteger, kCurrency, kLogical };
 
+// FoxPro's comparisons end with the right text, or pad the shorter one with blanks, after a setting
+// (SET EXACT) that each workstation chooses for itself. Where that makes a difference nobody can
+// tell what the index should hold.
+class KeyCollation final : public Collation {
+ public:
+  explicit KeyCollation(std::unique_ptr<Collation> padded) : padded_(std::move(padded)) {}
+
+  [[nodiscard]] std::string Key(std::wstring_view text) const override {
+    return padded_->Key(text);
+  }
+  [[nodiscard]] int CompareKeys(std::string_view left, std::string_view right) const override {
+    return padded_->CompareKeys(left, right);
+  }
+  [[nodiscard]] int Compare(std::wstring_view left, std::wstring_view right) const override {
+    const int order = padded_->Compare(left, right);
+    const bool right_ends_first = right.size() < left.size();
+    const bool differs =
+        order == 0 ? left.size() < right.size()
+                   : right_ends_first && padded_->Compare(left.substr(0, right.size()), right) == 0;
+    if (!differs) return order;
+    throw sql::StatementError(0, L"how " + sql::Quoted(left) + L" compares with " +
+                                     sql::Quoted(right) + L" depends on SET EXACT");
+  }
+
+ private:
+  std::unique_ptr<Collation> padded_;
+};
+
 // The columns of a row, and behind them its deletion mark.
 class KeyRowShape final : public RowShape {
  public:
@@ -48,12 +76,12 @@ class KeyRowShape final : public RowShape {
 
   [[nodiscard]] const std::vector<Column>& columns() const override { return columns_; }
   [[nodiscard]] CodePage code_page() const override { return page_; }
-  [[nodiscard]] const Collation& collation() const override { return *collation_; }
+  [[nodiscard]] const Collation& collation() const override { return collation_; }
 
  private:
   std::vector<Column> columns_;
   CodePage page_;
-  std::unique_ptr<Collation> collation_;
+  KeyCollation collation_;
 };
 
 // Stands on one record in memory.

@@ -154,18 +154,443 @@ TEST_CASE("a new key stands in its tag and the counter goes up by one for each c
   CHECK(after.size() == before.size());
 }
 
-TEST_CASE(
-    "thousands of keys in any order grow a tree of three levels and shrink it to an empty root") {
-  IndexShelf shelf(
-      NameTable({{.name = "LONG", .expression = "PADR(name,100)", .key_length = 100}}));
-  std::vector<std::string> names;
-  std::mt19937 random(3);
-  for (int i = 0; i < 700; ++i) {
-    std::string name;
-    for (int letter = 0; letter < 10; ++letter)
-      name.push_back(static_cast<char>('A' + random() % 26));
-    names.push_back(name);
+namespace {
+
+std::string Hexadecimal(std::string_view bytes) {
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string text;
+  for (const char byte : bytes) {
+    text.push_back(kDigits[static_cast<unsigned char>(byte) >> 4U]);
+    text.push_back(kDigits[static_cast<unsigned char>(byte) & 15U]);
   }
-  for (const std::string& name : names) shelf.Append(name + "     1");
+  return text;
+}
+
+// The key of a row in the only tag: its bytes as digits, "none" for a row that is left out.
+std::string KeyOf(IndexShelf& shelf, std::string_view row, char mark = ' ') {
+  std::string bytes(1, mark);
+  bytes += row;
+  bytes.resize(shelf.layout().record_length, ' ');
+  const auto* const record = reinterpret_cast<const std::uint8_t*>(bytes.data());
+  const RowKeys keys = shelf.index().KeysOf(record, 1);
+  return keys[0] ? Hexadecimal(*keys[0]) : "none";
+}
+
+struct KeyCase {
+  tests::ColumnSpec column;
+  TagSpec tag;
+  std::string stored;
+  std::string key;
+};
+
+Error RefusalOf(const TagSpec& tag) {
+  IndexShelf shelf(NameTable({tag}));
+  return ErrorOf([&] { (void)shelf.index(); });
+}
+
+}  // namespace
+
+TEST_CASE("every kind of key is the bytes that sort as its values do") {
+  const tests::ColumnSpec text{.name = "F", .type = 'C', .length = 4};
+  const tests::ColumnSpec number{.name = "F", .type = 'N', .length = 8, .decimals = 2};
+  const tests::ColumnSpec floating{.name = "F", .type = 'F', .length = 8, .decimals = 1};
+  const tests::ColumnSpec doubled{.name = "F", .type = 'B'};
+  const tests::ColumnSpec integer{.name = "F", .type = 'I'};
+  const tests::ColumnSpec currency{.name = "F", .type = 'Y'};
+  const tests::ColumnSpec date{.name = "F", .type = 'D'};
+  const tests::ColumnSpec time{.name = "F", .type = 'T'};
+  const tests::ColumnSpec logical{.name = "F", .type = 'L'};
+  const auto tag = [](const char* expression, std::uint16_t length) {
+    return TagSpec{.name = "K", .expression = expression, .key_length = length};
+  };
+  TagSpec general = tag("f", 8);
+  general.general = true;
+  TagSpec descending = tag("f", 8);
+  descending.descending = true;
+  const std::vector<KeyCase> cases = {
+      {text, tag("f", 4), "aB", "61422020"},
+      {text, tag("UPPER(f)", 4), "a\xE4z ", "41C45A20"},
+      {text, tag("ALLTRIM(f)", 4), " ab ", "61622020"},
+      {text, general, "aB", "6061000000000000"},
+      // The letters' heads, then a tail for each of A, E and A: none, acute, diaeresis.
+      {text, general, "a\xE9\xC4", "6066600001040000"},
+      {text, general, "\xDFz", "76767E0000000000"},
+      {number, tag("f", 8), "    1.00", "BFF0000000000000"},
+      {number, tag("f", 8), "   -1.00", "400FFFFFFFFFFFFF"},
+      {number, tag("f", 8), "    0.00", "8000000000000000"},
+      {number, tag("f", 8), "        ", "8000000000000000"},
+      {number, tag("f", 8), "   -0.00", "8000000000000000"},
+      {number, tag("-f", 8), "    1.00", "400FFFFFFFFFFFFF"},
+      {number, tag("STR(f,8,2)", 8), "    1.25", "20202020312E3235"},
+      {number, descending, "    2.00", "C000000000000000"},
+      {floating, tag("f", 8), "     1.5", "BFF8000000000000"},
+      {doubled, tag("f", 8), std::string("\0\0\0\0\0\0\xF8\xBF", 8), "4007FFFFFFFFFFFF"},
+      {integer, tag("f", 4), std::string("\1\0\0\0", 4), "80000001"},
+      {integer, tag("f", 4), std::string("\xFE\xFF\xFF\xFF", 4), "7FFFFFFE"},
+      {integer, tag("f+1", 8), std::string("\1\0\0\0", 4), "C000000000000000"},
+      {integer, tag("BINTOC(f)", 4), std::string("\1\0\0\0", 4), "80000001"},
+      {integer, tag("BINTOC(f,2)", 2), std::string("\xFE\xFF\xFF\xFF", 4), "7FFE"},
+      {currency, tag("f", 8), std::string("\x10\x27\0\0\0\0\0\0", 8), "8000000000002710"},
+      {currency, tag("f", 8), std::string("\xF0\xD8\xFF\xFF\xFF\xFF\xFF\xFF", 8),
+       "7FFFFFFFFFFFD8F0"},
+      {date, tag("f", 8), "20010307", "C142B50400000000"},
+      {date, tag("f", 8), "        ", "8000000000000000"},
+      {date, tag("DTOS(f)", 8), "20010307", "3230303130333037"},
+      {date, tag("DTOS(f)", 8), "", "2020202020202020"},
+      // Day 2451976 at 12:00:00.
+      {time, tag("f", 8), std::string("\x08\x6A\x25\0\x00\x2E\x93\x02", 8), "C142B50440000000"},
+      {time, tag("f", 8), std::string(8, '\0'), "8000000000000000"},
+      {logical, tag("f", 1), "T", "54"},
+      {logical, tag("f", 1), "F", "46"},
+      {logical, tag("f", 1), " ", "46"},
+      {logical, tag("IIF(f,\"1\",\"2\")", 1), "T", "31"},
+      {text, tag("f=\"ABCD\"", 1), "ABCD", "54"},
+      {text, tag("EMPTY(f).OR.f==\"X\"", 1), "X", "54"},
+      {text, tag("VAL(f)", 8), "2", "C000000000000000"},
+      {text, tag("PADR(SUBSTR(f,2,1)+LEFT(f,1),3)", 3), "ab", "626120"},
+  };
+  for (const KeyCase& wanted : cases) {
+    CAPTURE(wanted.tag.expression);
+    CAPTURE(wanted.stored);
+    IndexShelf shelf(TableSpec{.columns = {wanted.column}, .tags = {wanted.tag}});
+    CHECK(KeyOf(shelf, wanted.stored) == wanted.key);
+    shelf.Append(wanted.stored);
+    shelf.Append(wanted.stored);
+    CHECK(shelf.Findings() == "");
+  }
+}
+
+TEST_CASE("a nullable key begins with a byte that is zero, as all others, for a null") {
+  const auto key = [](char type, std::uint8_t width, std::uint16_t length, std::string stored) {
+    IndexShelf shelf(TableSpec{
+        .columns = {{.name = "F", .type = type, .length = width, .nullable = true}},
+        .tags = {{.name = "K", .expression = "f", .key_length = length, .nullable = true}}});
+    const std::string found = KeyOf(shelf, stored);
+    shelf.Append(stored);
+    CHECK(shelf.Findings() == "");
+    return found;
+  };
+  CHECK(key('C', 3, 4, std::string("ab \0", 4)) == "80616220");
+  CHECK(key('C', 3, 4, std::string("   \1", 4)) == "00000000");
+  CHECK(key('I', 4, 5, std::string("\1\0\0\0\0", 5)) == "8080000001");
+  CHECK(key('I', 4, 5, std::string("\0\0\0\0\1", 5)) == "0000000000");
+  // The first flag says that the last byte is the length, the second one that the value is null.
+  CHECK(key('V', 4, 5, std::string("ab\0\2\1", 5)) == "8061622020");
+  CHECK(key('V', 4, 5, std::string("abcd\0", 5)) == "8061626364");
+  CHECK(key('V', 4, 5, std::string("\0\0\0\0\3", 5)) == "0000000000");
+}
+
+TEST_CASE("a varchar's key is its text padded with blanks") {
+  IndexShelf shelf(TableSpec{.version = 0x32,
+                             .columns = {{.name = "F", .type = 'V', .length = 4}},
+                             .tags = {{.name = "K", .expression = "f", .key_length = 4}}});
+  CHECK(KeyOf(shelf, std::string("ab\0\2\1", 5)) == "61622020");
+  CHECK(KeyOf(shelf, std::string("\0\0\0\0\1", 5)) == "20202020");
+}
+
+TEST_CASE("a tag with FOR has the rows of which its condition is true, deleted ones too") {
+  IndexShelf shelf(NameTable({{.name = "BIG",
+                               .expression = "name",
+                               .condition = "number>10.AND..NOT.EMPTY(name)",
+                               .key_length = 10}}));
+  shelf.Append("A             20");
+  shelf.Append("B             10");
+  shelf.Append("C             30", '*');
+  shelf.Append("D               ");
   CHECK(shelf.Findings() == "");
+  CHECK(shelf.Verify().tags[0].key_count == 2);
+  shelf.Change(2, "B             11");
+  shelf.Change(1, "A              1");
+  shelf.Change(3, "C             31", '*');
+  CHECK(shelf.Findings() == "");
+  CHECK(shelf.Verify().tags[0].key_count == 2);
+  CHECK(KeyOf(shelf, "D             10") == "none");
+}
+
+TEST_CASE("a condition on the deletion mark takes rows out that are deleted and puts them back") {
+  IndexShelf shelf(NameTable(
+      {{.name = "LIVE", .expression = "name", .condition = ".NOT.DELETED()", .key_length = 10}}));
+  shelf.Append("A             20");
+  CHECK(shelf.Verify().tags[0].key_count == 1);
+  CHECK(shelf.index().UsesDeletionMark());
+  shelf.Change(1, "A             20", '*');
+  CHECK(shelf.Verify().tags[0].key_count == 0);
+  shelf.Change(1, "A             20");
+  CHECK(shelf.Verify().tags[0].key_count == 1);
+  CHECK(shelf.Findings() == "");
+}
+
+TEST_CASE("a tag tells which columns its key and its condition read") {
+  IndexShelf shelf(NameTable(
+      {{.name = "K", .expression = "name", .condition = "LEFT(name,1)<>\"X\"", .key_length = 10}}));
+  CHECK(shelf.index().Uses(0));
+  CHECK_FALSE(shelf.index().Uses(1));
+  CHECK_FALSE(shelf.index().UsesDeletionMark());
+}
+
+TEST_CASE("a second row with the key of another is refused in a candidate tag, deleted or not") {
+  IndexShelf shelf(NameTable(
+      {{.name = "NAME", .expression = "UPPER(name)", .key_length = 10, .candidate = true}}));
+  shelf.Append("Anna");
+  shelf.Append("Berta", '*');
+  for (const char* name : {"ANNA", "berta"}) {
+    const Error error = ErrorOf([&] { shelf.Append(name); });
+    CHECK(error.number() == error_number::kIntegrityViolation);
+    CHECK(Contains(error, L"tag NAME"));
+    CHECK(Contains(error, L"Table T, file C:\\Data\\T.cdx"));
+  }
+  CHECK(Contains(ErrorOf([&] { shelf.Append("berta"); }), L"record 2"));
+  CHECK(ErrorOf([&] { shelf.Change(1, "BERTA"); }).number() == error_number::kIntegrityViolation);
+  shelf.Change(1, "anna");
+  shelf.Change(1, "ANNA");
+  CHECK(shelf.count() == 2);
+  CHECK(shelf.Findings() == "");
+}
+
+TEST_CASE("a UNIQUE tag keeps the first row of a key, and a hidden one does not come back") {
+  IndexShelf shelf(
+      NameTable({{.name = "NAME", .expression = "name", .key_length = 10, .unique = true}}));
+  shelf.Append("ANNA");
+  shelf.Append("ANNA");
+  shelf.Append("BERTA");
+  CHECK(shelf.Verify().tags[0].key_count == 2);
+  CHECK(shelf.Findings() == "");
+  shelf.Change(1, "CLARA");
+  CHECK(shelf.Verify().tags[0].key_count == 2);  // nothing of ANNA is left
+  shelf.Change(2, "DORA");
+  CHECK(shelf.Verify().tags[0].key_count == 3);
+  shelf.Change(3, "DORA");
+  CHECK(shelf.Verify().tags[0].key_count == 2);
+  CHECK(shelf.Findings() == "");
+}
+
+TEST_CASE("a change whose old key the tag lacks is refused while nothing has been written") {
+  IndexShelf shelf(NameTable({{.name = "NAME", .expression = "name", .key_length = 10},
+                              {.name = "NUMBER", .expression = "number", .key_length = 8}}));
+  shelf.Append("ANNA           1");
+  shelf.WriteRow(1, "BERTA          1");
+  const std::string index = shelf.IndexBytes();
+  const Error error = ErrorOf([&] { shelf.Change(1, "CLARA          1"); });
+  CHECK(error.number() == error_number::kTableDamaged);
+  CHECK(Contains(error, L"the index does not agree with the rows, tag NAME"));
+  CHECK(Contains(error, L"record 1"));
+  CHECK(Contains(error, L"rebuild the index with REINDEX in FoxPro"));
+  CHECK(shelf.IndexBytes() == index);
+  CHECK(shelf.Row(1) == " BERTA          1");
+  shelf.Change(1, "BERTA          2");  // touches the other tag only
+  CHECK(shelf.Findings() == "NAME: its key of record 1 is not the key of the row\n");
+}
+
+TEST_CASE("a key is refused when the tag has it for that record already") {
+  IndexShelf shelf(NameTable({{.name = "NAME", .expression = "name", .key_length = 10}}));
+  shelf.Append("ANNA");
+  const std::string row = " ANNA            ";
+  const RowKeys keys = shelf.index().KeysOf(reinterpret_cast<const std::uint8_t*>(row.data()), 1);
+  CHECK(Contains(ErrorOf([&] { shelf.index().Replace(nullptr, keys, 1); }), L"tag NAME"));
+}
+
+TEST_CASE("what another program changed is seen, whether the file grew or only the counter did") {
+  IndexShelf shelf(
+      NameTable({{.name = "NAME", .expression = "name", .key_length = 10, .candidate = true}}));
+  shelf.Append("ANNA");
+  const auto other = shelf.OpenIndex();
+  for (int i = 0; i < 200; ++i) {
+    const std::string name = "N" + std::to_string(1000 + i * 7 % 1000);
+    const std::string row = " " + name + "                ";
+    const auto number = static_cast<std::uint32_t>(2 * i + 2);
+    other->Refresh();
+    const RowKeys keys = other->KeysOf(reinterpret_cast<const std::uint8_t*>(row.data()), number);
+    other->CheckUnique(keys, number);
+    other->Begin(number);
+    shelf.WriteRow(number, row.substr(1, 16));
+    other->Replace(nullptr, keys, number);
+    other->Finish();
+    shelf.Append("M" + name.substr(1));
+  }
+  CHECK(shelf.Findings() == "");
+  CHECK(shelf.Verify().tags[0].key_count == 401);
+}
+
+TEST_CASE("the mark of a change that was broken off goes away when index and rows agree") {
+  IndexShelf shelf(NameTable({{.name = "NAME", .expression = "name", .key_length = 10}}));
+  shelf.Append("ANNA");
+  shelf.index().Refresh();
+  shelf.index().Begin(2);
+  CHECK(shelf.IndexBytes().substr(480, 4) == std::string("\2\0\0\0", 4));
+  CHECK(shelf.Verify().unfinished_record == 2);
+  // Another process comes before the row was written.
+  const auto other = shelf.OpenIndex();
+  other->Refresh();
+  CHECK(shelf.IndexBytes().substr(480, 4) == std::string(4, '\0'));
+  shelf.Append("BERTA");
+  CHECK(shelf.Findings() == "");
+}
+
+TEST_CASE("a change that was broken off between row and key makes the table refuse changes") {
+  IndexShelf shelf(NameTable({{.name = "NAME", .expression = "name", .key_length = 10}}));
+  shelf.Append("ANNA");
+  shelf.index().Refresh();
+  shelf.index().Begin(2);
+  shelf.WriteRow(2, "BERTA");
+  const auto other = shelf.OpenIndex();
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const Error error = ErrorOf([&] { other->Refresh(); });
+    CHECK(error.number() == error_number::kTableDamaged);
+    CHECK(Contains(error,
+                   L"tag NAME: a change of record 2 was broken off; it lacks the key of record 2"));
+    CHECK(Contains(error, L"REINDEX"));
+  }
+  CHECK(shelf.IndexBytes().substr(480, 4) == std::string("\2\0\0\0", 4));
+}
+
+TEST_CASE(
+    "a disk that is full from any write of a change on leaves an index that is whole or says so") {
+  const TableSpec spec =
+      NameTable({{.name = "A", .expression = "name", .key_length = 10},
+                 {.name = "LONG", .expression = "PADR(name,90,\"x\")", .key_length = 90}});
+  bool failed = true;
+  std::size_t refused = 0;
+  for (std::size_t call = 1; failed; ++call) {
+    CAPTURE(call);
+    REQUIRE(call < 60);
+    IndexShelf shelf(spec);
+    for (int i = 0; i < 5; ++i) shelf.Append("N" + std::to_string(i));
+    shelf.machine().TearWrites();
+    shelf.machine().FailFrom(shelf.machine().call_count() + call, 112);
+    failed = false;
+    try {
+      shelf.Append("NEW");
+    } catch (const std::exception&) {
+      failed = true;
+    }
+    IndexShelf next(shelf.machine().Contents(L"C:\\Data\\T.dbf").value(), shelf.IndexBytes());
+    if (next.Findings().empty()) {
+      next.index().Refresh();
+      next.Append("MORE");
+      CHECK(next.Findings() == "");
+    } else {
+      CHECK(Contains(ErrorOf([&] { next.index().Refresh(); }), L"was broken off"));
+      ++refused;
+    }
+  }
+  CHECK(refused >= 3);
+}
+
+TEST_CASE("a tag that cannot be kept is refused by name before anything is written") {
+  const auto refused = [](const TagSpec& tag, std::wstring_view reason) {
+    const Error error = RefusalOf(tag);
+    CAPTURE(error.what());
+    CHECK(error.number() == error_number::kTableDamaged);
+    CHECK(Contains(error, L"tag T1"));
+    CHECK(Contains(error, L"can be read but not changed"));
+    CHECK(Contains(error, reason));
+  };
+  const auto tag = [](const char* expression, const char* condition = "") {
+    return TagSpec{
+        .name = "T1", .expression = expression, .condition = condition, .key_length = 10};
+  };
+  refused(tag("SOUNDEX(name)"), L"there is no function \"SOUNDEX\"");
+  refused(tag("name+"), L"cannot be evaluated");
+  refused(tag("nowhere"), L"there is no column \"nowhere\"");
+  refused(tag("name+number"), L"cannot be evaluated");
+  refused(tag("name", "LEFT(name,1)"), L"is no condition");
+  refused(tag("name", "number=\"1\""), L"cannot be evaluated");
+  refused(tag("number"), L"its keys are 10 bytes long where number makes 8 bytes");
+  refused(tag("(SELECT name FROM t)"), L"an index has no subselects");
+}
+
+TEST_CASE("binary tags, foreign collating sequences and memo keys are refused with their reason") {
+  TableSpec spec{.columns = {{.name = "NAME", .type = 'C', .length = 10},
+                             {.name = "TEXT", .type = 'M'},
+                             {.name = "PRICE", .type = 'Y'}},
+                 .tags = {{.name = "K", .expression = "name", .key_length = 10}}};
+  const tests::TableFiles files = tests::BuildTable(spec);
+  const auto opened = [&](const std::string& index) {
+    IndexShelf shelf(files.table, index);
+    return ErrorOf([&] { (void)shelf.index(); });
+  };
+  std::string index = files.index;
+  index[0x600 + 15] = 5;
+  CHECK(Contains(opened(index), L"tag K cannot be kept: it is a binary (bitmap) tag"));
+  index = files.index;
+  index[0x600 + 15] = 2;
+  index.replace(0x600 + 494, 6, "PINYIN");
+  CHECK(Contains(opened(index), L"its collating sequence PINYIN for code page 1252 is not known"));
+  index = files.index;
+  index[0x600 + 14] = 0x40;
+  CHECK(Contains(opened(index), L"old form that is not compact"));
+  index = files.index;
+  index[0x600 + 12] = 0;
+  CHECK(Contains(opened(index), L"its keys would be 0 bytes long"));
+  index = files.index;
+  index[0x600 + 511] = 9;
+  CHECK(Contains(opened(index), L"its expressions lie outside of its header"));
+  CHECK(Contains(opened(files.index.substr(0, 0x600)), L"tag K: the file ends before byte 2560"));
+  CHECK(Contains(opened(files.index.substr(0, 100)), L"the file ends before byte 512"));
+  CHECK(Contains(opened(std::string(2048, 'x')), L"the file does not begin as an index file"));
+  spec.tags = {{.name = "K", .expression = "LEFT(text,5)", .key_length = 5}};
+  IndexShelf memo(spec);
+  CHECK(Contains(ErrorOf([&] { (void)memo.index(); }), L"it reads the memo column TEXT"));
+  spec.tags = {{.name = "K", .expression = "price*2", .key_length = 8}};
+  IndexShelf price(spec);
+  CHECK(Contains(ErrorOf([&] { (void)price.index(); }),
+                 L"its key computes with the currency column PRICE"));
+}
+
+TEST_CASE("a row of which SET EXACT decides whether a condition holds is refused") {
+  IndexShelf shelf(NameTable(
+      {{.name = "OPEN", .expression = "name", .condition = "name=\"OPEN\"", .key_length = 10}}));
+  shelf.Append("OPEN");
+  shelf.Append("CLOSED");
+  const Error error = ErrorOf([&] { shelf.Append("OPENED"); });
+  CHECK(Contains(error, L"tag OPEN"));
+  CHECK(Contains(error, L"depends on SET EXACT"));
+  CHECK(shelf.count() == 2);
+  CHECK(shelf.Findings() == "");
+}
+
+TEST_CASE("a datetime's key that differs in its last bits is found and replaced") {
+  IndexShelf shelf(TableSpec{.columns = {{.name = "F", .type = 'T'}},
+                             .tags = {{.name = "K", .expression = "f", .key_length = 8}}});
+  shelf.Append(std::string("\x08\x6A\x25\0\x00\x2E\x93\x02", 8));
+  const std::string table = shelf.machine().Contents(L"C:\\Data\\T.dbf").value();
+  std::string index = shelf.IndexBytes();
+  // The key with its last bit set, and so without padding: 3 bytes more, no trail in the entry.
+  index.replace(0xA00 + 504, 8, std::string("\xC1\x42\xB5\x04\x40\0\0\1", 8));
+  index.replace(0xA00 + 24, 3, std::string("\1\0\0", 3));
+  index[0xA00 + 12] = static_cast<char>(static_cast<unsigned char>(index[0xA00 + 12]) - 3);
+  IndexShelf other(table, index);
+  CHECK(other.Findings() == "");
+  other.Change(1, std::string(8, '\0'));
+  CHECK(other.Findings() == "");
+  CHECK(other.Verify().tags[0].key_count == 1);
+}
+
+TEST_CASE("the verifier names each key that is missing, surplus or wrong") {
+  IndexShelf shelf(NameTable(
+      {{.name = "NAME", .expression = "name", .key_length = 10},
+       {.name = "SOME", .expression = "name", .condition = "number>0", .key_length = 10}}));
+  shelf.Append("ANNA           1");
+  shelf.Append("BERTA          1");
+  shelf.WriteRow(1, "CLARA          0");
+  shelf.WriteRow(3, "DORA           0");
+  shelf.WriteRow(4, "EMMA           5");
+  CHECK(shelf.Findings() ==
+        "NAME: its key of record 1 is not the key of the row\n"
+        "NAME: it lacks the key of record 3\n"
+        "NAME: it lacks the key of record 4\n"
+        "SOME: it has a key of record 1, which should have none\n"
+        "SOME: it lacks the key of record 4\n");
+  shelf.PutTableByte(4, 1);
+  CHECK(shelf.Findings().find("it has a key of record 2, but the table has 1 records") !=
+        std::string::npos);
+}
+
+TEST_CASE("of many findings of one tag the first are told and the others counted") {
+  IndexShelf shelf(NameTable({{.name = "NAME", .expression = "name", .key_length = 10}}));
+  for (std::uint32_t number = 1; number <= 25; ++number) shelf.WriteRow(number, "ANNA");
+  const std::vector<std::wstring> findings = shelf.Verify().tags[0].findings;
+  REQUIRE(findings.size() == 11);
+  CHECK(findings[9] == L"it lacks the key of record 10");
+  CHECK(findings[10] == L"there are 15 more like these");
 }

@@ -30,6 +30,7 @@ void RemoveGuards(Request& request) {
   RemoveGuards(request.ini_file);
   RemoveGuards(request.library_file);
   RemoveGuards(request.section);
+  RemoveGuards(request.table);
   for (std::string& word : request.words) RemoveGuards(word);
 }
 
@@ -108,6 +109,18 @@ void AddWhere(CLI::App& app, Request& request) {
       "  tovocfg where --ini C:\\SHOP\\TOVO.INI");
 }
 
+void AddCheck(CLI::App& app, Request& request) {
+  CLI::App* check = app.add_subcommand("check", "Verifies the tables of the data folder");
+  check->add_option("table", request.table, "Only this table")->type_name("TABLE");
+  check->group("Commands");
+  check->footer(
+      "Examples:\n"
+      "  tovocfg check\n"
+      "  tovocfg check Numbers --data C:\\SHOP\\DATA\n\n"
+      "Rows, memo values and index keys must agree with each other. Files are only read, and\n"
+      "others may go on working. Exit codes: 0 all well, 1 problems found, 2 not (all) checked.");
+}
+
 ParsedArguments Refused(std::string text) {
   ParsedArguments parsed;
   parsed.exit_code = ExitCode::kUsage;
@@ -120,8 +133,9 @@ ParsedArguments Checked(const CLI::App& app, Request request) {
   if (app.got_subcommand("get")) request.command = Command::kGet;
   if (app.got_subcommand("set")) request.command = Command::kSet;
   if (app.got_subcommand("where")) request.command = Command::kWhere;
+  if (app.got_subcommand("check")) request.command = Command::kCheck;
   if (request.command == Command::kNone)
-    return Refused("name a command: list, get, set or where; --help explains them");
+    return Refused("name a command: list, get, set, where or check; --help explains them");
   if (request.local_only && request.global_only)
     return Refused("--local and --global exclude each other");
   const std::size_t words = request.words.size();
@@ -153,7 +167,7 @@ ParsedArguments Ended(const CLI::App& app, const CLI::ParseError& error, const R
   const std::vector<std::string> left = app.remaining();
   if (app.get_subcommands().empty() && !left.empty() && !left.front().starts_with('-'))
     return Refused("there is no command " + left.front() +
-                   "; use list, get, set or where; --help explains them");
+                   "; use list, get, set, where or check; --help explains them");
   return Refused(problems.str());
 }
 
@@ -182,6 +196,7 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   AddGet(app, request);
   AddSet(app, request);
   AddWhere(app, request);
+  AddCheck(app, request);
   SpellHelp(arguments);
   GuardWords(arguments);
   try {

@@ -6,7 +6,8 @@
 
 namespace tovocfg {
 
-// What tovocfg ends with; README.md beside this file explains each to users.
+// What tovocfg ends with, all commands but check; README.md beside this file explains each to
+// users.
 enum class ExitCode {
   kOk = 0,
   kLibraryError = 1,
@@ -17,7 +18,7 @@ enum class ExitCode {
   kNoLibrary = 6,
 };
 
-enum class Command { kNone, kList, kGet, kSet, kWhere };
+enum class Command { kNone, kList, kGet, kSet, kWhere, kCheck };
 
 struct Request {
   Command command = Command::kNone;
@@ -29,6 +30,7 @@ struct Request {
   bool local_only = false;
   bool global_only = false;
   std::string section;             // of list; empty for all
+  std::string table;               // of check; empty for all
   std::vector<std::string> words;  // of get and set
 };
 

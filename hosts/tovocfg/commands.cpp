@@ -12,6 +12,7 @@
 #include "tovocfg/checks.h"
 #include "tovocfg/library.h"
 #include "tovocfg/output.h"
+#include "tovocfg/paths.h"
 #include "tovocfg/selection.h"
 #include "tovocfg/text.h"
 #include "tovocfg/wide_text.h"
@@ -25,24 +26,6 @@ struct Stop {
   ExitCode exit_code;
   std::string text;
 };
-
-std::string FullPath(const std::string& path) {
-  const std::wstring wide = ToWide(path);
-  const DWORD size = GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr);
-  std::wstring full(size, L'\0');
-  full.resize(GetFullPathNameW(wide.c_str(), size, full.data(), nullptr));
-  return full.empty() ? path : ToUtf8(full);
-}
-
-bool IsFolder(const std::string& path) {
-  const DWORD attributes = GetFileAttributesW(ToWide(path).c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-bool IsFile(const std::string& path) {
-  const DWORD attributes = GetFileAttributesW(ToWide(path).c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-}
 
 std::string DataFolderProblem(const std::string& path) {
   if (!IsFolder(path)) return "there is no folder " + path;
@@ -70,8 +53,7 @@ void Locate(Library& library, const Request& request) {
   if (!request.data_folder.empty()) library.SetDataPath(FullPath(request.data_folder));
   if (request.ini_file.empty()) return;
   const std::string file = FullPath(request.ini_file);
-  if (!IsFile(file))
-    throw Stop{ExitCode::kFolderNotFound, "there is no INI file " + file + "; check --ini"};
+  if (!IsFile(file)) throw Stop{ExitCode::kFolderNotFound, NoSuchIniFile(file)};
   try {
     library.SetIniFile(file);
   } catch (const LibraryError&) {
@@ -95,24 +77,6 @@ Whereabouts WhereaboutsOf(const Library& library) {
   return where;
 }
 
-// What a program that shows no windows checks itself: the library asks the user with a message box
-// when the data folder is missing.
-std::string MissingFolder(const Whereabouts& where, const Request& request) {
-  if (!request.data_folder.empty()) {
-    return "there is no data folder " + where.data_folder + "; check --data";
-  }
-  if (where.local_ini.empty()) {
-    return "there is no TOVO.INI on the search path, so the data folder is not known; name the "
-           "file with --ini or the folder with --data";
-  }
-  if (where.data_folder.empty()) {
-    return "the key DataPath of section [Defaults] in " + where.local_ini +
-           " names no data folder; set it, or name the folder with --data";
-  }
-  return "there is no data folder " + where.data_folder + ", which " + where.local_ini +
-         " names (section [Defaults], key DataPath); correct it, or use --data";
-}
-
 // A library with its options loaded.
 class Session {
  public:
@@ -120,7 +84,7 @@ class Session {
     Locate(*library_, request);
     where_ = WhereaboutsOf(*library_);
     if (!where_.data_folder_exists)
-      throw Stop{ExitCode::kFolderNotFound, MissingFolder(where_, request)};
+      throw Stop{ExitCode::kFolderNotFound, MissingFolder(where_, !request.data_folder.empty())};
     if (!library_->Initialize())
       throw Stop{ExitCode::kFolderNotFound, "the library found no data folder"};
     options_ = library_->Options();
@@ -308,6 +272,7 @@ ExitCode RunCommand(const Request& request) {
       return Set(request);
     case Command::kWhere:
       return Where(request);
+    case Command::kCheck:
     case Command::kNone:
       break;
   }

@@ -1,5 +1,5 @@
 // tovocfg: shows and changes the options of a Tovo shop from the command line, through the type
-// library only.
+// library only, and checks its tables.
 #include <windows.h>
 // After windows.h.
 #include <objbase.h>
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tovocfg/arguments.h"
+#include "tovocfg/check_command.h"
 #include "tovocfg/commands.h"
 #include "tovocfg/text.h"
 #include "tovocfg/wide_text.h"
@@ -66,6 +67,7 @@ int main() {
       (refused ? std::cerr : std::cout) << (refused ? "tovocfg: " : "") << line << "\n";
     return static_cast<int>(parsed.exit_code);
   }
+  if (parsed.request.command == tovocfg::Command::kCheck) return tovocfg::Check(parsed.request);
   const Apartment apartment;
   return static_cast<int>(tovocfg::Run(parsed.request));
 }

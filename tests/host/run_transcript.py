@@ -15,6 +15,9 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     changes               how both INI files differ from the sample, blank lines and spacing aside
     previous              which previous files there are and whether they are the sample's
     cut FILE BYTES        shortens a file of the copy
+    patch FILE AT BYTES   puts other bytes, given as hexadecimal digits, at an offset
+    fixture FILE TARGET   copies a file of tests/fixtures to the copy
+    same                  whether every file is as it was when this was asked last
     delete FILE           deletes a file of the copy
     copy NAME TARGET      copies a file or folder within the copy
     replace FILE OLD NEW  replaces a text in a file of the copy
@@ -76,6 +79,7 @@ class Machine:
         self.folder = os.path.join(prefix, "drive_c", "host-tests", name)
         self.here = "C:\\host-tests\\" + name
         self.holders = []
+        self.remembered = None
         shutil.rmtree(self.folder, ignore_errors=True)
         for part in ("data", "workstation"):
             shutil.copytree(os.path.join(SHOP, part), os.path.join(self.folder, part))
@@ -176,6 +180,28 @@ class Machine:
 
     def cut(self, name, size):
         os.truncate(self.path(name), int(size))
+
+    def patch(self, name, offset, digits):
+        data, part, at = bytearray(self.read(name)), bytes.fromhex(digits), int(offset)
+        data[at:at + len(part)] = part
+        with open(self.path(name), "wb") as file:
+            file.write(data)
+
+    def fixture(self, name, target):
+        shutil.copy(os.path.join(ROOT, "tests", "fixtures", *name.split("/")), self.path(target))
+
+    def same(self):
+        """Bytes and times of all files; asked first, it only remembers them."""
+        now = {}
+        for part in ("data", "workstation"):
+            for name in os.listdir(self.path(part)):
+                path = self.path(f"{part}/{name}")
+                now[path] = (self.read(f"{part}/{name}"), os.stat(path).st_mtime_ns)
+        before, self.remembered = self.remembered, now
+        if before is None:
+            return ["remembered"]
+        changed = {path for path in before.keys() | now.keys() if before.get(path) != now.get(path)}
+        return [f"changed: {os.path.basename(path)}" for path in sorted(changed)] or ["as before"]
 
     def hold(self, name):
         holder = subprocess.Popen(

@@ -41,6 +41,7 @@ MemoCheck::MemoCheck(std::unique_ptr<platform::File> file, std::wstring path,
   block_size_ = BigEndian16(header, memo_header::kBlockSize);
   if (block_size_ == 0) throw DamagedFile(table_, path_, L"its block size is 0");
   next_free_ = BigEndian32(header, memo_header::kNextFree);
+  TellEnd();
   StartWindow(0);
 }
 
@@ -49,6 +50,10 @@ void MemoCheck::Fetch(std::uint64_t offset, std::span<std::uint8_t> target) {
   if (!read.ok()) throw FileFailure(table_, path_, L"read", read.code());
   if (read.value() < target.size())
     throw DamagedFile(table_, path_, L"it became shorter while it was read");
+}
+
+std::wstring MemoCheck::Subject() const {
+  return L"Table " + table_.name + L", file " + path_ + L": ";
 }
 
 ValuePlace MemoCheck::PlaceOf(const MemoReference& reference) const {
@@ -157,17 +162,22 @@ void MemoCheck::TellConflicts(const MemoReferences& references) {
     findings_.Problem(CheckArea::kMemo, kSharedRemedy);
 }
 
-void MemoCheck::TellSpace() {
-  const std::wstring subject = L"Table " + table_.name + L", file " + path_ + L": ";
+// Told first: where the file was cut short, it explains what is told of the values.
+void MemoCheck::TellEnd() {
   const std::uint64_t blocks = BlocksFor(size_, block_size_);
-  if (next_free_ > blocks) {
+  if (next_free_ <= blocks) return;
+  findings_.Warning(CheckArea::kMemo,
+                    Subject() + L"it counts " + std::to_wstring(next_free_) +
+                        L" blocks and ends behind block " + std::to_wstring(blocks) +
+                        L". When no value is missing, a change was broken off and nothing is "
+                        L"lost; else the file was cut short: restore it with the table.");
+}
+
+void MemoCheck::TellSpace() {
+  const std::uint64_t blocks = BlocksFor(size_, block_size_);
+  if (blocks > next_free_ && highest_end_ <= next_free_) {
     findings_.Warning(CheckArea::kMemo,
-                      subject + L"the next free block is " + std::to_wstring(next_free_) +
-                          L", and the file ends before block " + std::to_wstring(blocks) +
-                          L". Nothing is lost; a change that was broken off may leave this.");
-  } else if (blocks > next_free_ && highest_end_ <= next_free_) {
-    findings_.Warning(CheckArea::kMemo,
-                      subject + std::to_wstring(size_ - next_free_ * block_size_) +
+                      Subject() + std::to_wstring(size_ - next_free_ * block_size_) +
                           L" bytes behind the last counted block are unused. Nothing is lost; a "
                           L"change that was broken off may leave them.");
   }
@@ -176,7 +186,7 @@ void MemoCheck::TellSpace() {
   const std::uint64_t unused = counted - std::min(counted, first + used_blocks_);
   if (unused * block_size_ >= kUnusedWorthTelling && unused * 2 > counted) {
     findings_.Warning(CheckArea::kMemo,
-                      subject + std::to_wstring(unused * block_size_ / 1024) +
+                      Subject() + std::to_wstring(unused * block_size_ / 1024) +
                           L" KB of the file hold values that were replaced or removed. PACK MEMO "
                           L"in FoxPro would give the space back.");
   }

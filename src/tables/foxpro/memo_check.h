@@ -63,7 +63,9 @@ class MemoCheck {
   void StartWindow(std::uint64_t first_block);
   void MarkUsed(const MemoReference& reference, std::uint64_t value_end);
   void TellConflicts(const MemoReferences& references);
+  void TellEnd();
   void TellSpace();
+  [[nodiscard]] std::wstring Subject() const;
   [[nodiscard]] ValuePlace PlaceOf(const MemoReference& reference) const;
 
   std::unique_ptr<platform::File> file_;

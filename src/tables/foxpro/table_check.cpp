@@ -158,6 +158,7 @@ class TableChecker {
 
   void OpenMemo() {
     if (!layout_->has_memo_columns) return;
+    checked_.has_memo = true;
     if (layout_->version == table_version::kDbase3Memo) {
       Warn(Area::kMemo,
            L"its memo values stand in a memo file of dBASE (.dbt), which is not read and not "
@@ -174,7 +175,6 @@ class TableChecker {
       }
       memo_ = std::make_unique<MemoCheck>(OpenForReading(files_, checked_.table, path), path,
                                           checked_.table, findings_);
-      checked_.has_memo = true;
     });
   }
 
@@ -264,6 +264,7 @@ class TableChecker {
                              L"table anew with FoxPro.");
       return;
     }
+    checked_.has_index = true;
     if (!there) {
       throw RefusedFile(checked_.table, checked_.table.path,
                         L"its index file " + path + L" does not exist, so the table is not changed",
@@ -290,9 +291,10 @@ class TableChecker {
       findings_.Problem(Area::kIndex, subject + tag + what + IndexRemedy());
     };
     const std::uint64_t problems = checked_.problems;
+    if (report.findings.empty() || !report.tags.empty()) checked_.tags.emplace();
     for (const std::wstring& finding : report.findings) tell(L"", finding);
     for (const TagReport& tag : report.tags) {
-      checked_.tags.push_back({tag.name, tag.key_count});
+      checked_.tags->push_back({tag.name, tag.key_count});
       for (const std::wstring& finding : tag.findings) tell(L"tag " + tag.name + L": ", finding);
     }
     if (report.unfinished_record != 0) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,8 +38,10 @@ struct CheckedTable {
   std::uint32_t records = 0;
   std::uint32_t deleted = 0;  // of the records
   bool has_memo = false;
-  std::uint64_t memo_values = 0;  // that are not empty
-  std::vector<CheckedTag> tags;
+  bool has_index = false;
+  // These two are absent where the file could not be read.
+  std::optional<std::uint64_t> memo_values;  // that are not empty
+  std::optional<std::vector<CheckedTag>> tags;
   std::vector<Finding> findings;  // a bounded part of them
   std::uint64_t problems = 0;     // these three count all findings
   std::uint64_t warnings = 0;

@@ -206,6 +206,7 @@ TEST_CASE("a memo value that reaches behind the end of its file is named") {
   table.Row({memo.Pointer(std::string(500, 'x'))});
   const CheckedTable checked = Check(table.Bytes(), memo.Bytes().substr(0, 700));
   CHECK(Tells(checked, FindingKind::kProblem, {L"record 1", L"500 bytes", L"behind the end"}));
+  CHECK(Tells(checked, FindingKind::kWarning, {L"T.fpt", L"counts 16 blocks", L"block 11"}));
 }
 
 TEST_CASE("a memo pointer into the middle of a value is told") {
@@ -251,6 +252,8 @@ TEST_CASE("a memo file that is missing is told, and the rows are checked without
   table.Column("M", 'M', 4).Column("D", 'D', 8).Row({LittleEndian(8, 4), "notadate"});
   const CheckedTable checked = Check(table.Bytes());
   CHECK(checked.problems == 2);
+  CHECK(checked.has_memo);
+  CHECK_FALSE(checked.memo_values.has_value());
   CHECK(Tells(checked, FindingKind::kProblem, {kPath, L"T.fpt", L"does not exist"}));
   CHECK(Tells(checked, FindingKind::kProblem, {L"record 1, column D"}));
 }
@@ -346,8 +349,9 @@ TEST_CASE("tables of Visual FoxPro are whole, with the keys of every tag") {
     CHECK(checked.problems == 0);
     CHECK(checked.unchecked == 0);
     CHECK(checked.records == real.records);
-    REQUIRE(checked.tags.size() == real.tags);
-    for (const CheckedTag& tag : checked.tags) CHECK(tag.keys == real.records);
+    REQUIRE(checked.tags.has_value());
+    REQUIRE(checked.tags->size() == real.tags);
+    for (const CheckedTag& tag : *checked.tags) CHECK(tag.keys == real.records);
   }
 }
 

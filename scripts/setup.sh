@@ -8,7 +8,7 @@ packages=(
   g++ cmake ninja-build ccache                                    # native builds
   clang clang-format clang-tidy libclang-rt-14-dev                # style gate and fuzzing
   doctest-dev libcli11-dev nlohmann-json3-dev                     # tests, host program
-  python3 python3-dbf python3-dbfread                             # sample data, independent reader
+  python3 python3-dbf python3-dbfread libdbd-xbase-perl           # sample data, independent readers
   git diffutils util-linux procps                                 # scripts
 )
 if [ "${1:-}" != native ]; then

@@ -35,14 +35,16 @@ inline constexpr std::int32_t kNotImplemented = static_cast<std::int32_t>(0x8000
 inline constexpr std::int32_t kTableDamaged = static_cast<std::int32_t>(0x80004005);
 inline constexpr std::int32_t kNoPermission = static_cast<std::int32_t>(0x80040E09);
 inline constexpr std::int32_t kStatementError = static_cast<std::int32_t>(0x80040E14);
-inline constexpr std::int32_t kCannotMoveBack = static_cast<std::int32_t>(0x80040E18);
 inline constexpr std::int32_t kRowDeleted = static_cast<std::int32_t>(0x80040E23);
+inline constexpr std::int32_t kCannotMoveBack = static_cast<std::int32_t>(0x80040E24);
 inline constexpr std::int32_t kIntegrityViolation = static_cast<std::int32_t>(0x80040E2F);
 inline constexpr std::int32_t kNoSuchTable = static_cast<std::int32_t>(0x80040E37);
+inline constexpr std::int32_t kRowChanged = static_cast<std::int32_t>(0x80040E38);
 inline constexpr std::int32_t kInUseByAnother = static_cast<std::int32_t>(0x80040E40);
 inline constexpr std::int32_t kValueDoesNotFit = static_cast<std::int32_t>(0x80040E57);
 
 // Data access: the codes ADO itself gives, 0x800A0000 + n.
+inline constexpr std::int32_t kInvalidArguments = static_cast<std::int32_t>(0x800A0BB9);
 inline constexpr std::int32_t kNoCurrentRow = static_cast<std::int32_t>(0x800A0BCD);
 inline constexpr std::int32_t kNotUpdatable = static_cast<std::int32_t>(0x800A0CB3);
 inline constexpr std::int32_t kNoSuchItem = static_cast<std::int32_t>(0x800A0CC1);

@@ -241,6 +241,8 @@ std::wstring ToText(const Value& value, std::wstring_view source) {
   return std::visit(Visitor{source}, value);
 }
 
+double ToDouble(const Value& value, std::wstring_view source) { return ToNumber(value, source); }
+
 std::int32_t ToLong(const Value& value, std::wstring_view source) {
   return ToWhole<std::int32_t>(value, source);
 }

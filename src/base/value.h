@@ -45,6 +45,7 @@ using Value =
 // value that does not convert, Overflow for a number out of range; rounding is to nearest, halves
 // to even. `source` becomes the source of the error.
 [[nodiscard]] std::wstring ToText(const Value& value, std::wstring_view source);
+[[nodiscard]] double ToDouble(const Value& value, std::wstring_view source);
 [[nodiscard]] std::int32_t ToLong(const Value& value, std::wstring_view source);
 [[nodiscard]] std::int16_t ToInteger(const Value& value, std::wstring_view source);
 // Text converts when it is True or False in any case, #TRUE#, #FALSE#, or numeric (not 0 is true).

@@ -202,6 +202,8 @@ std::wstring ShowError(const Error& error) {
       Name{error_number::kNoSuchTable, L"NoSuchTable"},
       Name{error_number::kInUseByAnother, L"InUseByAnother"},
       Name{error_number::kValueDoesNotFit, L"ValueDoesNotFit"},
+      Name{error_number::kRowChanged, L"RowChanged"},
+      Name{error_number::kInvalidArguments, L"InvalidArguments"},
       Name{error_number::kNoCurrentRow, L"NoCurrentRow"},
       Name{error_number::kNotUpdatable, L"NotUpdatable"},
       Name{error_number::kNoSuchItem, L"NoSuchItem"},

@@ -72,11 +72,11 @@ std::wstring PositionOf(tables::Recordset& recordset) {
   return recordset.eof() ? L"eof" : RowOf(recordset);
 }
 
-std::wstring RestOf(tables::Recordset& recordset) {
+std::wstring RestOf(tables::Recordset& recordset, const std::wstring& column) {
   std::wstring rows;
   for (; !recordset.eof(); recordset.MoveNext()) {
     if (!rows.empty()) rows += L" ; ";
-    rows += RowOf(recordset);
+    rows += column.empty() ? RowOf(recordset) : ShowValue(recordset.field(column).value());
   }
   return rows.empty() ? L"none" : rows;
 }
@@ -101,7 +101,7 @@ constexpr std::array kCommands = {
     Command{L"last", [](auto& on, const auto&) { return on.MoveLast(), PositionOf(on); }},
     Command{L"next", [](auto& on, const auto&) { return on.MoveNext(), PositionOf(on); }},
     Command{L"previous", [](auto& on, const auto&) { return on.MovePrevious(), PositionOf(on); }},
-    Command{L"rest", [](auto& on, const auto&) { return RestOf(on); }},
+    Command{L"rest", [](auto& on, const auto& rest) { return RestOf(on, rest); }},
     Command{L"filter",
             [](auto& on, const auto& rest) { return on.set_filter(rest), PositionOf(on); }},
     Command{L"find", [](auto& on, const auto& rest) { return on.Find(rest), PositionOf(on); }},

@@ -11,6 +11,10 @@ namespace tdefault::tables::foxpro {
 [[nodiscard]] Error ObjectIsOpen(const wchar_t* source, const std::wstring& detail);
 [[nodiscard]] Error ObjectIsClosed(const wchar_t* source, const std::wstring& detail);
 [[nodiscard]] Error NoCurrentRow(const wchar_t* source, const std::wstring& detail);
+[[nodiscard]] Error CannotMoveBack(const wchar_t* source, const std::wstring& detail);
+[[nodiscard]] Error NotUpdatable(const wchar_t* source, const std::wstring& detail);
+[[nodiscard]] Error RowDeleted(const wchar_t* source, const std::wstring& detail);
+[[nodiscard]] Error RowChanged(const wchar_t* source, const std::wstring& detail);
 [[nodiscard]] Error NoSuchItem(const wchar_t* source, const std::wstring& detail);
 
 }  // namespace tdefault::tables::foxpro

@@ -62,7 +62,8 @@ std::unique_ptr<Recordset> EmbeddedConnection::Execute(const std::wstring& state
   sql::Outcome outcome = sql::Execute(statement, *folder_);
   auto recordset = std::make_unique<EmbeddedRecordset>();
   if (outcome.rows != nullptr)
-    recordset->Show(statement, std::move(outcome.rows), *this, CursorType::kForwardOnly);
+    recordset->Show(statement, std::move(outcome.rows), *this, CursorType::kForwardOnly,
+                    LockType::kReadOnly);
   records_affected_ = static_cast<std::int32_t>(outcome.affected);
   return recordset;
 }

@@ -14,8 +14,9 @@ namespace {
 constexpr wchar_t kSource[] = L"Recordset";
 constexpr std::int32_t kUnlimited = std::numeric_limits<std::int32_t>::max();
 constexpr std::int32_t kUnknownCount = -1;
-
-Error NotYet() { return {error_number::kNotImplemented, kSource, L"Not available yet."}; }
+// ADO's row status.
+constexpr std::int32_t kUnchanged = 0;
+constexpr std::int32_t kModified = 2;
 
 // The sizes that ADO gives for its data types.
 std::int32_t DefinedSize(const Column& column) {
@@ -49,7 +50,7 @@ std::int32_t DefinedSize(const Column& column) {
 // then asks for the value.
 class EmbeddedRecordset::RowField final : public Field {
  public:
-  RowField(const EmbeddedRecordset& recordset, std::size_t position, const Column& column)
+  RowField(EmbeddedRecordset& recordset, std::size_t position, const Column& column)
       : recordset_(recordset),
         position_(position),
         name_(column.name),
@@ -73,10 +74,13 @@ class EmbeddedRecordset::RowField final : public Field {
   }
 
   [[nodiscard]] Value value() const override {
-    if (recordset_.eof_) throw NoCurrentRow(L"Field", name_);
-    if (kept_at_ != recordset_.step_count_) return recordset_.rows_->Read(position_);
-    kept_at_ = 0;
-    return std::move(kept_);
+    recordset_.RequireRow(L"Field", name_);
+    if (kept_at_ == recordset_.step_count_) {
+      kept_at_ = 0;
+      return std::move(kept_);
+    }
+    if (recordset_.edit_ && recordset_.edit_->active()) return recordset_.edit_->Read(position_);
+    return recordset_.cursor_->Read(position_);
   }
 
   [[nodiscard]] Bytes bytes() const override {
@@ -89,10 +93,16 @@ class EmbeddedRecordset::RowField final : public Field {
     return {stored.begin(), stored.end()};
   }
 
-  void set_value(const Value& /*value*/) override { throw NotYet(); }
+  void set_value(const Value& value) override {
+    recordset_.RequireRow(L"Field", name_);
+    if (!recordset_.edit_)
+      throw NotUpdatable(L"Field", L"column " + name_ + L" in " + recordset_.statement_);
+    ++recordset_.step_count_;
+    recordset_.edit_->Put(position_, value);
+  }
 
  private:
-  const EmbeddedRecordset& recordset_;
+  EmbeddedRecordset& recordset_;
   std::size_t position_;
   std::wstring name_;
   std::int32_t defined_size_;
@@ -104,28 +114,42 @@ class EmbeddedRecordset::RowField final : public Field {
 EmbeddedRecordset::~EmbeddedRecordset() { Release(); }
 
 void EmbeddedRecordset::Open(const std::wstring& source, Connection& connection,
-                             CursorType cursor_type, LockType /*lock_type*/) {
+                             CursorType cursor_type, LockType lock_type) {
   if (connection_ != nullptr) throw ObjectIsOpen(kSource, L"Open " + source);
   auto* const embedded = dynamic_cast<EmbeddedConnection*>(&connection);
   if (connection.state() != ObjectState::kOpen) throw ObjectIsClosed(L"Connection", source);
   if (embedded == nullptr) throw InvalidArgument(kSource);
-  Show(source, sql::ExecuteQuery(source, embedded->tables()), *embedded, cursor_type);
+  Show(source, sql::ExecuteQuery(source, embedded->tables()), *embedded, cursor_type, lock_type);
 }
 
-void EmbeddedRecordset::Show(const std::wstring& source, std::unique_ptr<sql::Rows> rows,
-                             EmbeddedConnection& connection, CursorType cursor_type) {
-  eof_ = !rows->Next();
-  row_number_ = eof_ ? 0 : 1;
-  ++step_count_;
-  record_count_.reset();
-  rows_ = std::move(rows);
-  const auto& columns = rows_->columns();
-  for (std::size_t position = 0; position < columns.size(); ++position)
-    fields_.push_back(std::make_unique<RowField>(*this, position, columns[position]));
-  statement_ = source;
+void EmbeddedRecordset::Show(const std::wstring& statement, std::unique_ptr<sql::Rows> rows,
+                             EmbeddedConnection& connection, CursorType cursor_type,
+                             LockType lock_type) {
   const bool client =
       cursor_location_.value_or(connection.cursor_location()) == CursorLocation::kClient;
-  counts_ = client || cursor_type == CursorType::kStatic || cursor_type == CursorType::kKeyset;
+  const bool by_record = cursor_type == CursorType::kKeyset || cursor_type == CursorType::kDynamic;
+  const bool plain = rows->source() != nullptr;
+  std::unique_ptr<CursorRows> cursor;
+  if (!client && cursor_type == CursorType::kForwardOnly)
+    cursor = MakeForwardRows(*rows);
+  else if (!client && by_record && plain)
+    cursor = MakeKeysetRows(*rows);
+  else
+    cursor = MakeSnapshotRows(*rows);
+  place_ = cursor->First() ? Place::kOnRow : Place::kNowhere;
+  ++step_count_;
+  edit_.reset();
+  if (plain && lock_type != LockType::kReadOnly) {
+    edit_ = std::make_unique<RowEdit>(*cursor, *rows->source(),
+                                      client ? LockType::kOptimistic : lock_type, statement);
+  }
+  const auto& columns = rows->columns();
+  for (std::size_t position = 0; position < columns.size(); ++position)
+    fields_.push_back(std::make_unique<RowField>(*this, position, columns[position]));
+  tells_count_ = client || cursor_type != CursorType::kDynamic;
+  statement_ = statement;
+  rows_ = std::move(rows);
+  cursor_ = std::move(cursor);
   connection.Add(*this);
   connection_ = &connection;
 }
@@ -139,8 +163,10 @@ void EmbeddedRecordset::Release() noexcept {
   if (connection_ != nullptr) connection_->Forget(*this);
   connection_ = nullptr;
   fields_.clear();
+  edit_.reset();
+  cursor_.reset();
   rows_.reset();
-  eof_ = true;
+  place_ = Place::kNowhere;
 }
 
 ObjectState EmbeddedRecordset::state() const {
@@ -151,74 +177,105 @@ void EmbeddedRecordset::RequireOpen(const wchar_t* operation) const {
   if (connection_ == nullptr) throw ObjectIsClosed(kSource, operation);
 }
 
-void EmbeddedRecordset::Step() const {
-  eof_ = true;
-  ++step_count_;
-  if (!rows_->Next()) return;
-  eof_ = false;
-  ++row_number_;
+void EmbeddedRecordset::RequireRow(const wchar_t* source, const std::wstring& operation) const {
+  if (place_ != Place::kOnRow) throw NoCurrentRow(source, operation);
 }
 
 std::int32_t EmbeddedRecordset::status() const {
   RequireOpen(L"Status");
-  return 0;
+  return edit_ && edit_->active() ? kModified : kUnchanged;
 }
 
 bool EmbeddedRecordset::bof() const {
   RequireOpen(L"BOF");
-  return eof_ && row_number_ == 0;
+  return place_ == Place::kBeforeFirst || place_ == Place::kNowhere;
 }
 
 bool EmbeddedRecordset::eof() const {
   RequireOpen(L"EOF");
-  return eof_;
+  return place_ == Place::kBehindLast || place_ == Place::kNowhere;
 }
 
 std::int32_t EmbeddedRecordset::record_count() const {
   RequireOpen(L"RecordCount");
-  if (!counts_) return kUnknownCount;
-  if (record_count_) return *record_count_;
-  const bool was_eof = eof_;
-  const std::int64_t here = row_number_;
-  try {
-    while (!eof_) Step();
-  } catch (const Error&) {
-    ReturnTo(here);
-    throw;
-  }
-  record_count_ = static_cast<std::int32_t>(row_number_);
-  if (!was_eof) ReturnTo(here);
-  return *record_count_;
+  return tells_count_ ? cursor_->Count().value_or(kUnknownCount) : kUnknownCount;
 }
 
-void EmbeddedRecordset::ReturnTo(std::int64_t row) const {
-  rows_->Rewind();
-  row_number_ = 0;
-  eof_ = false;
-  while (!eof_ && row_number_ < row) Step();
+void EmbeddedRecordset::StoreEdit() {
+  if (edit_ && edit_->active()) Update();
+}
+
+void EmbeddedRecordset::Step(bool (CursorRows::*step)(), Place without_row) {
+  ++step_count_;
+  place_ = Place::kBehindLast;
+  place_ = (cursor_.get()->*step)() ? Place::kOnRow : without_row;
 }
 
 void EmbeddedRecordset::MoveFirst() {
   RequireOpen(L"MoveFirst");
-  if (row_number_ == 0) throw NoCurrentRow(kSource, L"MoveFirst in " + statement_);
-  if (row_number_ == 1 && !eof_) return;
-  rows_->Rewind();
-  row_number_ = 0;
-  Step();
+  StoreEdit();
+  if (place_ == Place::kNowhere) throw NoCurrentRow(kSource, L"MoveFirst in " + statement_);
+  Step(&CursorRows::First, Place::kNowhere);
+}
+
+void EmbeddedRecordset::MoveLast() {
+  RequireOpen(L"MoveLast");
+  if (!cursor_->MovesBack()) throw CannotMoveBack(kSource, L"MoveLast in " + statement_);
+  StoreEdit();
+  if (place_ == Place::kNowhere) throw NoCurrentRow(kSource, L"MoveLast in " + statement_);
+  Step(&CursorRows::Last, Place::kNowhere);
 }
 
 void EmbeddedRecordset::MoveNext() {
   RequireOpen(L"MoveNext");
-  if (eof_) throw NoCurrentRow(kSource, L"MoveNext in " + statement_);
-  Step();
+  StoreEdit();
+  if (eof()) throw NoCurrentRow(kSource, L"MoveNext in " + statement_);
+  Step(place_ == Place::kBeforeFirst ? &CursorRows::First : &CursorRows::Next, Place::kBehindLast);
 }
 
-void EmbeddedRecordset::MoveLast() { throw NotYet(); }
-void EmbeddedRecordset::MovePrevious() { throw NotYet(); }
-void EmbeddedRecordset::set_filter(const std::wstring& /*criteria*/) { throw NotYet(); }
-void EmbeddedRecordset::Find(const std::wstring& /*criteria*/) { throw NotYet(); }
-void EmbeddedRecordset::Update() { throw NotYet(); }
-void EmbeddedRecordset::CancelUpdate() { throw NotYet(); }
+void EmbeddedRecordset::MovePrevious() {
+  RequireOpen(L"MovePrevious");
+  if (!cursor_->MovesBack()) throw CannotMoveBack(kSource, L"MovePrevious in " + statement_);
+  StoreEdit();
+  if (bof()) throw NoCurrentRow(kSource, L"MovePrevious in " + statement_);
+  Step(place_ == Place::kBehindLast ? &CursorRows::Last : &CursorRows::Previous,
+       Place::kBeforeFirst);
+}
+
+void EmbeddedRecordset::set_filter(const std::wstring& criteria) {
+  RequireOpen(L"Filter");
+  StoreEdit();
+  std::optional<Criteria> parsed;
+  if (!TrimBlanks(criteria).empty()) parsed = Criteria::ParseFilter(criteria, rows_->columns());
+  cursor_->SetFilter(std::move(parsed));
+  Step(&CursorRows::First, Place::kNowhere);
+}
+
+void EmbeddedRecordset::Find(const std::wstring& criteria) {
+  RequireOpen(L"Find");
+  const Criteria parsed = Criteria::ParseFind(criteria, rows_->columns());
+  RequireRow(kSource, L"Find in " + statement_);
+  StoreEdit();
+  while (place_ == Place::kOnRow && !cursor_->Meets(parsed))
+    Step(&CursorRows::Next, Place::kBehindLast);
+}
+
+void EmbeddedRecordset::Update() {
+  RequireOpen(L"Update");
+  if (!edit_) throw NotUpdatable(kSource, L"Update in " + statement_);
+  if (!edit_->active()) return;
+  ++step_count_;
+  edit_->Store();
+}
+
+void EmbeddedRecordset::CancelUpdate() {
+  RequireOpen(L"CancelUpdate");
+  if (!edit_) throw NotUpdatable(kSource, L"CancelUpdate in " + statement_);
+  if (!edit_->active()) return;
+  ++step_count_;
+  edit_->Drop();
+  cursor_->Refresh();
+}
 
 std::int32_t EmbeddedRecordset::field_count() const {
   return static_cast<std::int32_t>(fields_.size());

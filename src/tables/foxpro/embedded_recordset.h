@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tables/foxpro/cursor_rows.h"
+#include "tables/foxpro/row_edit.h"
 #include "tables/sql/query.h"
 #include "tables/table_access.h"
 
@@ -14,8 +16,9 @@ namespace tdefault::tables::foxpro {
 
 class EmbeddedConnection;
 
-// Fetches its rows one at a time, whatever the cursor: a client cursor costs no more than a
-// forward-only one until somebody asks for its record count, which then costs a pass of its own.
+// A cursor at the client, and a static one, keep the values of all rows as they were at Open. A
+// forward-only one at the server keeps nothing. A keyset or dynamic one at the server keeps which
+// records there are, where the statement gives plain columns of one table, else the values.
 class EmbeddedRecordset final : public Recordset {
  public:
   EmbeddedRecordset() = default;
@@ -27,11 +30,13 @@ class EmbeddedRecordset final : public Recordset {
   // Without a location of its own a recordset takes its connection's.
   void set_cursor_location(CursorLocation location) override { cursor_location_ = location; }
 
+  // At the client, pessimistic locking is optimistic.
   void Open(const std::wstring& source, Connection& connection, CursorType cursor_type,
             LockType lock_type) override;
-  // Shows the rows of a statement that was run on the connection. REQUIRES: closed.
-  void Show(const std::wstring& source, std::unique_ptr<sql::Rows> rows,
-            EmbeddedConnection& connection, CursorType cursor_type);
+  // Shows the rows that a statement gave. REQUIRES: closed.
+  void Show(const std::wstring& statement, std::unique_ptr<sql::Rows> rows,
+            EmbeddedConnection& connection, CursorType cursor_type, LockType lock_type);
+  // Drops what was put into the current row.
   void Close() override;
   // Closes if open; for the connection and both destructors.
   void Release() noexcept;
@@ -63,25 +68,26 @@ class EmbeddedRecordset final : public Recordset {
  private:
   class RowField;
 
+  // Where the recordset stands; without rows nowhere.
+  enum class Place { kNowhere, kBeforeFirst, kOnRow, kBehindLast };
+
   void RequireOpen(const wchar_t* operation) const;
-  // Steps to the next row or to EOF. A step that fails leaves the recordset at EOF.
-  void Step() const;
-  // Stands on a row that was the current one before. A step that fails leaves it at EOF.
-  void ReturnTo(std::int64_t row) const;
+  void RequireRow(const wchar_t* source, const std::wstring& operation) const;
+  // Before a move: a row that is being edited is stored.
+  void StoreEdit();
+  // Carries out a step of the cursor. One that fails leaves the recordset at EOF.
+  void Step(bool (CursorRows::*step)(), Place without_row);
 
   std::optional<CursorLocation> cursor_location_;
   EmbeddedConnection* connection_ = nullptr;  // null while closed
   std::wstring statement_;
-  bool counts_ = false;
+  bool tells_count_ = false;
+  std::unique_ptr<sql::Rows> rows_;
+  std::unique_ptr<CursorRows> cursor_;
+  std::unique_ptr<RowEdit> edit_;  // null where rows cannot be edited
   std::vector<std::unique_ptr<Field>> fields_;
-
-  // Counting goes through the rows and comes back, so it moves these without changing what a user
-  // of the recordset sees.
-  mutable std::unique_ptr<sql::Rows> rows_;
-  mutable std::int64_t row_number_ = 0;  // of the current row, from 1
-  mutable std::int64_t step_count_ = 0;  // changes whenever the current row does
-  mutable bool eof_ = true;
-  mutable std::optional<std::int32_t> record_count_;
+  Place place_ = Place::kNowhere;
+  std::int64_t step_count_ = 0;  // changes whenever what the current row shows may have changed
 };
 
 }  // namespace tdefault::tables::foxpro

@@ -19,6 +19,7 @@ class SelectRows final : public Rows {
       : tables_(finder), plan_(select, nullptr, tables_), ordering_(select, plan_) {
     if (select.distinct) plan_.MakeDistinct();
     for (const SelectPlan::Item& item : plan_.items()) columns_.push_back(item.column);
+    if (!select.distinct) FindSource();
   }
 
   [[nodiscard]] const std::vector<Column>& columns() const override { return columns_; }
@@ -38,11 +39,32 @@ class SelectRows final : public Rows {
 
   void Rewind() override { started_ = false; }
 
+  [[nodiscard]] const Source* source() const override {
+    return source_.table == nullptr ? nullptr : &source_;
+  }
+
+  [[nodiscard]] std::uint32_t record_number() const override {
+    if (ordering_.empty()) return plan_.scan().row().record_number();
+    return sorted_[next_ - 1].record_number;
+  }
+
  private:
   struct SortedRow {
     std::vector<std::string> keys;
     std::vector<Value> values;
+    std::uint32_t record_number;
   };
+
+  void FindSource() {
+    Table& table = plan_.scan().table();
+    std::vector<std::size_t> positions;
+    for (const SelectPlan::Item& item : plan_.items()) {
+      const Column* column = item.expression->column();
+      if (column == nullptr) return;
+      positions.push_back(static_cast<std::size_t>(column - table.columns().data()));
+    }
+    source_ = {&table, std::move(positions)};
+  }
 
   void Start() {
     ++tables_.run().generation;
@@ -56,7 +78,7 @@ class SelectRows final : public Rows {
   // Rows with equal keys stay in record order.
   void Collect() {
     while (plan_.Next()) {
-      SortedRow row{ordering_.KeysOfRow(), {}};
+      SortedRow row{ordering_.KeysOfRow(), {}, plan_.scan().row().record_number()};
       row.values.reserve(plan_.items().size());
       for (const SelectPlan::Item& item : plan_.items())
         row.values.push_back(item.expression->Evaluate());
@@ -72,6 +94,7 @@ class SelectRows final : public Rows {
   SelectPlan plan_;
   Ordering ordering_;
   std::vector<Column> columns_;
+  Source source_;
   bool started_ = false;
   std::vector<SortedRow> sorted_;
   std::size_t next_ = 0;

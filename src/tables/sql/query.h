@@ -35,6 +35,16 @@ class Rows {
 
   // Stands before the first row again.
   virtual void Rewind() = 0;
+
+  // The table whose rows these are, and which of its columns each column is.
+  struct Source {
+    Table* table = nullptr;
+    std::vector<std::size_t> columns;
+  };
+  // Null when one of the columns is an expression, or a row stands for several (DISTINCT).
+  [[nodiscard]] virtual const Source* source() const = 0;
+  // The current row's in that table. REQUIRES: the last Next returned true.
+  [[nodiscard]] virtual std::uint32_t record_number() const = 0;
 };
 
 // What a statement gives.

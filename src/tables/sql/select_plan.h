@@ -44,6 +44,7 @@ class SelectPlan {
   // Whether an item reads a table of the statements around this one.
   [[nodiscard]] bool items_use_outer() const { return items_use_outer_; }
   [[nodiscard]] FilteredScan& scan() { return scan_; }
+  [[nodiscard]] const FilteredScan& scan() const { return scan_; }
   [[nodiscard]] Scope& scope() { return scan_.scope(); }
   [[nodiscard]] SubselectBinder& subselects() { return scan_.subselects(); }
 

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "tables/ado/ado_table_access.h"
 #include "tovocfg/checks.h"
 #include "tovocfg/library.h"
 #include "tovocfg/output.h"
@@ -69,7 +70,8 @@ Whereabouts WhereaboutsOf(const Library& library) {
   where.global_ini = library.GlobalIni();
   where.global_ini_exists = IsFile(where.global_ini);
   where.location = library.Location();
-  where.tables = DescribeTables(EnvironmentValue(L"TDEFAULT_TABLES"));
+  where.tables = DescribeTables(EnvironmentValue(L"TDEFAULT_TABLES"),
+                                tdefault::tables::ado::IsProviderRegistered());
   where.library_version = library.Version();
   where.library_file = library.LibraryFile();
   where.library_registered = library.registered();

@@ -196,8 +196,14 @@ std::string FormatWhereabouts(const Whereabouts& where) {
          line("Program", "tovocfg " + where.program_version);
 }
 
-std::string DescribeTables(const std::string& setting) {
-  if (setting.empty() || SameText(setting, "embedded")) return "embedded engine";
+std::string DescribeTables(const std::string& setting, bool provider_registered) {
+  const bool wants_provider = SameText(setting, "provider");
+  if (SameText(setting, "embedded") || (setting.empty() && !provider_registered))
+    return "embedded engine";
+  if (provider_registered && (setting.empty() || wants_provider)) return "provider VFPOLEDB.1";
+  if (wants_provider)
+    return "none: TDEFAULT_TABLES is " + setting +
+           ", but VFPOLEDB.1 is not registered for this bitness; remove it or set it to embedded";
   return "none: TDEFAULT_TABLES is " + setting + "; remove it or set it to embedded";
 }
 

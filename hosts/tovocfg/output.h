@@ -48,8 +48,8 @@ struct ErrorReport {
 [[nodiscard]] std::string FormatWhereabouts(const Whereabouts& where);
 
 // The table access that the library uses, from the environment variable TDEFAULT_TABLES; empty when
-// there is no such variable.
-[[nodiscard]] std::string DescribeTables(const std::string& setting);
+// there is no such variable, and from whether the provider is registered.
+[[nodiscard]] std::string DescribeTables(const std::string& setting, bool provider_registered);
 
 // The JSON forms end in a line break; values are exact, "Not found" included.
 [[nodiscard]] std::string OptionsToJson(const std::vector<const Option*>& options,

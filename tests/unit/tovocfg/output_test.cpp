@@ -175,10 +175,17 @@ TEST_CASE("whereabouts name everything in use and what is missing") {
 }
 
 TEST_CASE("the table access follows the environment variable as the library reads it") {
-  CHECK(DescribeTables("") == "embedded engine");
-  CHECK(DescribeTables("Embedded") == "embedded engine");
-  CHECK(DescribeTables("provider") ==
-        "none: TDEFAULT_TABLES is provider; remove it or set it to embedded");
+  CHECK(DescribeTables("", false) == "embedded engine");
+  CHECK(DescribeTables("", true) == "provider VFPOLEDB.1");
+  for (const bool registered : {false, true}) {
+    CHECK(DescribeTables("Embedded", registered) == "embedded engine");
+    CHECK(DescribeTables("ado", registered) ==
+          "none: TDEFAULT_TABLES is ado; remove it or set it to embedded");
+  }
+  CHECK(DescribeTables("Provider", true) == "provider VFPOLEDB.1");
+  CHECK(DescribeTables("provider", false) ==
+        "none: TDEFAULT_TABLES is provider, but VFPOLEDB.1 is not registered for this bitness; "
+        "remove it or set it to embedded");
 }
 
 TEST_CASE("errors show number, source, description and what to do") {

@@ -1,5 +1,7 @@
 #include "platform/simulation/call_log.h"
 
+#include "platform/system_result.h"
+
 namespace tdefault::platform::simulation {
 
 std::optional<std::uint32_t> CallLog::Begin(const char* operation, const std::wstring& path,
@@ -20,11 +22,11 @@ std::optional<std::uint32_t> CallLog::Begin(const char* operation, const std::ws
   return std::nullopt;
 }
 
-bool CallLog::BeginFinal(const char* operation, const std::wstring& path) noexcept {
+std::uint32_t CallLog::BeginFinal(const char* operation, const std::wstring& path) noexcept {
   try {
-    return !Begin(operation, path).has_value();
+    return Begin(operation, path).value_or(system_code::kSuccess);
   } catch (const ProcessEnded&) {
-    return false;
+    return system_code::kNotLocked;
   }
 }
 

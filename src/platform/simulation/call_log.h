@@ -34,9 +34,9 @@ class CallLog {
   }
   void EndProcessAt(std::size_t number) { end_at_ = number; }
 
-  // Counts a call that cannot throw, as Begin does: true when it takes place. Where the process
-  // ends at it, the next call tells.
-  bool BeginFinal(const char* operation, const std::wstring& path) noexcept;
+  // Counts a call that cannot throw, as Begin does: the code it has to fail with, or success. Where
+  // the process ends at it, it has no effect and the next call tells.
+  std::uint32_t BeginFinal(const char* operation, const std::wstring& path) noexcept;
 
   // Whether the process ends at the next call.
   [[nodiscard]] bool next_ends_process() const noexcept { return calls_.size() + 1 == end_at_; }

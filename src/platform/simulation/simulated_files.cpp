@@ -54,9 +54,9 @@ class SimulatedFile final : public File {
     return SystemStatus(planned.value_or(system_code::kSuccess));
   }
 
+  // Destructors flush, so this is no call that throws.
   SystemStatus Flush() override {
-    const auto planned = world_.calls.Begin("Flush", open_.node().name);
-    return SystemStatus(planned.value_or(system_code::kSuccess));
+    return SystemStatus(world_.calls.BeginFinal("Flush", open_.node().name));
   }
 
   SystemStatus TryLock(std::uint64_t offset, std::uint64_t length) override {
@@ -68,9 +68,8 @@ class SimulatedFile final : public File {
 
   // Destructors give up locks, so this is no call that throws.
   SystemStatus Unlock(std::uint64_t offset, std::uint64_t length) override {
-    if (!world_.calls.BeginFinal("Unlock", open_.node().name)) {
-      return SystemStatus(system_code::kNotLocked);
-    }
+    const std::uint32_t code = world_.calls.BeginFinal("Unlock", open_.node().name);
+    if (code != system_code::kSuccess) return SystemStatus(system_code::kNotLocked);
     return open_.Unlock(offset, length);
   }
 

@@ -93,14 +93,19 @@ Error UnknownValue(const Part& part, const std::wstring& allowed) {
   return Refused(part.name + L" is \"" + part.value + L"\"; it can be " + allowed);
 }
 
-// The modes take no effect: tables are always opened so that others may use them meanwhile, and a
-// mode that asks for less sharing is refused rather than ignored.
-void CheckMode(const Part& part) {
+// Tables are always opened so that others may use them meanwhile, and a mode that asks for less
+// sharing is refused rather than ignored. True for a mode that allows reading only.
+bool ReadMode(const Part& part) {
+  bool reads = false;
+  bool writes = false;
   for (const std::wstring& piece : Split(part.value, L"|")) {
     const std::wstring mode(TrimBlanks(piece));
     if (!IsOneOf(mode, {L"Read", L"Write", L"ReadWrite", L"Share Deny None"}))
       throw UnknownValue(part, L"Read, Write, ReadWrite and Share Deny None, joined by \"|\"");
+    reads = reads || IsOneOf(mode, {L"Read"});
+    writes = writes || IsOneOf(mode, {L"Write", L"ReadWrite"});
   }
+  return reads && !writes;
 }
 
 std::wstring FolderPath(const std::wstring& value) {
@@ -118,7 +123,7 @@ void Apply(const Part& part, ConnectionParts& parts) {
   } else if (EqualIgnoringCase(part.name, L"Data Source")) {
     parts.data_source = FolderPath(part.value);
   } else if (EqualIgnoringCase(part.name, L"Mode")) {
-    CheckMode(part);
+    parts.read_only = ReadMode(part);
   } else if (EqualIgnoringCase(part.name, L"Collating Sequence")) {
     const bool general = IsOneOf(part.value, {L"GENERAL"});
     if (!general && !IsOneOf(part.value, {L"MACHINE"}))

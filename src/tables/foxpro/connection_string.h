@@ -13,6 +13,7 @@ struct ConnectionParts {
   std::wstring data_source;  // the data folder, without a backslash at its end
   CollatingSequence sequence = CollatingSequence::kMachine;
   bool hides_deleted = true;
+  bool read_only = false;  // Mode allows reading only
 };
 
 // Reads NAME=VALUE parts separated by ";". Names and values count without regard to case and to

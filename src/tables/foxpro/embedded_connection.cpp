@@ -23,7 +23,12 @@ void EmbeddedConnection::Open() {
   if (folder_) throw ObjectIsOpen(kSource, L"Open");
   ConnectionParts parts = ParseConnectionString(connection_string_);
   CheckFolder(parts.data_source);
-  const TableView view{parts.sequence, parts.hides_deleted, ansi_code_page_};
+  TableView view{parts.sequence, parts.hides_deleted, ansi_code_page_};
+  if (mode_ == ConnectMode::kRead) {
+    view.read_only_reason = L"its mode is Read (1)";
+  } else if (parts.read_only) {
+    view.read_only_reason = L"its connection string says Mode=Read";
+  }
   folder_ = std::make_unique<TableFolder>(files_, std::move(parts.data_source), view, patience_);
   open_cursor_location_ = cursor_location_;
   open_mode_ = mode_;
@@ -45,7 +50,10 @@ void EmbeddedConnection::CheckFolder(const std::wstring& path) const {
 
 void EmbeddedConnection::Close() {
   if (!folder_) throw ObjectIsClosed(kSource, L"Close");
-  Release();
+  while (!recordsets_.empty()) (*recordsets_.begin())->Release();
+  // Closed whether or not what was written gets to the disk.
+  const std::unique_ptr<TableFolder> folder = std::move(folder_);
+  folder->Flush();
 }
 
 void EmbeddedConnection::Release() noexcept {

@@ -27,7 +27,7 @@ class EmbeddedConnection final : public Connection {
 
   void set_connection_string(const std::wstring& text) override { connection_string_ = text; }
   void set_cursor_location(CursorLocation location) override { cursor_location_ = location; }
-  // Every mode reads alike; what it allows to be written, the statements that write will ask.
+  // Every mode reads alike; under kRead no table is changed.
   void set_mode(ConnectMode mode) override { mode_ = mode; }
 
   void Open() override;

@@ -13,6 +13,14 @@
 
 namespace tdefault::tables::foxpro {
 
+// A value on its way into the file.
+struct MemoValue {
+  std::uint32_t signature = 0;
+  std::string bytes;
+  // Where it stands; while it is announced, a number that stands for the place it will get.
+  std::uint32_t block = 0;
+};
+
 // Keeps one stretch of the file in memory: neighbouring values, which rows read one after the other
 // mostly have, cost one read together.
 class MemoFile {
@@ -21,10 +29,33 @@ class MemoFile {
   // memo file.
   MemoFile(std::unique_ptr<platform::File> file, std::wstring path, const TableIdentity& table);
 
+  [[nodiscard]] platform::File& file() { return *file_; }
+  [[nodiscard]] const std::wstring& path() const { return path_; }
+
+  // Goes on with another open file of the same memo file.
+  void Use(std::unique_ptr<platform::File> file);
+  // Forgets what was read: others may have changed it since.
+  void Forget();
+
   // The value that starts at a block other than 0; its bytes stay where they are until the next
   // call. Throws DamagedValue naming the place and this file when block or length lead out of the
   // file.
   [[nodiscard]] std::string_view Read(std::uint32_t block, const ValuePlace& place);
+
+  // Read gives these values for their blocks, which the file need not have, until the next call.
+  // The values outlive that.
+  void Announce(std::span<const MemoValue> values) { announced_ = values; }
+
+  // Writes the values behind all blocks that are in use and settles their blocks; on failure those
+  // in use are as before. Throws DamagedFile when the header's next free block is none, FileFull
+  // and WriteFailure. REQUIRES: the locks of the table's header and of the memo file are held.
+  void Append(std::span<MemoValue> values);
+
+  // Whether the blocks of a value of `old_size` bytes have room for one of `new_size` bytes.
+  [[nodiscard]] bool HasRoom(std::size_t old_size, std::size_t new_size) const;
+  // Writes a value over the one in its block. REQUIRES: HasRoom; the lock of the value's record is
+  // held.
+  void Overwrite(const MemoValue& value);
 
  private:
   // Whether the file holds this many bytes at `offset`; one that another program lengthens while it
@@ -34,6 +65,9 @@ class MemoFile {
   // REQUIRES: Holds(offset, length). What it gives stays until the next call.
   std::span<const std::uint8_t> Fetch(std::uint64_t offset, std::size_t length);
   void FetchWindow(std::uint64_t offset, std::size_t size);
+  [[nodiscard]] std::uint64_t Blocks(std::size_t size) const;
+  [[nodiscard]] std::uint32_t NextFree();
+  void Write(std::uint64_t offset, std::span<const std::uint8_t> bytes);
 
   std::unique_ptr<platform::File> file_;
   std::wstring path_;
@@ -41,7 +75,9 @@ class MemoFile {
   std::uint64_t size_ = 0;
   std::uint32_t block_size_ = 0;
   std::uint64_t window_offset_ = 0;
+  std::size_t window_size_;  // of the next stretch that is read
   std::vector<std::uint8_t> window_;
+  std::span<const MemoValue> announced_;
 };
 
 }  // namespace tdefault::tables::foxpro

@@ -1,42 +1,29 @@
-// A table file, with its memo file, opened for reading.
+// A table as one statement sees it, and the tables of a data folder.
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "platform/files.h"
-#include "tables/foxpro/collation.h"
-#include "tables/foxpro/memo_file.h"
-#include "tables/foxpro/record_decoder.h"
-#include "tables/foxpro/table_errors.h"
-#include "tables/foxpro/table_layout.h"
-#include "tables/foxpro/table_locks.h"
+#include "tables/foxpro/table_files.h"
 #include "tables/row_source.h"
 
 namespace tdefault::tables::foxpro {
 
-// How a connection sees its tables.
-struct TableView {
-  CollatingSequence sequence = CollatingSequence::kMachine;
-  bool hides_deleted = true;
-  std::uint32_t ansi_code_page = 1252;  // of tables without a code page mark
-};
-
-// Holds the files open, so that others may read and write them meanwhile, until it is destroyed.
+// Shows the records that were there when the statement opened it.
 class StoredTable final : public Table {
  public:
-  // Opens `identity.path` and, for a table with memo columns, the memo file beside it. Throws what
-  // TableFinder::OpenTable throws.
-  StoredTable(platform::Files& files, TableIdentity identity, const TableView& view);
+  explicit StoredTable(std::shared_ptr<TableFiles> table);
 
   StoredTable(const StoredTable&) = delete;
   StoredTable& operator=(const StoredTable&) = delete;
 
   [[nodiscard]] const std::vector<Column>& columns() const override { return columns_; }
-  [[nodiscard]] CodePage code_page() const override { return layout_.code_page; }
-  [[nodiscard]] const Collation& collation() const override { return *collation_; }
+  [[nodiscard]] CodePage code_page() const override { return table_->layout().code_page; }
+  [[nodiscard]] const Collation& collation() const override { return table_->collation(); }
 
   // The cursor refers to the table.
   [[nodiscard]] std::unique_ptr<RowCursor> Scan() override;
@@ -45,17 +32,12 @@ class StoredTable final : public Table {
  private:
   class Cursor;
 
-  const TableIdentity identity_;
-  const bool hides_deleted_;
-  std::unique_ptr<platform::File> file_;
-  TableLayout layout_;
-  std::unique_ptr<MemoFile> memo_;
-  RecordDecoder decoder_;
+  const std::shared_ptr<TableFiles> table_;
+  const std::uint32_t record_count_;
   std::vector<Column> columns_;
-  std::unique_ptr<Collation> collation_;
 };
 
-// The tables of one data folder.
+// The tables of one data folder. Those that were opened stay open from statement to statement.
 class TableFolder final : public TableFinder {
  public:
   // `files` and the clock outlive the folder and its tables; `path` comes without a backslash at
@@ -65,11 +47,18 @@ class TableFolder final : public TableFinder {
 
   std::unique_ptr<Table> OpenTable(const std::wstring& name) override;
 
+  // Returns when what was written has reached the disk. Throws what the first of the files that
+  // does not get there gives; the others are brought there all the same.
+  void Flush();
+
  private:
+  [[nodiscard]] std::shared_ptr<TableFiles> Find(const std::wstring& name);
+
   platform::Files& files_;
   std::wstring path_;
   TableView view_;
   LockPatience patience_;
+  std::map<std::wstring, std::shared_ptr<TableFiles>> open_;  // by upper-case name
 };
 
 }  // namespace tdefault::tables::foxpro

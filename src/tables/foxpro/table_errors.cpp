@@ -21,6 +21,12 @@ Error DamagedFile(const TableIdentity& table, const std::wstring& file,
           Subject(table, file) + L"the file is damaged, " + reason + L"." + kRemedy};
 }
 
+Error NoRecord(const TableIdentity& table, std::uint32_t record_number) {
+  return DamagedFile(table, table.path,
+                     L"what should be its record " + std::to_wstring(record_number) +
+                         L" does not start as a record does");
+}
+
 Error DamagedValue(const ValuePlace& place, const std::wstring& reason) {
   return RefusedValue(place, reason,
                       L"Correct the value with FoxPro, or restore the file from a backup.");

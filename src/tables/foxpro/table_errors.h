@@ -25,6 +25,9 @@ struct ValuePlace {
 [[nodiscard]] Error DamagedFile(const TableIdentity& table, const std::wstring& file,
                                 const std::wstring& reason);
 
+// What should be a record starts with no deletion mark.
+[[nodiscard]] Error NoRecord(const TableIdentity& table, std::uint32_t record_number);
+
 // The stored bytes are no value of the column.
 [[nodiscard]] Error DamagedValue(const ValuePlace& place, const std::wstring& reason);
 

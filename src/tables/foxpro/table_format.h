@@ -19,6 +19,7 @@ inline constexpr std::uint8_t kFoxPro2Memo = 0xF5;
 
 namespace table_header {
 inline constexpr std::size_t kVersion = 0;
+inline constexpr std::size_t kChangeDate = 1;
 inline constexpr std::size_t kRecordCount = 4;
 inline constexpr std::size_t kHeaderLength = 8;
 inline constexpr std::size_t kRecordLength = 10;
@@ -54,6 +55,8 @@ inline constexpr std::uint8_t kAutomaticNumber = 0x08;
 namespace record_mark {
 inline constexpr std::uint8_t kLive = 0x20;
 inline constexpr std::uint8_t kDeleted = 0x2A;
+// Behind the last record.
+inline constexpr std::uint8_t kEnd = 0x1A;
 }  // namespace record_mark
 
 namespace memo_header {
@@ -66,6 +69,10 @@ namespace memo_block {
 inline constexpr std::size_t kSignature = 0;
 inline constexpr std::size_t kDataLength = 4;
 inline constexpr std::size_t kData = 8;
+
+inline constexpr std::uint32_t kPicture = 0;
+inline constexpr std::uint32_t kText = 1;
+inline constexpr std::uint32_t kObject = 2;
 }  // namespace memo_block
 
 // REQUIRES of all: the bytes lie within the span.
@@ -95,6 +102,24 @@ inline constexpr std::size_t kData = 8;
                                                std::size_t offset) noexcept {
   return static_cast<std::uint32_t>(BigEndian16(bytes, offset)) << 16U |
          BigEndian16(bytes, offset + 2);
+}
+
+inline void PutLittleEndian32(std::span<std::uint8_t> bytes, std::size_t offset,
+                              std::uint32_t value) noexcept {
+  for (std::size_t i = 0; i < 4; ++i)
+    bytes[offset + i] = static_cast<std::uint8_t>(value >> (8 * i));
+}
+
+inline void PutLittleEndian64(std::span<std::uint8_t> bytes, std::size_t offset,
+                              std::uint64_t value) noexcept {
+  for (std::size_t i = 0; i < 8; ++i)
+    bytes[offset + i] = static_cast<std::uint8_t>(value >> (8 * i));
+}
+
+inline void PutBigEndian32(std::span<std::uint8_t> bytes, std::size_t offset,
+                           std::uint32_t value) noexcept {
+  for (std::size_t i = 0; i < 4; ++i)
+    bytes[offset + 3 - i] = static_cast<std::uint8_t>(value >> (8 * i));
 }
 
 }  // namespace tdefault::tables::foxpro

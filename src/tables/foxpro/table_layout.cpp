@@ -92,7 +92,7 @@ class LayoutReader {
     layout.has_backlink =
         visual_ && header_[layout.header_length - table_header::kBacklinkSize] != 0;
     ReadDescriptors(layout);
-    CheckFileSize(layout);
+    CheckFileSize(file_, table_, layout);
     return layout;
   }
 
@@ -207,7 +207,11 @@ class LayoutReader {
         layout.null_flags_length = length;
       }
       offset += length;
-      if (null_flags || (Flags(descriptor) & field_descriptor::kSystem) != 0) continue;
+      if (null_flags) continue;
+      if ((Flags(descriptor) & field_descriptor::kSystem) != 0) {
+        layout.has_hidden_columns = true;
+        continue;
+      }
       layout.has_memo_columns = layout.has_memo_columns || IsMemoType(stored.column.type);
       CheckUnique(stored.column.name, layout);
       layout.columns.push_back(std::move(stored));
@@ -307,20 +311,6 @@ class LayoutReader {
     if (taken) throw Damaged(L"it has two columns named " + name);
   }
 
-  // The size is asked after the count was read, so a record that is being appended meanwhile is
-  // there before it is counted.
-  void CheckFileSize(const TableLayout& layout) {
-    const auto size = file_.Size();
-    if (!size.ok()) throw FileFailure(table_, table_.path, L"read", size.code());
-    const std::uint64_t room = size.value() < layout.header_length
-                                   ? 0
-                                   : (size.value() - layout.header_length) / layout.record_length;
-    if (room < layout.record_count) {
-      throw Damaged(L"it is cut short and has room for " + std::to_wstring(room) + L" of its " +
-                    std::to_wstring(layout.record_count) + L" records");
-    }
-  }
-
   platform::File& file_;
   const TableIdentity& table_;
   std::vector<std::uint8_t> header_;
@@ -334,6 +324,21 @@ class LayoutReader {
 TableLayout ReadTableLayout(platform::File& file, const TableIdentity& table,
                             std::uint32_t ansi_code_page) {
   return LayoutReader(file, table).Read(ansi_code_page);
+}
+
+// The size is asked after the count was read, so a record that is being appended meanwhile is there
+// before it is counted.
+void CheckFileSize(platform::File& file, const TableIdentity& table, const TableLayout& layout) {
+  const auto size = file.Size();
+  if (!size.ok()) throw FileFailure(table, table.path, L"read", size.code());
+  const std::uint64_t room = size.value() < layout.header_length
+                                 ? 0
+                                 : (size.value() - layout.header_length) / layout.record_length;
+  if (room < layout.record_count) {
+    throw DamagedFile(table, table.path,
+                      L"it is cut short and has room for " + std::to_wstring(room) + L" of its " +
+                          std::to_wstring(layout.record_count) + L" records");
+  }
 }
 
 }  // namespace tdefault::tables::foxpro

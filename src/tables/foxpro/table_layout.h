@@ -51,11 +51,15 @@ struct TableLayout {
   bool has_structural_index = false;      // the header says that there is one
   bool has_backlink = false;              // belongs to a database container
   bool is_database_container = false;
+  bool has_hidden_columns = false;  // system columns other than _NullFlags
 };
 
 // Reads and checks the header against itself and the size of the file. `ansi_code_page` is the page
 // of tables without a code page mark. Throws FileFailure, DamagedFile and RefusedFile.
 [[nodiscard]] TableLayout ReadTableLayout(platform::File& file, const TableIdentity& table,
                                           std::uint32_t ansi_code_page);
+
+// Throws DamagedFile when the file is too short for `layout.record_count` records.
+void CheckFileSize(platform::File& file, const TableIdentity& table, const TableLayout& layout);
 
 }  // namespace tdefault::tables::foxpro

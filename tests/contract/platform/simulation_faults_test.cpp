@@ -352,7 +352,7 @@ TEST_CASE("time passes with pauses only, and others act meanwhile") {
   CHECK(acted == 2);
 }
 
-TEST_CASE("the day is the one that the machine was given; time and day are no calls") {
+TEST_CASE("the day is the one that the machine was given and time and day are no calls") {
   Simulation machine;
   Clock& clock = machine.platform().clock;
   CHECK(clock.Today() == tdefault::MakeDate(2001, 3, 7));

@@ -133,7 +133,6 @@ class TagKeys::Parts {
       : tag_(tag),
         index_(index),
         layout_(layout),
-        decoder_(decoder),
         shape_(layout, tag.collation == kGeneralName),
         row_(decoder, layout.columns.size()),
         scope_(nullptr, index.table.name, shape_, slot_) {
@@ -348,7 +347,6 @@ class TagKeys::Parts {
   const IndexTag& tag_;
   const IndexIdentity& index_;
   const TableLayout& layout_;
-  const RecordDecoder& decoder_;
   KeyRowShape shape_;
   KeyRow row_;
   sql::RowSlot slot_;

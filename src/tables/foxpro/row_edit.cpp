@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "tables/foxpro/field_values.h"
 #include "tables/foxpro/access_errors.h"
+#include "tables/foxpro/field_values.h"
 
 namespace tdefault::tables::foxpro {
 namespace {

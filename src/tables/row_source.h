@@ -2,6 +2,7 @@
 // file formats (tables/foxpro).
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -61,6 +62,25 @@ class RowCursor {
   // One column of the current row; only what is asked for is decoded. Throws kTableDamaged naming
   // table, record and column when the stored bytes are no value of the column.
   [[nodiscard]] virtual Value Read(std::size_t column) const = 0;
+
+  // The bytes of Read's text, padding included, where the row holds it in the column's code page
+  // and need not make it: they last until the next step. Absent for a null, and for any column
+  // without fixed width. REQUIRES: as Read.
+  [[nodiscard]] virtual std::optional<std::string_view> StoredText(std::size_t /*column*/) const {
+    return std::nullopt;
+  }
+};
+
+// What takes the place of each byte of a stored text.
+using ByteReplacement = std::array<unsigned char, 256>;
+
+// One text, prepared for comparison with many stored ones.
+class PreparedText {
+ public:
+  virtual ~PreparedText() = default;
+
+  // What Collation::Compare gives for the text of these bytes and the prepared one.
+  [[nodiscard]] virtual int CompareStored(std::string_view bytes) const = 0;
 };
 
 // Sort weights of text. Both texts of a comparison are padded with blanks to the longer one's
@@ -77,6 +97,11 @@ class Collation {
   // Less than, equal to or greater than 0, for two texts and for the keys of two texts.
   [[nodiscard]] virtual int Compare(std::wstring_view left, std::wstring_view right) const = 0;
   [[nodiscard]] virtual int CompareKeys(std::string_view left, std::string_view right) const = 0;
+
+  // Prepares `text` for comparison with texts that are stored in `page`, whose bytes are replaced
+  // before they count; blanks are not. Null where the collation is made for another page.
+  [[nodiscard]] virtual std::unique_ptr<PreparedText> Prepare(
+      std::wstring_view text, const CodePage& page, const ByteReplacement& replacement) const = 0;
 };
 
 // What a column is given.

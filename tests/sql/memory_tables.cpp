@@ -53,8 +53,20 @@ class MemoryCursor final : public tables::RowCursor {
     return value;
   }
 
+  [[nodiscard]] std::optional<std::string_view> StoredText(std::size_t column) const override {
+    const Column& description = table_.columns.at(column);
+    const auto* text = std::get_if<std::wstring>(&table_.rows[row_ - 1].at(column));
+    if (!table_.gives_stored_text || text == nullptr || !description.fixed_width)
+      return std::nullopt;
+    ++table_.stored_reads;
+    bytes_ = description.code_page->Encode(*text);
+    bytes_.resize(static_cast<std::size_t>(description.length), ' ');
+    return bytes_;
+  }
+
  private:
   MemoryTable& table_;
+  mutable std::string bytes_;  // of the text given last
   std::size_t row_ = 0;
   bool ended_ = false;
 };

@@ -29,6 +29,9 @@ struct MemoryTable {
   // One visit more is the Error kInUseByAnother, which the dialect itself never raises.
   std::size_t most_rows_visited = std::numeric_limits<std::size_t>::max();
 
+  bool gives_stored_text = false;  // rows give the bytes of fixed-width text, as stored ones do
+  std::size_t stored_reads = 0;    // of such bytes
+
   std::set<std::uint32_t> deleted;           // record numbers
   std::set<std::uint32_t> locked_by_others;  // locking one of them is the Error kInUseByAnother
   // What somebody else does just before a record is locked.

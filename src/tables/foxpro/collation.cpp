@@ -79,9 +79,39 @@ void AppendLacking(std::string& key, wchar_t character) {
   for (const std::uint32_t shift : {14U, 7U, 0U}) AppendByte(key, 0x80U | (code >> shift & 0x7FU));
 }
 
+std::uint8_t ByteOf(char byte) { return static_cast<unsigned char>(byte); }
+
+// The bytes without the blanks behind them.
+std::string_view TrimStored(std::string_view bytes) {
+  return bytes.substr(0, bytes.find_last_not_of(' ') + 1);
+}
+
+class MachineText final : public PreparedText {
+ public:
+  // `key` is that of the text.
+  MachineText(std::string key, const ByteReplacement& replacement)
+      : key_(std::move(key)), replacement_(replacement) {}
+
+  [[nodiscard]] int CompareStored(std::string_view bytes) const override {
+    const std::size_t longer = std::max(bytes.size(), key_.size());
+    for (std::size_t i = 0; i < longer; ++i) {
+      const std::uint8_t left = i < bytes.size() ? replacement_[ByteOf(bytes[i])] : kBlank;
+      const std::uint8_t right = i < key_.size() ? ByteOf(key_[i]) : kBlank;
+      if (left != right) return Order(left, right);
+    }
+    return 0;
+  }
+
+ private:
+  static constexpr std::uint8_t kBlank = 0x20;
+
+  std::string key_;
+  ByteReplacement replacement_;
+};
+
 class MachineCollation final : public Collation {
  public:
-  explicit MachineCollation(CodePage page) : encoder_(page) {}
+  explicit MachineCollation(CodePage page) : page_(page), encoder_(page) {}
 
   [[nodiscard]] std::string Key(std::wstring_view text) const override {
     text = TrimTrailingBlanks(text);
@@ -111,17 +141,103 @@ class MachineCollation final : public Collation {
     return Order(ByteAt(left, common), ByteAt(right, common));
   }
 
+  [[nodiscard]] std::unique_ptr<PreparedText> Prepare(
+      std::wstring_view text, const CodePage& page,
+      const ByteReplacement& replacement) const override {
+    if (page.number() != page_.number()) return nullptr;
+    return std::make_unique<MachineText>(Key(text), replacement);
+  }
+
  private:
   static constexpr std::uint8_t kBlank = 0x20;
 
+  CodePage page_;
   Encoder encoder_;
+};
+
+// The weights of what replaces a byte: one character, or the two letters of a ligature.
+struct StoredWeight {
+  GeneralWeight first;
+  GeneralWeight second;  // head 0: there is none
+};
+
+std::array<StoredWeight, 256> WeightsOf(const GeneralWeights& weights,
+                                        const ByteReplacement& replacement) {
+  std::array<StoredWeight, 256> stored{};
+  for (std::size_t byte = 0; byte < stored.size(); ++byte) {
+    const GeneralWeight weight = weights.at(replacement.at(byte));
+    if (weight.head != 0) {
+      stored.at(byte) = {weight, {0, kNoTail}};
+      continue;
+    }
+    const std::string_view letters = kExpansions.at(weight.tail);
+    stored.at(byte) = {weights[ByteOf(letters[0])], weights[ByteOf(letters[1])]};
+  }
+  return stored;
+}
+
+class GeneralText final : public PreparedText {
+ public:
+  // `key` is that of the text.
+  GeneralText(const std::string& key, const GeneralWeights& weights,
+              const ByteReplacement& replacement)
+      : weights_(WeightsOf(weights, replacement)), blank_(weights[ByteOf(' ')].head) {
+    std::size_t tails = 0;
+    while (tails < key.size() && ByteOf(key[tails]) >= kLowestHead) ++tails;
+    heads_ = key.substr(0, tails);
+    tails_ = key.substr(tails);
+  }
+
+  [[nodiscard]] int CompareStored(std::string_view bytes) const override {
+    std::size_t next = 0;
+    for (const char byte : bytes) {
+      const StoredWeight& weight = weights_[ByteOf(byte)];
+      if (const int order = Order(weight.first.head, Head(next++)); order != 0) return order;
+      if (weight.second.head == 0) continue;
+      if (const int order = Order(weight.second.head, Head(next++)); order != 0) return order;
+    }
+    for (; next < heads_.size(); ++next)
+      if (const int order = Order(blank_, Head(next)); order != 0) return order;
+    return CompareTails(TrimStored(bytes));
+  }
+
+ private:
+  [[nodiscard]] std::uint8_t Head(std::size_t index) const {
+    return index < heads_.size() ? ByteOf(heads_[index]) : blank_;
+  }
+
+  // The shorter row of tails goes on with zeros.
+  [[nodiscard]] int CompareTails(std::string_view bytes) const {
+    std::size_t next = 0;
+    const auto order_of = [this, &next](GeneralWeight weight) {
+      if (weight.tail == kNoTail) return 0;
+      const std::size_t index = next++;
+      return Order(weight.tail, index < tails_.size() ? ByteOf(tails_[index]) : std::uint8_t{0});
+    };
+    for (const char byte : bytes) {
+      const StoredWeight& weight = weights_[ByteOf(byte)];
+      if (const int order = order_of(weight.first); order != 0) return order;
+      if (const int order = order_of(weight.second); order != 0) return order;
+    }
+    for (; next < tails_.size(); ++next)
+      if (tails_[next] != 0) return -1;
+    return 0;
+  }
+
+  std::array<StoredWeight, 256> weights_;
+  std::uint8_t blank_;  // the blank's head
+  std::string heads_;
+  std::string tails_;
 };
 
 // A key is the heads of all characters and, behind them, the tails: every tail is below every head.
 class GeneralCollation final : public Collation {
  public:
   GeneralCollation(CodePage page, const GeneralWeights& weights)
-      : encoder_(page), weights_(weights), blank_(weights[static_cast<unsigned char>(' ')].head) {}
+      : page_(page),
+        encoder_(page),
+        weights_(weights),
+        blank_(weights[static_cast<unsigned char>(' ')].head) {}
 
   [[nodiscard]] std::string Key(std::wstring_view text) const override {
     text = TrimTrailingBlanks(text);
@@ -175,6 +291,13 @@ class GeneralCollation final : public Collation {
     return order < 0 ? -1 : order > 0 ? 1 : 0;
   }
 
+  [[nodiscard]] std::unique_ptr<PreparedText> Prepare(
+      std::wstring_view text, const CodePage& page,
+      const ByteReplacement& replacement) const override {
+    if (page.number() != page_.number()) return nullptr;
+    return std::make_unique<GeneralText>(Key(text), weights_, replacement);
+  }
+
  private:
   static bool HasHead(std::string_view key, std::size_t index) {
     return index < key.size() && ByteAt(key, index) >= kLowestHead;
@@ -191,6 +314,7 @@ class GeneralCollation final : public Collation {
     return byte ? weights_[*byte].head : std::uint8_t{0};
   }
 
+  CodePage page_;
   Encoder encoder_;
   const GeneralWeights& weights_;
   std::uint8_t blank_;  // the blank's head

@@ -232,6 +232,16 @@ Value RecordDecoder::DecodeMemo(const StoredColumn& stored, std::uint32_t block,
   return DecodeText(data);
 }
 
+std::optional<std::string_view> RecordDecoder::StoredText(std::size_t column,
+                                                          const std::uint8_t* record) const {
+  const StoredColumn& stored = layout_.columns[column];
+  const bool null = stored.null_bit && Flag(record, *stored.null_bit);
+  if (null || !stored.column.fixed_width || stored.column.kind != ColumnKind::kText)
+    return std::nullopt;
+  return std::string_view(reinterpret_cast<const char*>(record + stored.offset),
+                          static_cast<std::size_t>(stored.column.length));
+}
+
 Value RecordDecoder::Decode(std::size_t column, const std::uint8_t* record,
                             std::uint32_t record_number) const {
   const StoredColumn& stored = layout_.columns[column];

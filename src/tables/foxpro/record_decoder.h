@@ -36,6 +36,11 @@ class RecordDecoder {
   [[nodiscard]] Value Decode(std::size_t column, const std::uint8_t* record,
                              std::uint32_t record_number) const;
 
+  // The text's bytes as they stand in the record; absent for a null and for a column that is no
+  // text of fixed width. REQUIRES: as Decode.
+  [[nodiscard]] std::optional<std::string_view> StoredText(std::size_t column,
+                                                           const std::uint8_t* record) const;
+
   // The block of the memo file at which the value starts; 0 for an empty or null one. Throws
   // kTableDamaged naming the place. REQUIRES: the column is a memo column.
   [[nodiscard]] std::uint32_t MemoBlock(std::size_t column, const std::uint8_t* record,

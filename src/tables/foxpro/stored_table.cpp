@@ -66,6 +66,10 @@ class StoredTable::Cursor final : public RowCursor {
     return table_.decoder().Decode(column, record_, number_);
   }
 
+  [[nodiscard]] std::optional<std::string_view> StoredText(std::size_t column) const override {
+    return table_.decoder_.StoredText(column, record_);
+  }
+
  private:
   [[nodiscard]] std::uint32_t Fitting() const {
     const std::size_t fitting = kBufferSize / table_.layout().record_length;

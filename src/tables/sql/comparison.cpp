@@ -115,7 +115,10 @@ bool Compare(ComparisonOperator operation, const Value& left, const Value& right
     if (left_text != nullptr && right_text != nullptr)
       return TrimTrailingBlanks(*left_text) == TrimTrailingBlanks(*right_text);
   }
-  const int order = OrderValues(left, right, collation);
+  return Holds(operation, OrderValues(left, right, collation));
+}
+
+bool Holds(ComparisonOperator operation, int order) noexcept {
   switch (operation) {
     case ComparisonOperator::kEqual:
     case ComparisonOperator::kExactlyEqual:

@@ -20,6 +20,9 @@ namespace tdefault::tables::sql {
 [[nodiscard]] bool Compare(ComparisonOperator operation, const Value& left, const Value& right,
                            const Collation& collation);
 
+// Whether the operator holds for values of this order (less than, equal to or greater than 0).
+[[nodiscard]] bool Holds(ComparisonOperator operation, int order) noexcept;
+
 // "=", "<>" and so on, as error texts show them.
 [[nodiscard]] std::wstring_view Symbol(ComparisonOperator operation) noexcept;
 

@@ -1,4 +1,9 @@
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "tables/sql/arithmetic.h"
@@ -9,8 +14,6 @@
 namespace tdefault::tables::sql {
 namespace {
 
-Value FromLogical(std::optional<bool> flag) { return flag ? Value(*flag) : Value(Null{}); }
-
 // The operand's value, without a copy when it is a constant.
 const Value& ValueOf(const BoundExpression& operand, Value& storage) {
   if (const Value* constant = operand.constant()) return *constant;
@@ -18,10 +21,32 @@ const Value& ValueOf(const BoundExpression& operand, Value& storage) {
   return storage;
 }
 
+// The number of a value that is a whole or floating one; what is not a number for any other.
+double PlainNumber(const Value& value) {
+  if (const auto* number = std::get_if<double>(&value)) return *number;
+  if (const auto* whole = std::get_if<std::int32_t>(&value)) return *whole;
+  return std::numeric_limits<double>::quiet_NaN();
+}
+
+// The order of numbers and logical values, which most conditions compare, without looking at their
+// types twice; absent for all others.
+std::optional<int> OrderAtOnce(const Value& left, const Value& right) {
+  const double left_number = PlainNumber(left);
+  const double right_number = PlainNumber(right);
+  if (left_number < right_number) return -1;
+  if (left_number > right_number) return 1;
+  if (left_number == right_number) return 0;
+  const auto* left_flag = std::get_if<bool>(&left);
+  const auto* right_flag = std::get_if<bool>(&right);
+  if (left_flag == nullptr || right_flag == nullptr) return std::nullopt;
+  return static_cast<int>(*left_flag) - static_cast<int>(*right_flag);
+}
+
 // Absent when one of the values is null.
 std::optional<bool> CompareNullable(ComparisonOperator operation, const Value& left,
                                     const Value& right, const Collation& collation,
                                     std::size_t position) {
+  if (const std::optional<int> order = OrderAtOnce(left, right)) return Holds(operation, *order);
   if (IsNull(left) || IsNull(right)) return std::nullopt;
   if (!AreComparable(TypeOf(left), TypeOf(right)))
     throw OperandMismatch(position, Symbol(operation), TypeOf(left), TypeOf(right));
@@ -31,6 +56,10 @@ std::optional<bool> CompareNullable(ComparisonOperator operation, const Value& l
 class Condition : public BoundExpression {
  public:
   explicit Condition(std::size_t position) : BoundExpression(ValueType::kLogical, position) {}
+  [[nodiscard]] Value Evaluate() const final {
+    const std::optional<bool> flag = Test();
+    return flag ? Value(*flag) : Value(Null{});
+  }
   [[nodiscard]] bool from_memo() const final { return false; }
 };
 
@@ -39,16 +68,16 @@ class ConnectiveNode final : public Condition {
   ConnectiveNode(bool conjunction, std::vector<BoundPointer> operands, std::size_t position)
       : Condition(position), conjunction_(conjunction), operands_(std::move(operands)) {}
 
-  [[nodiscard]] Value Evaluate() const override {
+  [[nodiscard]] std::optional<bool> Test() const override {
     bool open = false;
     for (const BoundPointer& operand : operands_) {
-      const std::optional<bool> flag = EvaluateLogical(*operand);
+      const std::optional<bool> flag = operand->Test();
       if (!flag)
         open = true;
       else if (*flag != conjunction_)
         return *flag;
     }
-    return open ? Value(Null{}) : Value(conjunction_);
+    return open ? std::nullopt : std::optional(conjunction_);
   }
 
  private:
@@ -61,9 +90,9 @@ class NotNode final : public Condition {
   NotNode(BoundPointer operand, std::size_t position)
       : Condition(position), operand_(std::move(operand)) {}
 
-  [[nodiscard]] Value Evaluate() const override {
-    const std::optional<bool> flag = EvaluateLogical(*operand_);
-    return flag ? Value(!*flag) : Value(Null{});
+  [[nodiscard]] std::optional<bool> Test() const override {
+    const std::optional<bool> flag = operand_->Test();
+    return flag ? std::optional(!*flag) : std::nullopt;
   }
 
  private:
@@ -80,13 +109,13 @@ class ComparisonNode final : public Condition {
         right_(std::move(right)),
         collation_(collation) {}
 
-  [[nodiscard]] Value Evaluate() const override {
+  [[nodiscard]] std::optional<bool> Test() const override {
     Value left_storage;
     const Value& left = ValueOf(*left_, left_storage);
-    if (IsNull(left)) return Null{};
+    if (IsNull(left)) return std::nullopt;
     Value right_storage;
     const Value& right = ValueOf(*right_, right_storage);
-    return FromLogical(CompareNullable(operation_, left, right, collation_, position()));
+    return CompareNullable(operation_, left, right, collation_, position());
   }
 
  private:
@@ -96,12 +125,47 @@ class ComparisonNode final : public Condition {
   const Collation& collation_;
 };
 
+// A comparison of stored text with a constant, carried out on the bytes.
+class StoredComparisonNode final : public Condition {
+ public:
+  // `slow` is the same comparison, for rows that do not give the bytes. `mirrored`: the constant is
+  // the left operand.
+  StoredComparisonNode(ComparisonOperator operation, bool mirrored, const StoredTextSource& text,
+                       std::unique_ptr<PreparedText> constant, BoundPointer slow)
+      : Condition(slow->position()),
+        operation_(operation),
+        mirrored_(mirrored),
+        slot_(*text.slot),
+        column_(text.column),
+        length_(text.length),
+        constant_(std::move(constant)),
+        slow_(std::move(slow)) {}
+
+  [[nodiscard]] std::optional<bool> Test() const override {
+    const std::optional<std::string_view> bytes = slot_.cursor->StoredText(column_);
+    if (!bytes) return slow_->Test();
+    const int order = constant_->CompareStored(bytes->substr(0, length_));
+    return Holds(operation_, mirrored_ ? -order : order);
+  }
+
+ private:
+  ComparisonOperator operation_;
+  bool mirrored_;
+  const RowSlot& slot_;
+  std::size_t column_;
+  std::size_t length_;
+  std::unique_ptr<PreparedText> constant_;
+  BoundPointer slow_;
+};
+
 class NullTestNode final : public Condition {
  public:
   NullTestNode(BoundPointer operand, bool negated, std::size_t position)
       : Condition(position), operand_(std::move(operand)), negated_(negated) {}
 
-  [[nodiscard]] Value Evaluate() const override { return IsNull(operand_->Evaluate()) != negated_; }
+  [[nodiscard]] std::optional<bool> Test() const override {
+    return IsNull(operand_->Evaluate()) != negated_;
+  }
 
  private:
   BoundPointer operand_;
@@ -119,12 +183,12 @@ class LikeNode final : public Condition {
         negated_(negated),
         collation_(collation) {}
 
-  [[nodiscard]] Value Evaluate() const override {
+  [[nodiscard]] std::optional<bool> Test() const override {
     Value operand_storage;
     Value pattern_storage;
     const Value& operand = ValueOf(*operand_, operand_storage);
     const Value& pattern = ValueOf(*pattern_, pattern_storage);
-    if (IsNull(operand) || IsNull(pattern)) return Null{};
+    if (IsNull(operand) || IsNull(pattern)) return std::nullopt;
     const auto* text = std::get_if<std::wstring>(&operand);
     const auto* form = std::get_if<std::wstring>(&pattern);
     if (text == nullptr || form == nullptr)
@@ -151,14 +215,14 @@ class BetweenNode final : public Condition {
         negated_(negated),
         collation_(collation) {}
 
-  [[nodiscard]] Value Evaluate() const override {
+  [[nodiscard]] std::optional<bool> Test() const override {
     Value storage;
     const Value& operand = ValueOf(*operand_, storage);
     const std::optional<bool> above = Holds(ComparisonOperator::kGreaterOrEqual, operand, *low_);
     if (above == false) return negated_;
     const std::optional<bool> below = Holds(ComparisonOperator::kLessOrEqual, operand, *high_);
     if (below == false) return negated_;
-    return above && below ? Value(!negated_) : Value(Null{});
+    return above && below ? std::optional(!negated_) : std::nullopt;
   }
 
  private:
@@ -186,10 +250,10 @@ class InListNode final : public Condition {
         negated_(negated),
         collation_(collation) {}
 
-  [[nodiscard]] Value Evaluate() const override {
+  [[nodiscard]] std::optional<bool> Test() const override {
     Value operand_storage;
     const Value& operand = ValueOf(*operand_, operand_storage);
-    if (IsNull(operand)) return Null{};
+    if (IsNull(operand)) return std::nullopt;
     bool open = false;
     for (const BoundPointer& value : values_) {
       Value storage;
@@ -199,7 +263,7 @@ class InListNode final : public Condition {
       if (equal == true) return !negated_;
       if (!equal) open = true;
     }
-    return open ? Value(Null{}) : Value(negated_);
+    return open ? std::nullopt : std::optional(negated_);
   }
 
  private:
@@ -218,10 +282,10 @@ class InSelectNode final : public Condition {
         subselect_(std::move(subselect)),
         negated_(negated) {}
 
-  [[nodiscard]] Value Evaluate() const override {
+  [[nodiscard]] std::optional<bool> Test() const override {
     Value storage;
     const std::optional<bool> found = subselect_->Contains(ValueOf(*operand_, storage));
-    return found ? Value(*found != negated_) : Value(Null{});
+    return found ? std::optional(*found != negated_) : std::nullopt;
   }
 
  private:
@@ -235,7 +299,7 @@ class ExistsNode final : public Condition {
   ExistsNode(std::unique_ptr<Subselect> subselect, std::size_t position)
       : Condition(position), subselect_(std::move(subselect)) {}
 
-  [[nodiscard]] Value Evaluate() const override { return subselect_->Exists(); }
+  [[nodiscard]] std::optional<bool> Test() const override { return subselect_->Exists(); }
 
  private:
   std::unique_ptr<Subselect> subselect_;
@@ -254,8 +318,19 @@ BoundPointer MakeNot(BoundPointer operand, std::size_t position) {
 
 BoundPointer MakeComparison(ComparisonOperator operation, BoundPointer left, BoundPointer right,
                             const Collation& collation, std::size_t position) {
-  return std::make_unique<ComparisonNode>(operation, std::move(left), std::move(right), collation,
-                                          position);
+  const bool mirrored = left->constant() != nullptr;
+  const Value* constant = mirrored ? left->constant() : right->constant();
+  const auto* text = constant == nullptr ? nullptr : std::get_if<std::wstring>(constant);
+  std::optional<StoredTextSource> stored;
+  std::unique_ptr<PreparedText> prepared;
+  if (text != nullptr && operation != ComparisonOperator::kExactlyEqual)
+    stored = mirrored ? right->stored_text() : left->stored_text();
+  if (stored) prepared = collation.Prepare(*text, stored->page, stored->replacement);
+  auto comparison = std::make_unique<ComparisonNode>(operation, std::move(left), std::move(right),
+                                                     collation, position);
+  if (!prepared) return comparison;
+  return std::make_unique<StoredComparisonNode>(operation, mirrored, *stored, std::move(prepared),
+                                                std::move(comparison));
 }
 
 BoundPointer MakeNullTest(BoundPointer operand, bool negated, std::size_t position) {

@@ -33,13 +33,13 @@ std::optional<CodePage> CodePageOf(const std::vector<BoundPointer>& expressions)
   return std::nullopt;
 }
 
-std::optional<bool> EvaluateLogical(const BoundExpression& expression) {
-  const Value value = expression.Evaluate();
+std::optional<bool> BoundExpression::Test() const {
+  const Value value = Evaluate();
   if (const bool* flag = std::get_if<bool>(&value)) return *flag;
   if (IsNull(value)) return std::nullopt;
   std::wstring text = L"expected a condition, found ";
   text += Describe(TypeOf(value));
-  throw StatementError(expression.position(), text);
+  throw StatementError(position(), text);
 }
 
 }  // namespace tdefault::tables::sql

@@ -22,6 +22,15 @@ struct RowSlot {
   std::uint64_t generation = 0;
 };
 
+// Text that is part of what a row stores: the first `length` bytes of a column, each replaced.
+struct StoredTextSource {
+  const RowSlot* slot;
+  std::size_t column;
+  std::size_t length;
+  CodePage page;
+  ByteReplacement replacement;
+};
+
 // The type of the column's values.
 [[nodiscard]] ValueType TypeOf(const Column& column);
 
@@ -36,11 +45,17 @@ class BoundExpression {
   // throw.
   [[nodiscard]] virtual Value Evaluate() const = 0;
 
+  // The value of a condition; absent for null. Throws StatementError when it is not logical.
+  [[nodiscard]] virtual std::optional<bool> Test() const;
+
   // The value when it is the same for all rows, so that it need not be copied per row.
   [[nodiscard]] virtual const Value* constant() const { return nullptr; }
 
   // The table column when the expression is nothing more than that.
   [[nodiscard]] virtual const Column* column() const { return nullptr; }
+
+  // Where the text stands in the row when it is nothing but bytes of it.
+  [[nodiscard]] virtual std::optional<StoredTextSource> stored_text() const { return std::nullopt; }
 
   // Whether the text may come from a memo column, and so cannot be sorted or made distinct.
   [[nodiscard]] virtual bool from_memo() const = 0;
@@ -58,11 +73,12 @@ class BoundExpression {
 
 using BoundPointer = std::unique_ptr<BoundExpression>;
 
+[[nodiscard]] inline std::optional<bool> EvaluateLogical(const BoundExpression& expression) {
+  return expression.Test();
+}
+
 // The page of the first one that has one.
 [[nodiscard]] std::optional<CodePage> CodePageOf(const std::vector<BoundPointer>& expressions);
-
-// Absent for null. Throws StatementError when the value is not logical.
-[[nodiscard]] std::optional<bool> EvaluateLogical(const BoundExpression& expression);
 
 // A subselect inside an expression, evaluated for the current rows around it. What does not depend
 // on them is evaluated once.

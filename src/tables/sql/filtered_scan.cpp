@@ -66,7 +66,7 @@ void FilteredScan::StandOn(const RowCursor& cursor) {
 
 bool FilteredScan::Accepts() const {
   for (const Condition& condition : conditions_)
-    if (!EvaluateLogical(*condition.bound).value_or(false)) return false;
+    if (!condition.bound->Test().value_or(false)) return false;
   return true;
 }
 

@@ -29,16 +29,8 @@ constexpr std::size_t kMostDecimals = 18;
 
 const std::wstring& Text(const Value& value) { return std::get<std::wstring>(value); }
 
-// A count of characters: fractions cut off, negative ones 0.
-std::size_t Count(const Value& value) {
-  const double number = NumberOf(value);
-  if (!(number >= 1)) return 0;
-  return number >= static_cast<double>(kLongestText) + 1 ? kLongestText + 1
-                                                         : static_cast<std::size_t>(number);
-}
-
 std::size_t CheckedLength(const Value& value, std::size_t position) {
-  const std::size_t length = Count(value);
+  const std::size_t length = CharacterCount(value);
   if (length > kLongestText)
     throw StatementError(position, L"the text becomes longer than " +
                                        std::to_wstring(kLongestText) + L" characters");
@@ -50,25 +42,29 @@ std::wstring_view TrimLeadingBlanks(std::wstring_view text) {
   return first == std::wstring_view::npos ? std::wstring_view() : text.substr(first);
 }
 
-// The text with every character replaced whose other case the page has; what it lacks could not be
+// The character's other case, or the character itself where the page lacks that: it could not be
 // stored in the table.
 template <class Fold>
+wchar_t FoldCharacter(wchar_t character, const CodePage& page, Fold fold) {
+  const wchar_t folded = fold(character);
+  return folded != character && page.Encode(folded) ? folded : character;
+}
+
+template <class Fold>
 Value FoldCase(std::wstring text, const CodePage& page, Fold fold) {
-  for (wchar_t& character : text) {
-    const wchar_t folded = fold(character);
-    if (folded != character && page.Encode(folded)) character = folded;
-  }
+  for (wchar_t& character : text) character = FoldCharacter(character, page, fold);
   return text;
 }
 
+wchar_t ToUpperCharacter(wchar_t character) { return ToUpper(character); }
+wchar_t ToLowerCharacter(wchar_t character) { return ToLower(character); }
+
 Value Upper(Arguments arguments, const CallContext& context) {
-  return FoldCase(Text(arguments[0]), context.code_page,
-                  [](wchar_t character) { return ToUpper(character); });
+  return FoldCase(Text(arguments[0]), context.code_page, ToUpperCharacter);
 }
 
 Value Lower(Arguments arguments, const CallContext& context) {
-  return FoldCase(Text(arguments[0]), context.code_page,
-                  [](wchar_t character) { return ToLower(character); });
+  return FoldCase(Text(arguments[0]), context.code_page, ToLowerCharacter);
 }
 
 Value AllTrim(Arguments arguments, const CallContext&) {
@@ -82,20 +78,21 @@ Value RightTrim(Arguments arguments, const CallContext&) {
 }
 
 Value Left(Arguments arguments, const CallContext&) {
-  return Text(arguments[0]).substr(0, Count(arguments[1]));
+  return Text(arguments[0]).substr(0, CharacterCount(arguments[1]));
 }
 
 Value Right(Arguments arguments, const CallContext&) {
   const std::wstring& text = Text(arguments[0]);
-  return text.substr(text.size() - std::min(text.size(), Count(arguments[1])));
+  return text.substr(text.size() - std::min(text.size(), CharacterCount(arguments[1])));
 }
 
 // From a position that counts from 1; nothing where the position is outside of the text.
 Value Substring(Arguments arguments, const CallContext&) {
   const std::wstring& text = Text(arguments[0]);
-  const std::size_t start = Count(arguments[1]);
+  const std::size_t start = CharacterCount(arguments[1]);
   if (start == 0 || start > text.size()) return std::wstring();
-  return text.substr(start - 1, arguments.size() > 2 ? Count(arguments[2]) : std::wstring::npos);
+  return text.substr(start - 1,
+                     arguments.size() > 2 ? CharacterCount(arguments[2]) : std::wstring::npos);
 }
 
 Value Length(Arguments arguments, const CallContext&) {
@@ -106,7 +103,7 @@ Value Length(Arguments arguments, const CallContext&) {
 Value At(Arguments arguments, const CallContext&) {
   const std::wstring& search = Text(arguments[0]);
   const std::wstring& text = Text(arguments[1]);
-  std::size_t occurrence = arguments.size() > 2 ? Count(arguments[2]) : 1;
+  std::size_t occurrence = arguments.size() > 2 ? CharacterCount(arguments[2]) : 1;
   if (search.empty() || occurrence == 0) return 0.0;
   std::size_t found = text.find(search);
   while (found != std::wstring::npos && --occurrence > 0) found = text.find(search, found + 1);
@@ -156,11 +153,12 @@ std::string FormatFixed(double number, std::size_t decimals) {
 // STR: right-aligned; gives up decimals to fit, and is asterisks when that does not help.
 Value NumberText(Arguments arguments, const CallContext& context) {
   constexpr std::size_t kUsualWidth = 10;
-  const std::size_t width = arguments.size() > 1 ? Count(arguments[1]) : kUsualWidth;
+  const std::size_t width = arguments.size() > 1 ? CharacterCount(arguments[1]) : kUsualWidth;
   if (width > kWidestNumber)
     throw StatementError(context.position,
                          L"STR makes at most " + std::to_wstring(kWidestNumber) + L" characters");
-  std::size_t decimals = arguments.size() > 2 ? std::min(Count(arguments[2]), kMostDecimals) : 0;
+  std::size_t decimals =
+      arguments.size() > 2 ? std::min(CharacterCount(arguments[2]), kMostDecimals) : 0;
   const double number = NumberOf(arguments[0]);
   std::string digits = FormatFixed(number, decimals);
   while (digits.size() > width && decimals > 0) digits = FormatFixed(number, --decimals);
@@ -204,7 +202,7 @@ Value TextDate(Arguments arguments, const CallContext&) {
 
 // BINTOC: the whole number as 1, 2 or 4 characters whose codes sort as the numbers do.
 Value SortableCharacters(Arguments arguments, const CallContext& context) {
-  const std::size_t size = arguments.size() > 1 ? Count(arguments[1]) : 4;
+  const std::size_t size = arguments.size() > 1 ? CharacterCount(arguments[1]) : 4;
   if (size != 1 && size != 2 && size != 4)
     throw StatementError(context.position, L"BINTOC makes 1, 2 or 4 characters");
   const double number = std::trunc(NumberOf(arguments[0]));
@@ -256,9 +254,9 @@ constexpr std::array kFunctions = {
     Function{L"EMPTY", "A", 1, 'L', true, Empty},
     Function{L"IIF", "LAA", 3, 'A', true, nullptr, FunctionKind::kIif},
     Function{L"ISNULL", "A", 1, 'L', true, IsNullValue},
-    Function{L"LEFT", "TN", 2, 'T', false, Left},
+    Function{L"LEFT", "TN", 2, 'T', false, Left, FunctionKind::kLeft},
     Function{L"LEN", "T", 1, 'N', false, Length},
-    Function{L"LOWER", "T", 1, 'T', false, Lower},
+    Function{L"LOWER", "T", 1, 'T', false, Lower, FunctionKind::kLower},
     Function{L"LTRIM", "T", 1, 'T', false, LeftTrim},
     Function{L"NVL", "AA", 2, 'A', true, nullptr, FunctionKind::kNvl},
     Function{L"PADL", "TNT", 2, 'T', false, PadLeft},
@@ -268,7 +266,7 @@ constexpr std::array kFunctions = {
     Function{L"STR", "NNN", 1, 'T', false, NumberText},
     Function{L"SUBSTR", "TNN", 2, 'T', false, Substring},
     Function{L"TRIM", "T", 1, 'T', false, RightTrim},
-    Function{L"UPPER", "T", 1, 'T', false, Upper},
+    Function{L"UPPER", "T", 1, 'T', false, Upper, FunctionKind::kUpper},
     Function{L"VAL", "T", 1, 'N', false, TextNumber},
 };
 
@@ -280,6 +278,24 @@ constexpr auto kNames = [] {
 }();
 
 }  // namespace
+
+ByteReplacement FoldBytes(FunctionKind kind, const CodePage& page) {
+  ByteReplacement folded{};
+  for (std::size_t byte = 0; byte < folded.size(); ++byte) {
+    const wchar_t character = page.Decode(static_cast<unsigned char>(byte));
+    const wchar_t other = FoldCharacter(
+        character, page, kind == FunctionKind::kUpper ? ToUpperCharacter : ToLowerCharacter);
+    folded.at(byte) = page.Encode(other).value_or(static_cast<unsigned char>(byte));
+  }
+  return folded;
+}
+
+std::size_t CharacterCount(const Value& value) {
+  const double number = NumberOf(value);
+  if (!(number >= 1)) return 0;
+  return number >= static_cast<double>(kLongestText) + 1 ? kLongestText + 1
+                                                         : static_cast<std::size_t>(number);
+}
 
 std::variant<NoMatch, AmbiguousMatch, const Function*> FindFunction(std::wstring_view name) {
   const auto found = FindAbbreviated(name, kNames);

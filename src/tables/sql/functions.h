@@ -8,13 +8,14 @@
 
 #include "base/code_page.h"
 #include "base/value.h"
+#include "tables/row_source.h"
 #include "tables/sql/abbreviation.h"
 
 namespace tdefault::tables::sql {
 
 // IIF and NVL evaluate only the arguments that they need, and DELETED reads the row, so the
-// evaluator carries them out itself.
-enum class FunctionKind { kPlain, kIif, kNvl, kDeleted };
+// evaluator carries them out itself. UPPER, LOWER and LEFT can be carried out on stored bytes.
+enum class FunctionKind { kPlain, kIif, kNvl, kDeleted, kUpper, kLower, kLeft };
 
 // What DELETED() gives is a logical column of this name, where the rows have one.
 inline constexpr std::wstring_view kDeletionMarkColumn = L"DELETED()";
@@ -40,6 +41,12 @@ struct Function {
 // By its full or abbreviated name, any case.
 [[nodiscard]] std::variant<NoMatch, AmbiguousMatch, const Function*> FindFunction(
     std::wstring_view name);
+
+// What UPPER (kUpper) or LOWER (kLower) makes of each byte of text in the page.
+[[nodiscard]] ByteReplacement FoldBytes(FunctionKind kind, const CodePage& page);
+
+// The count of characters that a number asks for: fractions cut off, negative ones 0.
+[[nodiscard]] std::size_t CharacterCount(const Value& value);
 
 // Text longer than this is refused rather than built.
 inline constexpr std::size_t kLongestText = 16'777'184;

@@ -21,7 +21,7 @@ bool IsPlain(const Expression& expression) {
   if (const auto* negation = std::get_if<Negation>(&expression.node))
     return IsPlain(*negation->operand);
   if (const auto* call = std::get_if<FunctionCall>(&expression.node))
-    return call->function->kind == FunctionKind::kPlain && all_plain(call->arguments);
+    return call->function->evaluate != nullptr && all_plain(call->arguments);
   if (const auto* arithmetic = std::get_if<Arithmetic>(&expression.node))
     return IsPlain(*arithmetic->first) &&
            std::all_of(arithmetic->steps.begin(), arithmetic->steps.end(),
@@ -112,7 +112,7 @@ bool KeyedRows::Refresh() {
 bool KeyedRows::IsOwnRow() const {
   return std::all_of(own_conditions_.begin(), own_conditions_.end(),
                      [](const FilteredScan::Condition& condition) {
-                       return EvaluateLogical(*condition.bound).value_or(false);
+                       return condition.bound->Test().value_or(false);
                      });
 }
 

@@ -34,6 +34,15 @@ class ColumnNode final : public BoundExpression {
 
   [[nodiscard]] Value Evaluate() const override { return slot_.cursor->Read(index_); }
   [[nodiscard]] const Column* column() const override { return &column_; }
+  [[nodiscard]] std::optional<StoredTextSource> stored_text() const override {
+    if (column_.kind != ColumnKind::kText || !column_.fixed_width || !column_.code_page)
+      return std::nullopt;
+    ByteReplacement replacement{};
+    for (std::size_t byte = 0; byte < replacement.size(); ++byte)
+      replacement.at(byte) = static_cast<unsigned char>(byte);
+    return StoredTextSource{&slot_, index_, static_cast<std::size_t>(column_.length),
+                            *column_.code_page, replacement};
+  }
   [[nodiscard]] bool from_memo() const override { return column_.kind == ColumnKind::kMemo; }
   [[nodiscard]] std::optional<CodePage> code_page() const override { return column_.code_page; }
 
@@ -111,6 +120,23 @@ class CallNode final : public BoundExpression {
     return function_.evaluate(values, context_);
   }
 
+  [[nodiscard]] std::optional<StoredTextSource> stored_text() const override {
+    const bool folds =
+        function_.kind == FunctionKind::kUpper || function_.kind == FunctionKind::kLower;
+    if (!folds && function_.kind != FunctionKind::kLeft) return std::nullopt;
+    std::optional<StoredTextSource> text = arguments_[0]->stored_text();
+    if (!text) return std::nullopt;
+    if (!folds) {
+      const Value* count = arguments_[1]->constant();
+      if (count == nullptr || sql::TypeOf(*count) != ValueType::kNumber) return std::nullopt;
+      text->length = std::min(text->length, CharacterCount(*count));
+      return text;
+    }
+    const ByteReplacement folded = FoldBytes(function_.kind, context_.code_page);
+    for (unsigned char& byte : text->replacement) byte = folded.at(byte);
+    return text;
+  }
+
   [[nodiscard]] bool from_memo() const override {
     return type() == ValueType::kText && AnyFromMemo(arguments_);
   }
@@ -131,7 +157,7 @@ class ChoiceNode final : public BoundExpression {
       : BoundExpression(type, position), arguments_(std::move(arguments)) {}
 
   [[nodiscard]] Value Evaluate() const override {
-    return arguments_[EvaluateLogical(*arguments_[0]).value_or(false) ? 1 : 2]->Evaluate();
+    return arguments_[arguments_[0]->Test().value_or(false) ? 1 : 2]->Evaluate();
   }
   [[nodiscard]] bool from_memo() const override { return AnyFromMemo(arguments_); }
   [[nodiscard]] std::optional<CodePage> code_page() const override {
@@ -235,8 +261,7 @@ BoundPointer MakeCall(const Function& function, ValueType type, std::vector<Boun
       return std::make_unique<ChoiceNode>(type, std::move(arguments), context.position);
     case FunctionKind::kNvl:
       return std::make_unique<ReplaceNullNode>(type, std::move(arguments), context.position);
-    case FunctionKind::kPlain:
-    case FunctionKind::kDeleted:
+    default:
       break;
   }
   return std::make_unique<CallNode>(function, type, std::move(arguments), context);

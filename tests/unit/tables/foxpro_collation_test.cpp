@@ -2,11 +2,13 @@
 #include <doctest/doctest.h>
 
 #include <fstream>
+#include <random>
 #include <sstream>
 
 #include "base/text.h"
 #include "tables/foxpro/collation.h"
 #include "tables/foxpro/general_weights.h"
+#include "tables/sql/functions.h"
 
 using namespace tdefault;
 using namespace tdefault::tables;
@@ -240,4 +242,51 @@ TEST_CASE("GENERAL has weights for every page, and letters of both cases weigh a
     }
   }
   CHECK(FindGeneralWeights(852) == nullptr);
+}
+
+TEST_CASE("a prepared text compares with stored bytes as with the text they stand for") {
+  std::mt19937 random(11);
+  const auto sign = [](int order) { return order < 0 ? -1 : order > 0 ? 1 : 0; };
+  for (const std::uint32_t number : {437U, 850U, 1250U, 1251U, 1252U}) {
+    const CodePage page = CodePage::Find(number).value();
+    // Few characters, so that texts are often equal at first: those that sort unlike their bytes.
+    std::string few = " aA\t";
+    for (const wchar_t character :
+         {L'\x00DF', L'\x00E6', L'\x00C6', L'\x00E9', L'\x00C9', L'\x00A0'})
+      if (const auto byte = page.Encode(character)) few.push_back(static_cast<char>(*byte));
+    const auto bytes_of = [&random, &few] {
+      std::string bytes;
+      for (std::size_t length = random() % 7; bytes.size() < length;)
+        bytes.push_back(random() % 3 == 0 ? static_cast<char>(random() % 256)
+                                          : few[random() % few.size()]);
+      return bytes;
+    };
+    std::array<ByteReplacement, 3> replacements = {ByteReplacement{},
+                                                   sql::FoldBytes(sql::FunctionKind::kUpper, page),
+                                                   sql::FoldBytes(sql::FunctionKind::kLower, page)};
+    for (std::size_t byte = 0; byte < 256; ++byte)
+      replacements[0][byte] = static_cast<unsigned char>(byte);
+    for (const auto sequence : {CollatingSequence::kMachine, CollatingSequence::kGeneral}) {
+      const auto collation = MakeCollation(sequence, page);
+      for (int round = 0; round < 2000; ++round) {
+        const ByteReplacement& replacement = replacements.at(random() % 3);
+        const std::string stored = bytes_of();
+        std::wstring constant = page.Decode(bytes_of());
+        if (round % 50 == 0) constant.insert(constant.size() / 2, 1, L'\x4E2D');
+        std::string replaced = stored;
+        for (char& byte : replaced)
+          byte = static_cast<char>(replacement[static_cast<unsigned char>(byte)]);
+        if (round % 3 == 0) constant = page.Decode(replaced) + L"  ";
+        const auto prepared = collation->Prepare(constant, page, replacement);
+        REQUIRE(prepared != nullptr);
+        CAPTURE(number);
+        CAPTURE(ToUtf8(constant));
+        CAPTURE(ToUtf8(page.Decode(stored)));
+        CHECK(sign(prepared->CompareStored(stored)) ==
+              sign(collation->Compare(page.Decode(replaced), constant)));
+      }
+    }
+  }
+  CHECK(Make(CollatingSequence::kGeneral, 850)
+            ->Prepare(L"a", CodePage::Find(1252).value(), ByteReplacement{}) == nullptr);
 }

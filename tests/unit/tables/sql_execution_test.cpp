@@ -291,3 +291,50 @@ TEST_CASE_FIXTURE(Fixture, "sorting reads every row once") {
   CHECK(big.rows_visited == 1000);
   CHECK(big.reads[2] == 1000);
 }
+
+TEST_CASE("comparing stored bytes gives what comparing decoded text gives") {
+  std::mt19937 random(7);
+  const CodePage page = CodePage::Find(1252).value();
+  const auto text_of = [&random, &page](std::size_t most) {
+    const std::string_view few = " aAbB\xDF\xE4\xC4\xC6\x83\t";
+    std::string bytes;
+    for (std::size_t length = random() % (most + 1); bytes.size() < length;)
+      bytes.push_back(random() % 4 == 0 ? static_cast<char>(random() % 256)
+                                        : few[random() % few.size()]);
+    return page.Decode(bytes);
+  };
+  MemoryTables tables;
+  MemoryTable& table = tables.Add(L"T", {});
+  table.columns = {MakeColumn(L"C", 'C', 4), MakeColumn(L"I", 'I')};
+  table.reads.assign(2, 0);
+  for (std::int32_t row = 0; row < 150; ++row)
+    table.rows.push_back({row % 20 == 0 ? Value(Null{}) : Value(text_of(4)), Value(row)});
+  const std::array<std::wstring, 6> sources = {
+      L"C", L"UPPER(C)", L"LOWER(C)", L"LEFT(C, 2)", L"UPPER(LEFT(C, 3))", L"LEFT(LOWER(C), 1.9)"};
+  const std::array<std::wstring, 8> operators = {L"=", L"<>", L"<",  L"<=",
+                                                 L">", L">=", L"==", L"#"};
+  for (const auto sequence :
+       {tables::foxpro::CollatingSequence::kMachine, tables::foxpro::CollatingSequence::kGeneral}) {
+    tables.set_collation(sequence);
+    for (int round = 0; round < 150; ++round) {
+      std::wstring constant = text_of(5) + (round % 10 == 0 ? L"\x0416" : L"");
+      std::erase_if(constant, [](wchar_t character) { return character == L'\''; });
+      const std::wstring& source = sources.at(random() % sources.size());
+      const std::wstring& symbol = operators.at(random() % operators.size());
+      const bool mirrored = random() % 2 == 0;
+      const std::wstring literal = L"'" + constant + L"'";
+      const std::wstring statement = L"SELECT I FROM T WHERE " + (mirrored ? literal : source) +
+                                     symbol + (mirrored ? source : literal);
+      const auto found = [&](bool stored) {
+        table.gives_stored_text = stored;
+        std::string ids;
+        for (const auto rows = ExecuteQuery(statement, tables); rows->Next();)
+          ids += std::to_string(std::get<std::int32_t>(rows->Read(0))) + " ";
+        return ids;
+      };
+      INFO(ToUtf8(statement));
+      CHECK(found(true) == found(false));
+    }
+  }
+  CHECK(table.stored_reads > 10000);
+}

@@ -99,9 +99,13 @@ class Collation {
   [[nodiscard]] virtual int CompareKeys(std::string_view left, std::string_view right) const = 0;
 
   // Prepares `text` for comparison with texts that are stored in `page`, whose bytes are replaced
-  // before they count; blanks are not. Null where the collation is made for another page.
+  // before they count; blanks are not. Null where the collation does not work on stored bytes or is
+  // made for another page.
   [[nodiscard]] virtual std::unique_ptr<PreparedText> Prepare(
-      std::wstring_view text, const CodePage& page, const ByteReplacement& replacement) const = 0;
+      std::wstring_view /*text*/, const CodePage& /*page*/,
+      const ByteReplacement& /*replacement*/) const {
+    return nullptr;
+  }
 };
 
 // What a column is given.

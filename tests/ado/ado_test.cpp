@@ -55,13 +55,13 @@ class AdoMachine final : public CaseFolder {
                    {{L"1", L"Bolt", L"a bolt"}, {L"2", L"Nut", L"a nut"}}});
   }
 
-  [[nodiscard]] std::unique_ptr<Connection> Connect() {
+  [[nodiscard]] std::unique_ptr<Connection> Connect(ConnectMode mode = ConnectMode::kRead) {
     auto connection = access_.MakeConnection();
     connection->set_connection_string(
         L"Provider=VFPOLEDB.1;SourceType=dbf;Data Source=C:\\Data;"
         L"Mode=ReadWrite|Share Deny None;Collating Sequence=GENERAL;Deleted=TRUE;");
     connection->set_cursor_location(CursorLocation::kClient);
-    connection->set_mode(ConnectMode::kRead);
+    connection->set_mode(mode);
     connection->Open();
     return connection;
   }
@@ -190,6 +190,31 @@ TEST_CASE("the provider gets literals of at most 255 characters and the whole te
                   CursorType::kStatic, LockType::kReadOnly);
   CHECK(recordset->eof());
   CHECK(machine.state().calls.back() == L"Recordset.EOF");
+}
+
+TEST_CASE("a long text is stored through ADO as it was written, by a statement and in a field") {
+  AdoMachine machine;
+  machine.PutParts();
+  const auto connection = machine.Connect(ConnectMode::kReadWrite);
+  const std::wstring text(700, L'x');
+  static_cast<void>(connection->Execute(L"INSERT INTO Parts (Id, Name, Note) VALUES (3, 'Cap', '" +
+                                        text + L"it''s')"));
+  CHECK(connection->records_affected() == 1);
+  const auto recordset = machine.access().MakeRecordset();
+  recordset->Open(L"SELECT * FROM Parts", *connection, CursorType::kKeyset, LockType::kPessimistic);
+  recordset->Find(L"Name LIKE 'Cap   '");
+  CHECK(recordset->field(L"Note").value() == Value(text + L"it's"));
+  recordset->field(L"Note").set_value(L"it's " + text);
+  CHECK(recordset->status() == 2);
+  recordset->Update();
+  CHECK(recordset->status() == 0);
+  recordset->field(L"Id").set_value(9);
+  recordset->CancelUpdate();
+  recordset->field(L"Id").set_value(8);
+  recordset->Close();  // drops what was not stored
+  const auto stored = connection->Execute(L"SELECT * FROM Parts WHERE Name = 'Cap'");
+  CHECK(stored->field(L"Id").value() == Value(3.0));
+  CHECK(stored->field(L"Note").value() == Value(L"it's " + text));
 }
 
 TEST_CASE("errors keep the number, the source and the text that they were raised with") {

@@ -195,6 +195,7 @@ TEST_CASE("text for a field of another type converts by the rules of US English"
   CHECK(number(L"11-21-2026", DataType::kDatabaseDate) == Value(Day(2026, 11, 21)));
   CHECK(number(L"03-07-2001", DataType::kDatabaseDate) == Value(Day(2001, 3, 7)));
   CHECK(number(L"", DataType::kDatabaseDate) == Value(Date{}));
+  CHECK(number(L"  ", DataType::kTimestamp) == Value(DateTime{}));
   const auto refused = [](const wchar_t* text, DataType type) {
     return NumberOfError([&] { static_cast<void>(ToVariant(std::wstring(text), type)); }) ==
            error_number::kTypeMismatch;

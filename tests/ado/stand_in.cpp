@@ -384,7 +384,8 @@ RecordsetObject::RecordsetObject(StandInState& state, std::unique_ptr<tables::Re
     return Variant();
   });
   HasMethod(L"Close", [this](Arguments) {
-    if (IsEdited())
+    const bool has_row = !recordset_->bof() && !recordset_->eof();
+    if (has_row && IsEdited())
       throw Error(static_cast<std::int32_t>(0x800A0C93), L"ADODB.Recordset",
                   L"Operation is not allowed in this context.");
     recordset_->Close();
@@ -408,8 +409,12 @@ void RecordsetObject::HasMove(const wchar_t* name, void (tables::Recordset::*mov
 }
 
 bool RecordsetObject::IsEdited() const {
-  return recordset_->state() == ObjectState::kOpen && !recordset_->bof() && !recordset_->eof() &&
-         recordset_->status() == 2;
+  // There is no edit mode without a current row; asking a closed recordset is an error.
+  if (recordset_->bof() || recordset_->eof())
+    throw Error(error_number::kNoCurrentRow, L"ADODB.Recordset",
+                L"Either BOF or EOF is True, or the current record has been deleted. Requested "
+                L"operation requires a current record.");
+  return recordset_->status() == 2;
 }
 
 void RecordsetObject::Open(Arguments arguments) {

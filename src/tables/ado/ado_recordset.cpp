@@ -74,6 +74,7 @@ ObjectState AdoRecordset::state() const {
 }
 
 bool AdoRecordset::IsEdited() const {
+  if (bof() || eof()) return false;
   return (object_.GetNumber(L"EditMode") & kEditInProgress) != 0;
 }
 

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "base/error.h"
+#include "base/text.h"
 #include "tables/ado/automation_object.h"
 
 namespace tdefault::tables::ado {

@@ -176,7 +176,8 @@ void PutTextFor(std::wstring text, DataType type, VARIANT& variant) {
   if (type == DataType::kBoolean) return PutFlag(ToBoolean(text, kSource), variant);
   if (IsDateType(type)) {
     DATE date = 0;
-    if (!text.empty() && FAILED(VarDateFromStr(text.data(), kLocale, LOCALE_NOUSEROVERRIDE, &date)))
+    if (!TrimBlanks(text).empty() &&
+        FAILED(VarDateFromStr(text.data(), kLocale, LOCALE_NOUSEROVERRIDE, &date)))
       throw TypeMismatch(kSource);
     variant.date = date;
     variant.vt = VT_DATE;

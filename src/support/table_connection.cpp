@@ -1,9 +1,25 @@
 #include "support/table_connection.h"
 
+#include <cstdint>
+
 #include "base/error.h"
 #include "base/text.h"
 
 namespace tdefault::support {
+namespace {
+
+// The status of a row with values that are not stored yet.
+constexpr std::int32_t kModified = 2;
+
+// Cancel ends a fetch but leaves an edit, with which a recordset may refuse to close.
+void CancelRow(tables::Recordset& recordset) {
+  const std::int32_t status = recordset.status();
+  if (status == 0) return;
+  recordset.Cancel();
+  if (status == kModified) recordset.CancelUpdate();
+}
+
+}  // namespace
 
 std::wstring ConnectionString(std::wstring_view data_path) {
   constexpr const wchar_t* kTemplate =
@@ -16,7 +32,7 @@ void CloseRecordset(std::unique_ptr<tables::Connection>& connection,
                     std::unique_ptr<tables::Recordset>& recordset) {
   if (recordset) {
     if (recordset->state() == tables::ObjectState::kOpen) {
-      if (!recordset->bof() && !recordset->eof() && recordset->status() != 0) recordset->Cancel();
+      if (!recordset->bof() && !recordset->eof()) CancelRow(*recordset);
       recordset->Close();
     }
     recordset.reset();

@@ -13,7 +13,7 @@ namespace tdefault::support {
 [[nodiscard]] std::wstring ConnectionString(std::wstring_view data_path);
 
 // Closes and releases both; either may be null. A recordset whose current row is in the middle of
-// something is cancelled first.
+// something is cancelled first, and values that were put into the row and not stored are dropped.
 void CloseRecordset(std::unique_ptr<tables::Connection>& connection,
                     std::unique_ptr<tables::Recordset>& recordset);
 

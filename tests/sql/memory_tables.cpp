@@ -116,6 +116,7 @@ ColumnKind KindOf(char type) {
     case 'T':
       return ColumnKind::kDateTime;
     case 'G':
+    case 'P':
     case 'W':
     case 'Q':
       return ColumnKind::kBinary;

@@ -113,7 +113,7 @@ class FakeRecordset final : public tables::Recordset {
   }
   void Find(const std::wstring& /*criteria*/) override { throw std::logic_error("not scripted"); }
   void Update() override { throw std::logic_error("not scripted"); }
-  void CancelUpdate() override { throw std::logic_error("not scripted"); }
+  void CancelUpdate() override { store_.Step("recordset.cancel_update"); }
   [[nodiscard]] std::int32_t field_count() const override {
     return static_cast<std::int32_t>(fields_.size());
   }

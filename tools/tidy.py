@@ -207,6 +207,8 @@ def test_names(files: list[Path]) -> set[str]:
             names.add(name)
         for name in re.findall(r"^(?:case|test|--|#) *:? *(.+)$", text, re.MULTILINE):
             names.add(name.strip())
+        if path.suffix == ".test":
+            names.update(re.findall(r"^(?:rows|columns|change|error|recordset) (.+)$", text, re.MULTILINE))
     return names
 
 

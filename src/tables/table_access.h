@@ -50,7 +50,8 @@ class Field {
   // locking the first value put into a row locks it until the row is stored or left. Text for
   // another type is converted by automation's rules, a date from month-day-year. Throws
   // kNoCurrentRow, kNotUpdatable where the recordset was opened read-only or its statement gives no
-  // rows of one table, TypeMismatch, kInUseByAnother, kRowDeleted.
+  // rows of one table, TypeMismatch, kValueDoesNotFit, kNoPermission, kInUseByAnother, kRowDeleted;
+  // the row is then as before.
   virtual void set_value(const Value& value) = 0;
 };
 
@@ -71,7 +72,8 @@ class Recordset {
                     LockType lock_type) = 0;
   virtual void Close() = 0;
 
-  // Ends a fetch that is still running, if there is one; the rows fetched so far stay.
+  // Ends a fetch that is still running, if there is one; the rows fetched so far and the values put
+  // into the current row stay.
   virtual void Cancel() = 0;
 
   [[nodiscard]] virtual ObjectState state() const = 0;
@@ -83,8 +85,8 @@ class Recordset {
   [[nodiscard]] virtual bool bof() const = 0;
   [[nodiscard]] virtual bool eof() const = 0;
 
-  // The number of rows; -1 for a forward-only or dynamic server cursor, which does not know. May
-  // cost a pass over the rows, and throws what MoveNext would throw on it; the current row stays.
+  // The number of rows; -1 for a forward-only or dynamic server cursor, which does not know. Throws
+  // what MoveNext would throw in a pass over the rows; the current row stays.
   [[nodiscard]] virtual std::int32_t record_count() const = 0;
 
   // All moves store a row that is being edited first. MoveFirst and MoveLast throw kNoCurrentRow on
@@ -100,16 +102,18 @@ class Recordset {
   // Shows only the rows that meet the criteria, and stands on the first of them; empty text shows
   // all rows again. Criteria are clauses FIELD OPERATOR VALUE (operators < > <= >= <> = LIKE)
   // joined by AND and OR, with parentheses, where a group joined by OR is not joined by AND to
-  // others. Throws InvalidArgument for other text; the recordset then keeps its filter.
+  // others (docs/recordsets.md). Throws kInvalidArguments for other text; the recordset then keeps
+  // its filter.
   virtual void set_filter(const std::wstring& criteria) = 0;
 
   // Searches forward from the current row, which counts, for a row that meets one clause; EOF when
-  // there is none. Throws InvalidArgument for other text, kNoCurrentRow.
+  // there is none. Throws kInvalidArguments for other text, kNoCurrentRow.
   virtual void Find(const std::wstring& criteria) = 0;
 
   // Stores the values that were put into the current row; nothing to do without any. Throws
-  // kValueDoesNotFit, kIntegrityViolation, kInUseByAnother, kTableDamaged, kNoPermission; the row
-  // is then as before and still being edited.
+  // kValueDoesNotFit, kIntegrityViolation, kInUseByAnother, kTableDamaged, kNoPermission,
+  // kRowDeleted and, under optimistic locking, kRowChanged when another changed the row meanwhile;
+  // the row is then as before and still being edited.
   virtual void Update() = 0;
   // Drops them.
   virtual void CancelUpdate() = 0;

@@ -223,6 +223,8 @@ class RecordsetObject final : public ScriptObject {
     return embedded.columns().at(static_cast<std::size_t>(position));
   }
   [[nodiscard]] int moves() const { return moves_; }
+  // As after a move: who puts a value into a field has read enough of the others.
+  void StartChunksAnew() { ++moves_; }
 
  private:
   void HasMove(const wchar_t* name, void (tables::Recordset::*move)());
@@ -252,7 +254,10 @@ class FieldObject final : public ScriptObject {
                 [this](Arguments) { return NumberVariant(is_long() ? kLongAttribute : 0); });
     HasProperty(
         L"Value", [this](Arguments) { return Show(); },
-        [this](const VARIANT& value) { field().set_value(Read(value, column())); });
+        [this](const VARIANT& value) {
+          owner_->StartChunksAnew();
+          field().set_value(Read(value, column()));
+        });
     HasMethod(L"GetChunk",
               [this](Arguments arguments) { return Chunk(NumberOf(At(arguments, 0))); });
   }

@@ -16,7 +16,7 @@ constexpr std::int32_t kUnknownSize = -1;
 
 }  // namespace
 
-AdoField::AdoField(AutomationObject object, const std::int64_t& step_count)
+AdoField::AdoField(AutomationObject object, std::int64_t& step_count)
     : object_(std::move(object)),
       step_count_(step_count),
       name_(object_.GetText(L"Name")),
@@ -42,7 +42,8 @@ Bytes AdoField::bytes() const { return ToBytes(Read().get()); }
 
 void AdoField::set_value(const Value& value) {
   const Variant variant = ToVariant(value, type_);
-  kept_at_ = 0;
+  // The first value may have the whole row read anew.
+  ++step_count_;
   object_.Put(L"Value", variant.get());
 }
 

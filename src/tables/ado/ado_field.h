@@ -14,7 +14,7 @@ namespace tdefault::tables::ado {
 class AdoField final : public Field {
  public:
   // `step_count` is the recordset's and grows with every change of the current row.
-  AdoField(AutomationObject object, const std::int64_t& step_count);
+  AdoField(AutomationObject object, std::int64_t& step_count);
 
   [[nodiscard]] const std::wstring& name() const override { return name_; }
   [[nodiscard]] std::int32_t defined_size() const override { return defined_size_; }
@@ -32,7 +32,7 @@ class AdoField final : public Field {
   [[nodiscard]] Variant ReadChunks() const;
 
   AutomationObject object_;
-  const std::int64_t& step_count_;
+  std::int64_t& step_count_;
   std::wstring name_;
   std::int32_t defined_size_;
   DataType type_;

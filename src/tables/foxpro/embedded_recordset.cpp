@@ -262,16 +262,14 @@ void EmbeddedRecordset::Find(const std::wstring& criteria) {
 
 void EmbeddedRecordset::Update() {
   RequireOpen(L"Update");
-  if (!edit_) throw NotUpdatable(kSource, L"Update in " + statement_);
-  if (!edit_->active()) return;
+  if (!edit_ || !edit_->active()) return;
   ++step_count_;
   edit_->Store();
 }
 
 void EmbeddedRecordset::CancelUpdate() {
   RequireOpen(L"CancelUpdate");
-  if (!edit_) throw NotUpdatable(kSource, L"CancelUpdate in " + statement_);
-  if (!edit_->active()) return;
+  if (!edit_ || !edit_->active()) return;
   ++step_count_;
   edit_->Drop();
   cursor_->Refresh();

@@ -178,6 +178,29 @@ TEST_CASE("nobody who does not ask for the record count pays for it") {
   CHECK(shop.machine().call_count() - before == reading);
 }
 
+TEST_CASE("a value that does not convert is refused with its column, both named") {
+  Shop shop;
+  const auto connection = shop.access().MakeConnection();
+  connection->set_connection_string(kString);
+  connection->Open();
+  const auto rows = shop.access().MakeRecordset();
+  rows->Open(L"SELECT Id, No, Due, Picture FROM T", *connection, CursorType::kStatic,
+             LockType::kOptimistic);
+  const auto text = [&](const wchar_t* name, const Value& value) {
+    return ErrorOf([&] { rows->field(name).set_value(value); }).description();
+  };
+  CHECK(text(L"No", std::wstring(L"abc")) ==
+        L"Type mismatch: \"abc\" cannot be put into column NO, which holds a whole number.");
+  CHECK(text(L"Due", std::wstring(L"02-30-2001")) ==
+        L"Type mismatch: \"02-30-2001\" cannot be put into column DUE, which holds a date.");
+  CHECK(text(L"Id", Bytes{1}) ==
+        L"Type mismatch: 1 bytes cannot be put into column ID, which holds text.");
+  CHECK(text(L"Picture", std::wstring(70, L'x')) ==
+        L"Type mismatch: \"" + std::wstring(60, L'x') +
+            L"...\" cannot be put into column PICTURE, which holds bytes.");
+  CHECK(rows->status() == 0);
+}
+
 TEST_CASE("equalities on a snapshot cost one pass however many are set") {
   constexpr int kRows = 3000;
   TableShelf shelf;
@@ -325,6 +348,8 @@ TEST_CASE("what is closed refuses its operations, what is open cannot be opened 
   CHECK(number([&] { rows->Close(); }) == error_number::kObjectClosed);
   CHECK(number([&] { rows->MoveNext(); }) == error_number::kObjectClosed);
   CHECK(number([&] { rows->MoveFirst(); }) == error_number::kObjectClosed);
+  CHECK(number([&] { rows->Update(); }) == error_number::kObjectClosed);
+  CHECK(number([&] { rows->CancelUpdate(); }) == error_number::kObjectClosed);
   CHECK(number([&] { static_cast<void>(rows->eof()); }) == error_number::kObjectClosed);
   CHECK(number([&] { static_cast<void>(rows->bof()); }) == error_number::kObjectClosed);
   CHECK(number([&] { static_cast<void>(rows->record_count()); }) == error_number::kObjectClosed);

@@ -4,6 +4,7 @@
 #include "base/text.h"
 #include "table_bytes.h"
 #include "table_shelf.h"
+#include "tables/foxpro/embedded_table_access.h"
 #include "tables/foxpro/table_check.h"
 #include "tables/table_builder.h"
 
@@ -222,7 +223,7 @@ TEST_CASE("a value of another type is a data type mismatch") {
   CHECK(refused({.name = "X", .type = 'G'}, Wide(L"a")));
 }
 
-TEST_CASE("a null sets its bit and blanks the column; a column without nulls refuses it") {
+TEST_CASE("a null sets its bit and blanks the column, a column without nulls refuses it") {
   Changing t({{.name = "A", .type = 'C', .length = 2, .nullable = true},
               {.name = "V", .type = 'V', .length = 3, .nullable = true},
               {.name = "M", .type = 'M', .nullable = true}},
@@ -319,7 +320,7 @@ TEST_CASE("blocks behind the next free one are kept, and a next free one that is
   }
 }
 
-TEST_CASE("a table that cannot be kept whole refuses changes and says why; reading goes on") {
+TEST_CASE("a table that cannot be kept whole refuses changes and says why, reading goes on") {
   const auto refusal = [](TableShelf& shelf) {
     const auto table = shelf.Open();
     CHECK_FALSE(table->Scan()->Next());
@@ -471,6 +472,55 @@ void CheckWhole(TableShelf& shelf, int acknowledged) {
 }
 
 }  // namespace
+
+TEST_CASE(
+    "the statements of a connection open a table once, and closing it flushes what was written") {
+  TableShelf shelf;
+  PutIndexed(shelf);
+  platform::simulation::Simulation& machine = shelf.machine();
+  foxpro::EmbeddedTableAccess access(machine.platform().files,
+                                     foxpro::LockPatience{machine.platform().clock}, 1252);
+  const auto count = [&machine](const std::string& operation) {
+    std::ptrdiff_t calls = 0;
+    for (const auto& call : machine.calls()) calls += call.operation == operation ? 1 : 0;
+    return calls;
+  };
+  const auto connection = access.MakeConnection();
+  connection->set_connection_string(L"Data Source=C:\\Data");
+  connection->Open();
+  for (int i = 0; i < 20; ++i) {
+    const std::wstring id = std::to_wstring(i);
+    connection->Execute(L"INSERT INTO T (Id, Note) VALUES ('" + id + L"', 'n')");
+    CHECK(connection->Execute(L"SELECT Id FROM T WHERE Id = '" + id + L"'")->eof() == false);
+  }
+  // Table and memo file for reading and for changes, and the index.
+  CHECK(count("Open") == 5);
+  CHECK(count("Flush") == 0);
+  machine.FailNext("Flush", 112);
+  const Error error = ErrorOf([&] { connection->Close(); });
+  CHECK(Contains(error, L"disk is full"));
+  CHECK(connection->state() == ObjectState::kClosed);
+  CHECK(machine.open_handles() == 0);
+  CHECK(Check(shelf).problems == 0);
+}
+
+TEST_CASE("a connection for reading changes nothing, whether its mode or its string says so") {
+  TableShelf shelf;
+  PutIndexed(shelf);
+  platform::Platform& machine = shelf.machine().platform();
+  foxpro::EmbeddedTableAccess access(machine.files, foxpro::LockPatience{machine.clock}, 1252);
+  const auto refusal = [&access](const wchar_t* mode, ConnectMode connect_mode) {
+    const auto connection = access.MakeConnection();
+    connection->set_connection_string(std::wstring(L"Data Source=C:\\Data;Mode=") + mode);
+    connection->set_mode(connect_mode);
+    connection->Open();
+    return ErrorOf([&] { connection->Execute(L"DELETE FROM T"); });
+  };
+  CHECK(Contains(refusal(L"ReadWrite", ConnectMode::kRead), L"its mode is Read (1)"));
+  CHECK(Contains(refusal(L"Read|Share Deny None", ConnectMode::kUnknown), L"Mode=Read"));
+  CHECK(refusal(L"Read", ConnectMode::kReadWrite).number() == error_number::kNoPermission);
+  CHECK(refusal(L"ReadWrite|Share Deny None", ConnectMode::kReadWrite).number() == 0);
+}
 
 TEST_CASE("rows, memo values and index agree after every kind of change") {
   TableShelf shelf;

@@ -6,6 +6,7 @@
 #include <array>
 #include <bit>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,6 +14,7 @@
 
 #include "base/text.h"
 #include "table_shelf.h"
+#include "tables/foxpro/table_check.h"
 #ifdef _WIN32
 #include "platform/win32/win32_platform.h"
 #endif
@@ -128,6 +130,103 @@ TEST_CASE("tables written by python3-dbf, in every version and code page, read a
   const std::string expected = Contents(kFixtures / "tables.txt");
   CHECK(std::count(expected.begin(), expected.end(), '\n') == 92);
   CheckSameLines(DumpFolder("tables"), expected);
+}
+
+namespace {
+
+std::string LowerCase(std::wstring text) { return ToUtf8(ToLower(text)); }
+
+// Gives a copy of a real table that belongs to no container.
+std::string Freed(std::string table) {
+  const auto header = static_cast<std::size_t>(static_cast<unsigned char>(table[8]) +
+                                               256 * static_cast<unsigned char>(table[9]));
+  std::fill_n(table.begin() + static_cast<std::ptrdiff_t>(header) - 263, 263, '\0');
+  return table;
+}
+
+// A value that every column of the type takes.
+Value NewValue(const Column& column, int number) {
+  switch (column.kind) {
+    case ColumnKind::kText:
+      return L"New " + std::to_wstring(number);
+    case ColumnKind::kMemo:
+      return std::wstring(static_cast<std::size_t>(40 * number), L'm');
+    case ColumnKind::kInteger:
+      return 1000.0 + number;
+    case ColumnKind::kNumber:
+    case ColumnKind::kCurrency:
+      return 5.0 + number;
+    case ColumnKind::kLogical:
+      return true;
+    case ColumnKind::kDate:
+    case ColumnKind::kDateTime:
+      return *MakeDate(2026, 11, 1 + number);
+    case ColumnKind::kBinary:
+      return Bytes{1, 2, 3};
+  }
+  return Null{};
+}
+
+// Rows are added, changed and deleted.
+void ChangeRows(Table& table) {
+  const auto changes = table.Change();
+  for (int number = 1; number <= 3; ++number) {
+    std::vector<ColumnValue> values;
+    for (std::size_t column = 0; column < table.columns().size(); ++column) {
+      const Value value = NewValue(table.columns()[column], number);
+      try {
+        static_cast<void>(changes->Stored(column, value));
+        values.push_back({column, value});
+      } catch (const Error&) {
+        continue;  // an automatic number
+      }
+    }
+    const std::uint32_t added = changes->Insert(values);
+    if (number == 2) {
+      REQUIRE(changes->LockRow(1));
+      changes->Update({{values.back()}});
+      REQUIRE(changes->LockRow(added));
+      changes->Delete();
+    }
+  }
+}
+
+}  // namespace
+
+TEST_CASE("real tables that were changed are whole, and python3-dbf reads them as the engine") {
+  TableShelf shelf;
+  for (const char* folder : {"vfp-tables", "tables"}) {
+    for (const auto& entry : std::filesystem::directory_iterator(kFixtures / folder)) {
+      const std::filesystem::path& path = entry.path();
+      const bool visual = path.extension() == ".dbf" && std::string(folder) == "vfp-tables";
+      const std::string bytes = Contents(path);
+      shelf.machine().PutFile(L"C:\\Data\\" + path.filename().wstring(),
+                              visual ? Freed(bytes) : bytes);
+    }
+  }
+  platform::Platform& machine = shelf.machine().platform();
+  std::ostringstream out;
+  int changed = 0;
+  for (const auto& identity : foxpro::FindTables(machine.files, L"C:\\Data")) {
+    CAPTURE(ToUtf8(identity.name));
+    ChangeRows(*shelf.Open(identity.name));
+    const auto checked = foxpro::CheckTable(machine.files, machine.clock, identity, {});
+    CHECK(checked.problems == 0);
+    for (const auto& finding : checked.findings) MESSAGE(ToUtf8(finding.text));
+    Dump(*shelf.Open(identity.name), LowerCase(identity.name), out);
+    ++changed;
+  }
+  CHECK(changed == 12);
+  // For the test in which python3-dbf prints the same.
+  const char* const folder = std::getenv("TDEFAULT_CHANGED_TABLES");
+  if (folder == nullptr) return;
+  const std::filesystem::path written = folder;
+  std::filesystem::create_directory(written);
+  for (const std::wstring& name : shelf.machine().ListFolder(L"C:\\Data")) {
+    std::ofstream file(written / LowerCase(name), std::ios::binary);
+    file << *shelf.machine().Contents(L"C:\\Data\\" + name);
+  }
+  std::ofstream(written.string() + ".txt", std::ios::binary) << out.str();
 }
 
 #ifdef _WIN32

@@ -108,7 +108,7 @@ class RowChanges::IndexChange {
     for (std::size_t tag = 0; tag < changed.size(); ++tag)
       if (before_[tag] == after_[tag]) changed[tag].reset();
     index_->CheckUnique(changed, number_);
-    if (!is_new_) index_->CheckPresent(before_, after_, number_);
+    index_->CheckPresent(before_, after_, number_);
   }
 
   void Begin() {

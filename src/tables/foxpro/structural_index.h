@@ -21,8 +21,8 @@ class RecordDecoder;
 using RowKeys = std::vector<std::optional<std::string>>;
 
 // Construction, KeysOf and Uses need no lock; everything else needs the index lock, kept from
-// Refresh to Finish. A change goes: Refresh, KeysOf, CheckUnique, CheckPresent (of an existing
-// row), Begin, the row is written, Replace, Finish. A change that ends in between, by an error or
+// Refresh to Finish. A change goes: Refresh, KeysOf, CheckUnique, CheckPresent, Begin, the row is
+// written, Replace, Finish. A change that ends in between, by an error or
 // with the process, leaves the mark of Begin in the file; the next Refresh then compares the whole
 // index with the rows.
 class StructuralIndex {
@@ -54,8 +54,9 @@ class StructuralIndex {
   void CheckUnique(const RowKeys& keys, std::uint32_t record_number);
 
   // Throws RefusedFile, naming the tag, when a tag whose key is going to change from `before` to
-  // `after` lacks the one before. Call before Begin, so that an index that does not agree with the
-  // row stops the change while nothing has been written.
+  // `after` lacks the one before or has the other one already; a new row has none before. Call
+  // before Begin, so that an index that does not agree with the row stops the change while nothing
+  // has been written.
   void CheckPresent(const RowKeys& before, const RowKeys& after, std::uint32_t record_number);
 
   // Marks the index, in the file, as behind the rows until Finish: what is found by the next

@@ -389,6 +389,19 @@ TEST_CASE("a key is refused when the tag has it for that record already") {
   CHECK(Contains(ErrorOf([&] { shelf.index().Replace(nullptr, keys, 1); }), L"tag NAME"));
 }
 
+TEST_CASE("a new row is refused unwritten when a tag has its key already") {
+  IndexShelf shelf(NameTable({{.name = "NAME", .expression = "name", .key_length = 10}}));
+  shelf.Append("ANNA");
+  shelf.Append("BERTA          7");
+  shelf.PutTableByte(4, 1);  // one row is counted
+  const std::string index = shelf.IndexBytes();
+  CHECK(Contains(ErrorOf([&] { shelf.Append("BERTA          8"); }),
+                 L"tag NAME: it has a key of record 2 that the row did not have"));
+  CHECK(shelf.count() == 1);
+  CHECK(shelf.Row(2) == " BERTA          7");
+  CHECK(shelf.IndexBytes() == index);
+}
+
 TEST_CASE("what another program changed is seen, whether the file grew or only the counter did") {
   IndexShelf shelf(
       NameTable({{.name = "NAME", .expression = "name", .key_length = 10, .candidate = true}}));

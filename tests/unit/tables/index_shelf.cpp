@@ -92,6 +92,7 @@ std::uint32_t IndexShelf::Append(std::string_view row, char mark) {
   index().Refresh();
   const foxpro::RowKeys keys = index().KeysOf(record, number);
   index().CheckUnique(keys, number);
+  index().CheckPresent(foxpro::RowKeys(keys.size()), keys, number);
   index().Begin(number);
   WriteRow(number, row, mark);
   index().Replace(nullptr, keys, number);

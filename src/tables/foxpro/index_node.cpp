@@ -48,8 +48,9 @@ LeafEntry ReadEntry(const IndexPage& page, const LeafPacking& packing, std::size
     bits = bits << 8U | page[begin + byte - 1];
   const std::uint32_t record = static_cast<std::uint32_t>(bits) & LowBits(packing.record_bits);
   bits >>= packing.record_bits;
-  return {record, bits & LowBits(packing.duplicate_bits),
-          bits >> packing.duplicate_bits & LowBits(packing.trail_bits)};
+  const std::uint64_t duplicates = bits & LowBits(packing.duplicate_bits);
+  const std::uint64_t trail = bits >> packing.duplicate_bits & LowBits(packing.trail_bits);
+  return {record, static_cast<std::size_t>(duplicates), static_cast<std::size_t>(trail)};
 }
 
 std::wstring DecodeLeaf(const IndexPage& page, const TreeShape& shape, std::size_t count,

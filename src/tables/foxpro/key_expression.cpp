@@ -154,7 +154,7 @@ class TagKeys::Parts {
                                                  std::uint32_t record_number) {
     row_.Stand(record, record_number);
     ++slot_.generation;
-    if (condition_ && !sql::EvaluateLogical(*condition_).value_or(false)) return std::nullopt;
+    if (condition_ && !condition_->Test().value_or(false)) return std::nullopt;
     std::string key;
     key.reserve(tag_.key_length);
     if (tag_.nullable) key.push_back(static_cast<char>(kNotNull));

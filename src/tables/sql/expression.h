@@ -73,10 +73,6 @@ class BoundExpression {
 
 using BoundPointer = std::unique_ptr<BoundExpression>;
 
-[[nodiscard]] inline std::optional<bool> EvaluateLogical(const BoundExpression& expression) {
-  return expression.Test();
-}
-
 // The page of the first one that has one.
 [[nodiscard]] std::optional<CodePage> CodePageOf(const std::vector<BoundPointer>& expressions);
 

@@ -58,7 +58,7 @@ class AdoRecordset final : public Recordset {
   AutomationObject object_;
   std::optional<CursorLocation> cursor_location_;
   mutable std::vector<std::unique_ptr<AdoField>> fields_;
-  std::int64_t step_count_ = 1;
+  mutable std::int64_t step_count_ = 1;
 };
 
 }  // namespace tdefault::tables::ado

@@ -34,6 +34,11 @@ int Order(const Type& left, const Type& right) {
   return right < left ? 1 : 0;
 }
 
+int OrderOfMoments(const DateTime& left, const DateTime& right) {
+  const int days = Order(left.date.julian_day, right.date.julian_day);
+  return days != 0 ? days : Order(left.milliseconds, right.milliseconds);
+}
+
 }  // namespace
 
 class CriteriaParser {
@@ -380,8 +385,8 @@ bool Criteria::Meets(const Clause& clause, const CriteriaRow& row) {
     order = Order(std::get<bool>(value), *flag);
   } else {
     const auto* date = std::get_if<Date>(&value);
-    order = Order(date != nullptr ? DateTime{*date, 0} : std::get<DateTime>(value),
-                  std::get<DateTime>(clause.operand));
+    order = OrderOfMoments(date != nullptr ? DateTime{*date, 0} : std::get<DateTime>(value),
+                           std::get<DateTime>(clause.operand));
   }
   return Holds(clause.operation, order);
 }

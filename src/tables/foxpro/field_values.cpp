@@ -75,7 +75,7 @@ std::optional<Value> ParseDay(std::wstring_view text) {
   const std::size_t digits =
       static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), IsDigit) - text.begin());
   if (digits == kYearDigits) written.insert(0, L"^");
-  const std::optional<Value> day = sql::ParseDateText(written);
+  std::optional<Value> day = sql::ParseDateText(written);
   if (!day) return std::nullopt;
   const auto* date = std::get_if<Date>(&*day);
   const bool empty = date != nullptr ? date->empty() : std::get<DateTime>(*day).empty();

@@ -123,7 +123,7 @@ TableFolder::TableFolder(platform::Files& files, std::wstring path, const TableV
 std::shared_ptr<TableFiles> TableFolder::Find(const std::wstring& name) {
   const auto place = open_.find(name);
   if (place == open_.end()) return nullptr;
-  const auto table = std::move(place->second);
+  auto table = std::move(place->second);
   open_.erase(place);
   if (!table->Refresh()) return nullptr;
   open_.emplace(name, table);

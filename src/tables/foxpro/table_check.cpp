@@ -295,7 +295,8 @@ class TableChecker {
     for (const std::wstring& finding : report.findings) tell(L"", finding);
     for (const TagReport& tag : report.tags) {
       checked_.tags->push_back({tag.name, tag.key_count});
-      for (const std::wstring& finding : tag.findings) tell(L"tag " + tag.name + L": ", finding);
+      const std::wstring place = L"tag " + tag.name + L": ";
+      for (const std::wstring& finding : tag.findings) tell(place, finding);
     }
     if (report.unfinished_record != 0) {
       const std::wstring broken =
@@ -346,8 +347,7 @@ CheckedTable CheckTable(platform::Files& files, platform::Clock& clock, const Ta
           .Warning(CheckArea::kTable,
                    Subject(table, table.path) +
                        L"the table was changed by others while it was checked, so what is told of "
-                       L"it here "
-                       L"may not be so. Check it again when nobody works with it.");
+                       L"it here may not be so. Check it again when nobody works with it.");
       return checked;
     }
     static_cast<void>(clock.Pause(kPauseBetweenAttempts, false));
@@ -374,7 +374,9 @@ std::vector<TableIdentity> FindTables(platform::Files& files, const std::wstring
     if (entry->is_folder || name.size() <= kTableEnding.size()) continue;
     const std::size_t stem = name.size() - kTableEnding.size();
     if (!EqualIgnoringCase(std::wstring_view(name).substr(stem), kTableEnding)) continue;
-    tables.push_back({name.substr(0, stem), folder + L"\\" + name});
+    TableIdentity table{name.substr(0, stem), folder};
+    table.path.append(L"\\").append(name);
+    tables.push_back(std::move(table));
   }
   std::sort(tables.begin(), tables.end(),
             [](const TableIdentity& left, const TableIdentity& right) {

@@ -127,9 +127,9 @@ class TableChanges {
   // kStatementError ("Data type mismatch", or a null for a column without nulls).
   [[nodiscard]] virtual Value Stored(std::size_t column, const Value& value) const = 0;
 
-  // Appends a row. Columns without a value are blank, those with automatic numbers get the next
-  // one. Gives the record number. Throws as Stored, kIntegrityViolation naming the tag whose key
-  // another row has, kInUseByAnother, kTableDamaged.
+  // Appends a row. Columns without a value are null where they take nulls, else blank; those with
+  // automatic numbers get the next one. Gives the record number. Throws as Stored,
+  // kIntegrityViolation naming the tag whose key another row has, kInUseByAnother, kTableDamaged.
   virtual std::uint32_t Insert(std::span<const ColumnValue> values) = 0;
 
   // Locks the record and reads it anew; false when it is deleted, is no record, or cannot be seen.

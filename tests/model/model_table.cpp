@@ -135,8 +135,9 @@ Kept ModelTable::Stored(std::size_t column, const Value& value) const {
   return Taken(value);
 }
 
-Value ModelTable::Blank(std::size_t column) const {
+Value ModelTable::Ungiven(std::size_t column) const {
   const ColumnSpec& spec = spec_.columns[column];
+  if (spec.nullable) return Null{};
   switch (spec.type) {
     case 'C':
       return std::wstring(spec.length, L' ');
@@ -204,7 +205,7 @@ std::int32_t ModelTable::LiteralError(std::span<const Assignment> values) const 
 Outcome ModelTable::Insert(std::span<const Assignment> values) {
   Row row;
   for (std::size_t i = 0; i < spec_.columns.size(); ++i) {
-    row.values.push_back(Blank(i));
+    row.values.push_back(Ungiven(i));
     if (spec_.columns[i].number_step != 0)
       row.values.back() = static_cast<std::int32_t>(next_numbers_[i]);
   }

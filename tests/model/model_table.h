@@ -64,7 +64,7 @@ class ModelTable {
 
  private:
   [[nodiscard]] Kept Stored(std::size_t column, const Value& value) const;
-  [[nodiscard]] Value Blank(std::size_t column) const;
+  [[nodiscard]] Value Ungiven(std::size_t column) const;
   [[nodiscard]] std::optional<Value> KeyOf(const ModelTag& tag, const Row& row) const;
   [[nodiscard]] bool Violates(const Row& row, std::size_t position) const;
   [[nodiscard]] std::int32_t LiteralError(std::span<const Assignment> values) const;

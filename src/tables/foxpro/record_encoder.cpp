@@ -297,10 +297,13 @@ Value RecordEncoder::StoredBytes(const StoredColumn& stored, const Value& value)
   return value;
 }
 
-void RecordEncoder::PutBlank(std::uint8_t* record) const {
+void RecordEncoder::PutUngiven(std::uint8_t* record) const {
   std::fill_n(record, layout_.record_length, std::uint8_t{0});
   *record = record_mark::kLive;
-  for (const StoredColumn& stored : layout_.columns) PutBlank(stored, record);
+  for (const StoredColumn& stored : layout_.columns) {
+    PutBlank(stored, record);
+    if (stored.null_bit && !stored.automatic) SetFlag(record, *stored.null_bit, true);
+  }
 }
 
 void RecordEncoder::PutBlank(const StoredColumn& stored, std::uint8_t* record) const {

@@ -29,8 +29,9 @@ class RecordEncoder {
   // REQUIRES of all: column < layout.columns.size().
   [[nodiscard]] Value Stored(std::size_t column, const Value& value) const;
 
-  // Makes the bytes a live record whose columns are blank.
-  void PutBlank(std::uint8_t* record) const;
+  // Makes the bytes a live record whose columns were given no value: null where the column takes
+  // nulls, else blank.
+  void PutUngiven(std::uint8_t* record) const;
 
   // Puts a value into the record. REQUIRES: it comes from Stored; a memo column's is null.
   void Put(std::size_t column, const Value& stored, std::uint8_t* record) const;

@@ -232,7 +232,7 @@ void RowChanges::WriteMemos(NewRow& row) const {
 std::uint32_t RowChanges::Insert(std::span<const ColumnValue> values) {
   NewRow row;
   row.record.resize(table_.layout().record_length);
-  table_.encoder().PutBlank(row.record.data());
+  table_.encoder().PutUngiven(row.record.data());
   for (const ColumnValue& given : values) Put(row, given.column, given.value, nullptr);
 
   const HeldLock header = table_.locks().LockHeader(table_.file());

@@ -127,7 +127,8 @@ class MemoryChanges final : public tables::TableChanges {
 
   std::uint32_t Insert(std::span<const tables::ColumnValue> values) override {
     std::vector<Value> row;
-    for (const Column& column : table_.columns) row.push_back(column.nullable ? Value(Null{}) : BlankValue(column));
+    for (const Column& column : table_.columns)
+      row.push_back(column.nullable ? Value(Null{}) : BlankValue(column));
     Put(values, row);
     table_.rows.push_back(std::move(row));
     ++table_.writes;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace tdefault::tables::foxpro {
 namespace {
@@ -23,11 +24,12 @@ void IndexPages::Refresh() {
   ReadBytes(0, header, {});
   const auto size = file_.Size();
   if (!size.ok()) throw FileFailure(index_.table, index_.path, L"read", size.code());
-  const bool same =
-      known_ && changed_.empty() && freed_.empty() && size.value() == size_ && header == header_;
+  const bool same = known_ && changed_.empty() && freed_.empty() && overwritten_.empty() &&
+                    size.value() == size_ && header == header_;
   if (!same) DropAll();
   if (entries_.size() > kMostKept) entries_.clear();
   header_ = header;
+  stored_header_ = header;
   known_ = true;
   size_ = size.value();
   end_ = (size_ + kIndexPageSize - 1) / kIndexPageSize * kIndexPageSize;
@@ -37,6 +39,7 @@ void IndexPages::DropAll() noexcept {
   entries_.clear();
   changed_.clear();
   freed_.clear();
+  overwritten_.clear();
 }
 
 void IndexPages::ReadBytes(std::uint64_t offset, std::span<std::uint8_t> bytes,
@@ -70,6 +73,7 @@ IndexPages::Entry& IndexPages::Find(std::uint32_t offset, const TreeShape& shape
   entry->shape = &shape;
   const std::wstring problem = DecodeNode(page, shape, entry->node);
   if (!problem.empty()) throw DamagedTag(index_, shape.name, PageAt(offset) + L" " + problem);
+  entry->stored = page;
   return *entries_.emplace(offset, std::move(entry)).first->second;
 }
 
@@ -86,46 +90,48 @@ IndexNode& IndexPages::Change(std::uint32_t offset, const TreeShape& shape) {
 
 // Believed is only what this library writes, a number in a page of zeros: a page that were in use
 // after all would take the tree of another tag with it. Any other list is left alone.
-std::uint32_t IndexPages::TakeFreePage() {
+std::optional<IndexPages::FreePage> IndexPages::TakeFreePage() {
   if (!freed_.empty()) {
-    const std::uint32_t offset = freed_.back();
+    FreePage page = std::move(freed_.back());
     freed_.pop_back();
-    return offset;
+    return page;
   }
   const std::uint32_t head = LittleEndian32(header_, tag_header::kFreeList);
-  if (IsNoPage(head) || !IsPagePlace(head) || entries_.contains(head)) return kNoIndexPage;
+  if (IsNoPage(head) || !IsPagePlace(head) || entries_.contains(head)) return std::nullopt;
   IndexPage page;
   ReadBytes(head, page, {});
   const std::uint32_t next = LittleEndian32(page, 0);
   if (std::any_of(page.begin() + 4, page.end(), [](std::uint8_t byte) { return byte != 0; }))
-    return kNoIndexPage;
-  if (!IsNoPage(next) && (!IsPagePlace(next) || next == head)) return kNoIndexPage;
+    return std::nullopt;
+  if (!IsNoPage(next) && (!IsPagePlace(next) || next == head)) return std::nullopt;
   StoreLittleEndian32(header_, tag_header::kFreeList, next);
-  return head;
+  return FreePage{head, page};
 }
 
 std::uint32_t IndexPages::Allocate(const TreeShape& shape) {
-  std::uint32_t offset = TakeFreePage();
-  if (offset == kNoIndexPage) {
+  std::optional<FreePage> place = TakeFreePage();
+  if (!place) {
     if (end_ >= kLargestFile)
       throw RefusedFile(index_.table, index_.path, L"the index file cannot grow beyond 2 GB",
                         L"Divide the table.");
-    offset = static_cast<std::uint32_t>(end_);
+    place = FreePage{static_cast<std::uint32_t>(end_), std::nullopt};
     end_ += kIndexPageSize;
   }
   auto entry = std::make_unique<Entry>();
   entry->shape = &shape;
+  entry->stored = place->stored;
   entry->changed = true;
   entry->created = true;
-  entries_[offset] = std::move(entry);
-  changed_.push_back(offset);
-  return offset;
+  entries_[place->offset] = std::move(entry);
+  changed_.push_back(place->offset);
+  return place->offset;
 }
 
 void IndexPages::Free(std::uint32_t offset) {
-  entries_.erase(offset);
+  const auto found = entries_.find(offset);
+  freed_.push_back({offset, found->second->stored});
+  entries_.erase(found);
   std::erase(changed_, offset);
-  freed_.push_back(offset);
 }
 
 void IndexPages::WriteBytes(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
@@ -140,6 +146,12 @@ void IndexPages::WriteMark(std::uint32_t record_number) {
   StoreLittleEndian32(header_, tag_header::kUnfinishedRecord, record_number);
 }
 
+void IndexPages::WritePage(std::uint32_t offset, const std::optional<IndexPage>& stored,
+                           const IndexPage& page) {
+  if (stored) overwritten_.push_back({offset, *stored});
+  WriteBytes(offset, page);
+}
+
 void IndexPages::WriteNodes() {
   const auto rank = [](const Entry& entry) {
     if (entry.created) return 0;
@@ -147,24 +159,34 @@ void IndexPages::WriteNodes() {
   };
   for (int turn = 0; turn <= 2; ++turn) {
     for (const std::uint32_t offset : changed_) {
-      const Entry& entry = *entries_.at(offset);
+      Entry& entry = *entries_.at(offset);
       if (rank(entry) != turn) continue;
-      WriteBytes(offset, EncodeNode(entry.node, *entry.shape));
+      const IndexPage page = EncodeNode(entry.node, *entry.shape);
+      WritePage(offset, entry.stored, page);
+      entry.stored = page;
     }
   }
 }
 
-void IndexPages::Write() {
-  WriteNodes();
-  for (const std::uint32_t offset : freed_) {
+void IndexPages::WriteFreePages() {
+  for (const FreePage& freed : freed_) {
     IndexPage page{};
     StoreLittleEndian32(page, 0, LittleEndian32(header_, tag_header::kFreeList));
-    WriteBytes(offset, page);
-    StoreLittleEndian32(header_, tag_header::kFreeList, offset);
+    WritePage(freed.offset, freed.stored, page);
+    StoreLittleEndian32(header_, tag_header::kFreeList, freed.offset);
   }
+}
+
+void IndexPages::WriteHeader() {
   StoreBigEndian32(header_, tag_header::kCounter, BigEndian32(header_, tag_header::kCounter) + 1);
   StoreLittleEndian32(header_, tag_header::kUnfinishedRecord, 0);
   WriteBytes(0, header_);
+}
+
+void IndexPages::Write() {
+  WriteNodes();
+  WriteFreePages();
+  WriteHeader();
   for (const std::uint32_t offset : changed_) {
     Entry& entry = *entries_.at(offset);
     entry.changed = false;
@@ -172,7 +194,20 @@ void IndexPages::Write() {
   }
   changed_.clear();
   freed_.clear();
+  overwritten_.clear();
   size_ = std::max(size_, end_);
+}
+
+// The pages in the reverse order of their writing: again none refers to one that is not there.
+void IndexPages::TakeBack() {
+  known_ = false;
+  for (auto page = overwritten_.rbegin(); page != overwritten_.rend(); ++page)
+    WriteBytes(page->offset, page->stored);
+  const std::uint32_t counter = BigEndian32(header_, tag_header::kCounter);
+  header_ = stored_header_;
+  StoreBigEndian32(header_, tag_header::kCounter, counter);
+  WriteHeader();
+  DropAll();
 }
 
 }  // namespace tdefault::tables::foxpro

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <unordered_map>
 #include <vector>
@@ -53,31 +54,53 @@ class IndexPages {
   // and without the mark.
   void Write();
 
+  // After a change that failed: puts back what Write had written over and takes the mark away. New
+  // pages stay in the file, where nothing refers to them. What is cached is dropped. Throws
+  // FileFailure, with the mark left in the file.
+  void TakeBack();
+
  private:
   struct Entry {
     IndexNode node;
     const TreeShape* shape = nullptr;
+    std::optional<IndexPage> stored;  // as the file has it; absent behind the end
     bool changed = false;
     bool created = false;
+  };
+  // A page that can be used anew, as the file has it.
+  struct FreePage {
+    std::uint32_t offset;
+    std::optional<IndexPage> stored;
+  };
+  struct Overwritten {
+    std::uint32_t offset;
+    IndexPage stored;
   };
 
   Entry& Find(std::uint32_t offset, const TreeShape& shape);
   void DropAll() noexcept;
   void WriteBytes(std::uint64_t offset, std::span<const std::uint8_t> bytes);
+  void WritePage(std::uint32_t offset, const std::optional<IndexPage>& stored,
+                 const IndexPage& page);
   void WriteNodes();
-  // The first free page, taken off the list; kNoIndexPage when there is none that can be used.
-  std::uint32_t TakeFreePage();
+  void WriteFreePages();
+  // Writes the header without the mark, and with the next counter, so that others read anew.
+  void WriteHeader();
+  // The first free page, taken off the list; absent when there is none that can be used.
+  std::optional<FreePage> TakeFreePage();
   [[nodiscard]] bool IsPagePlace(std::uint32_t offset) const noexcept;
 
   platform::File& file_;
   const IndexIdentity& index_;
   IndexPage header_{};
-  bool known_ = false;  // the header has been read
+  IndexPage stored_header_{};  // as Refresh read it
+  bool known_ = false;         // the header has been read
   std::uint64_t size_ = 0;
   std::uint64_t end_ = 0;  // of the last page, new ones included
   std::unordered_map<std::uint32_t, std::unique_ptr<Entry>> entries_;
   std::vector<std::uint32_t> changed_;  // in the order of their first change
-  std::vector<std::uint32_t> freed_;
+  std::vector<FreePage> freed_;
+  std::vector<Overwritten> overwritten_;  // by a Write that has not ended
 };
 
 }  // namespace tdefault::tables::foxpro

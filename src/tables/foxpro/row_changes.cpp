@@ -123,10 +123,16 @@ class RowChanges::IndexChange {
     index_->Finish();
   }
 
-  // The change was broken off: the mark stays in the file, and the next change compares the index
-  // with the rows.
-  void Abandon() {
-    if (begun_) table_.ForgetIndex();
+  // The change was broken off. Where the row is as it was before, the index becomes so, too; else
+  // the mark stays in the file, and the next change compares the index with the rows.
+  void TakeBack(bool row_is_back) {
+    if (!begun_) return;
+    try {
+      if (row_is_back) return index_->TakeBack();
+    } catch (const std::exception&) {
+      // The mark tells.
+    }
+    table_.ForgetIndex();
   }
 
  private:
@@ -244,13 +250,12 @@ std::uint32_t RowChanges::Insert(std::span<const ColumnValue> values) {
   index.Lock();
   table_.NoteChange();
   WriteMemos(row);
-  index.Begin();
   try {
+    index.Begin();
     WriteNewRow(row.record, numbers, number);
     index.Finish();
   } catch (const std::exception&) {
-    TakeBackNewRow(number);
-    index.Abandon();
+    index.TakeBack(TakeBackNewRow(number));
     throw;
   }
   return number;
@@ -303,11 +308,12 @@ void RowChanges::WriteNewRow(const Record& record, const std::vector<NextNumber>
   WriteCount(number);
 }
 
-void RowChanges::TakeBackNewRow(std::uint32_t number) {
+bool RowChanges::TakeBackNewRow(std::uint32_t number) {
   try {
     WriteCount(number - 1);
+    return true;
   } catch (const std::exception&) {
-    // The row stays; a table with an index tells by its mark that the index lacks it.
+    return false;
   }
 }
 
@@ -377,16 +383,16 @@ void RowChanges::ReplaceRow(NewRow row) {
   assert(row_lock_);
   if (row.memos.empty() && row.record == record_) return;
   const std::optional<MemoValue> old_memo = InPlace(row);
+  std::optional<HeldLock> header;  // given up after the lock of the index
   IndexChange index(table_, row_number_);
   index.Compare(&record_, row);
-  std::optional<HeldLock> header;
   if (!row.memos.empty() && !old_memo) header.emplace(table_.locks().LockHeader(table_.file()));
   index.Lock();
   table_.NoteChange();
   WriteDay();
   if (!old_memo) WriteMemos(row);
-  index.Begin();
   try {
+    index.Begin();
     if (old_memo) {
       row.memos.front().block = old_memo->block;
       table_.memo()->Overwrite(row.memos.front());
@@ -395,22 +401,22 @@ void RowChanges::ReplaceRow(NewRow row) {
     }
     index.Finish();
   } catch (const std::exception&) {
-    TakeBackReplaced(old_memo);
-    index.Abandon();
+    index.TakeBack(TakeBackReplaced(old_memo));
     throw;
   }
   if (!old_memo) record_ = std::move(row.record);
 }
 
-void RowChanges::TakeBackReplaced(const std::optional<MemoValue>& old_memo) {
+bool RowChanges::TakeBackReplaced(const std::optional<MemoValue>& old_memo) {
   try {
     if (old_memo) {
       table_.memo()->Overwrite(*old_memo);
     } else {
       table_.Write(table_.RecordOffset(row_number_), record_);
     }
+    return true;
   } catch (const std::exception&) {
-    // The row stays; a table with an index tells by its mark that the index may not agree.
+    return false;
   }
 }
 

@@ -61,13 +61,15 @@ class RowChanges final : public TableChanges {
   [[nodiscard]] std::vector<NextNumber> PutNextNumbers(Record& record) const;
   void WriteNewRow(const Record& record, const std::vector<NextNumber>& numbers,
                    std::uint32_t number);
-  void TakeBackNewRow(std::uint32_t number);
+  // Makes a change that failed undone, as far as the files let it: whether the row is as before. A
+  // row that stays all the same is told of by the mark of the index.
+  bool TakeBackNewRow(std::uint32_t number);
   [[nodiscard]] std::array<std::uint8_t, 3> DayBytes() const;
   void WriteCount(std::uint32_t count);
   void WriteDay();
 
   void ReplaceRow(NewRow row);
-  void TakeBackReplaced(const std::optional<MemoValue>& old_memo);
+  bool TakeBackReplaced(const std::optional<MemoValue>& old_memo);
 
   const std::shared_ptr<TableFiles> shared_;
   TableFiles& table_;

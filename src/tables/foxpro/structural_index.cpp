@@ -103,6 +103,8 @@ class StructuralIndex::Parts {
 
   void Finish() { pages_.Write(); }
 
+  void TakeBack() { pages_.TakeBack(); }
+
  private:
   // The record of another entry with that key.
   [[nodiscard]] static std::optional<std::uint32_t> OtherWithKey(KeptTag& kept,
@@ -227,5 +229,7 @@ void StructuralIndex::Replace(const RowKeys* before, const RowKeys& after,
 }
 
 void StructuralIndex::Finish() { parts_->Finish(); }
+
+void StructuralIndex::TakeBack() { parts_->TakeBack(); }
 
 }  // namespace tdefault::tables::foxpro

@@ -70,6 +70,10 @@ class StructuralIndex {
   // Writes what changed, counts the change in the file and takes the mark away.
   void Finish();
 
+  // After a change that failed, and whose row is as it was before: puts the index back, too, and
+  // takes the mark away. Throws FileFailure, with the mark left in the file.
+  void TakeBack();
+
  private:
   class Parts;
   std::unique_ptr<Parts> parts_;

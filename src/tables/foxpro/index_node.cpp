@@ -56,8 +56,12 @@ LeafEntry ReadEntry(const IndexPage& page, const LeafPacking& packing, std::size
 std::wstring DecodeLeaf(const IndexPage& page, const TreeShape& shape, std::size_t count,
                         IndexNode& node) {
   node.packing = ReadPacking(page);
-  if (count == 0) return {};
-  if (!IsSound(page, node.packing)) return L"packs its entries in no way that exists";
+  const bool sound = IsSound(page, node.packing);
+  if (count == 0) {
+    if (!sound) node.packing = {};
+    return {};
+  }
+  if (!sound) return L"packs its entries in no way that exists";
   const std::size_t entry_size = node.packing.entry_size;
   if (count * entry_size > kLeafRoom) return L"counts " + Number(count) + L" keys, too many";
   const std::size_t entries_end = leaf_page::kEntries + count * entry_size;

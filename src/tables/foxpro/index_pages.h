@@ -49,6 +49,10 @@ class IndexPages {
   // Writes the number of the record whose keys are going to be behind it into the header.
   void WriteMark(std::uint32_t record_number);
 
+  // Takes the mark of a change that was broken off away. Its pages may have been written without
+  // the counter, so the next counter makes all others read anew.
+  void ClearMark() { WriteHeader(); }
+
   // Writes what changed in an order in which no page refers to one that is not there: new pages,
   // leaves, inner pages from the bottom up, free pages, and last the header with the next counter
   // and without the mark.

@@ -313,7 +313,8 @@ class Verifier {
     std::vector<TagPlace> places;
     try {
       pages_.Refresh();
-      report.unfinished_record = LittleEndian32(pages_.header(), tag_header::kUnfinishedRecord);
+      unfinished_record_ = LittleEndian32(pages_.header(), tag_header::kUnfinishedRecord);
+      report.unfinished_record = unfinished_record_;
       places = ReadTagPlaces(pages_, index_, directory_, layout_.code_page);
     } catch (const Error& error) {
       report.findings.push_back(error.description());
@@ -377,6 +378,9 @@ class Verifier {
     }
     const TreeShape shape{tag.name, tag.key_length,
                           keys ? keys->padding() : GuessPadding(tag, use)};
+    const std::optional<std::string> unfinished =
+        keys && tag.unique ? UnfinishedKey(*keys) : std::nullopt;
+    bool met = !unfinished;
     std::string previous;
     std::uint32_t previous_record = 0;
     const EntryVisitor count = [&](std::string_view key, std::uint32_t record) {
@@ -386,12 +390,27 @@ class Verifier {
       if (record == 0 || record > rows_.count())
         findings.Add(L"it has a key of record " + Number(record) + L", but the table has " +
                      Number(rows_.count()) + L" records");
+      met = met || keys->SameKeys(*unfinished, key);
       previous = key;
       previous_record = record;
       ++report.key_count;
     };
     TreeVerifier(pages_, shape, use, findings, count).Run(tag.root);
+    if (!met && findings.none())
+      findings.Add(L"it lacks the key of record " + Number(unfinished_record_));
     if (keys && findings.none()) CompareRows(tag, *keys, shape, findings);
+  }
+
+  // A UNIQUE tag does not have every row, so that its keys alone do not tell of a change that was
+  // broken off; but a change leaves the key of its row there, of this row or another one.
+  std::optional<std::string> UnfinishedKey(const TagKeys& keys) {
+    if (unfinished_record_ == 0 || unfinished_record_ > rows_.count()) return std::nullopt;
+    try {
+      return keys.KeyOf(rows_.Row(unfinished_record_), unfinished_record_);
+    } catch (const Error& error) {
+      if (error.number() != error_number::kTableDamaged) throw;
+      return std::nullopt;  // The comparison of all rows tells.
+    }
   }
 
   // What the pages leave out where the expression does not tell: what makes the tree look right.
@@ -426,6 +445,7 @@ class Verifier {
   RowReader rows_;
   const TreeShape directory_ = DirectoryShape();
   IndexPages pages_;
+  std::uint32_t unfinished_record_ = 0;
 };
 
 }  // namespace

@@ -244,6 +244,9 @@ std::uint32_t RowChanges::Insert(std::span<const ColumnValue> values) {
   const HeldLock header = table_.locks().LockHeader(table_.file());
   table_.ReadRecordCount();
   const std::uint32_t number = NewRecordNumber();
+  // Who has locked the whole table has locked the places of rows to come, too, but not the header.
+  // Nobody waits for the header while holding the lock of a row that is not there yet.
+  const HeldLock place = table_.locks().LockRecord(table_.file(), number);
   const std::vector<NextNumber> numbers = PutNextNumbers(row.record);
   IndexChange index(table_, number);
   index.Compare(nullptr, row);

@@ -132,14 +132,22 @@ class StructuralIndex::Parts {
   [[nodiscard]] static std::optional<std::string> StoredKey(KeptTag& kept, const std::string& key,
                                                             std::uint32_t record_number) {
     if (kept.tree.Contains(key, record_number)) return key;
-    std::optional<std::string> stored;
-    if (!kept.keys.inexact()) return stored;
-    WalkSame(kept, key, [&](std::string_view entry, std::uint32_t record) {
-      if (record != record_number) return true;
-      stored = entry;
-      return false;
-    });
-    return stored;
+    if (!kept.keys.inexact()) return std::nullopt;
+    // Many rows may have the same time, but few keys stand for it: each is sought.
+    constexpr std::uint32_t kBehindAll = 0xFFFFFFFF;
+    std::string from = kept.keys.LowestSame(key);
+    std::uint32_t from_record = 0;
+    for (;;) {
+      std::optional<std::string> met;
+      kept.tree.Walk(from, from_record, [&met](std::string_view entry, std::uint32_t) {
+        met = entry;
+        return false;
+      });
+      if (!met || !kept.keys.SameKeys(*met, key)) return std::nullopt;
+      if (kept.tree.Contains(*met, record_number)) return met;
+      from = *std::move(met);
+      from_record = kBehindAll;
+    }
   }
 
   // A row that a UNIQUE tag hides behind another one with the same key has no entry.
@@ -178,7 +186,7 @@ class StructuralIndex::Parts {
     for (const TagReport& tag : report.tags)
       if (!tag.findings.empty())
         throw TagBehindRows(index_, tag.name, broken_off + tag.findings.front());
-    pages_.WriteMark(0);
+    pages_.ClearMark();
   }
 
   IndexIdentity index_;

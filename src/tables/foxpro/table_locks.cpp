@@ -64,8 +64,9 @@ HeldLock& HeldLock::operator=(HeldLock&& other) noexcept {
 }
 
 void HeldLock::Release() noexcept {
-  // A lock that cannot be given up now is given up when the file closes.
-  if (file_ != nullptr) static_cast<void>(file_->Unlock(offset_, length_));
+  // A lock that cannot be given up now either is given up when the file closes.
+  if (file_ != nullptr && !file_->Unlock(offset_, length_).ok())
+    static_cast<void>(file_->Unlock(offset_, length_));
   file_ = nullptr;
 }
 

@@ -341,6 +341,23 @@ TEST_CASE("a header, index or memo file in use for too long stops a change befor
   }
 }
 
+TEST_CASE("a table that another program has locked as a whole takes no new rows") {
+  for (const bool indexed : {true, false}) {
+    Office office(indexed);
+    Insert(office.first(), L"a");
+    HeldFile other = office.Workstation(kTable);
+    // From where each program begins, always to the byte before the header's.
+    other.Lock(0x77FFFFFF, 0x07FFFFFF);
+    const Error error = ErrorOf([&] { Insert(office.first(), L"b"); });
+    CHECK(error.number() == error_number::kInUseByAnother);
+    CHECK(Contains(error, L"record 2"));
+    CHECK(Rows(office.first()) == L"a   1 note of a 1\n");
+    other.Release();
+    CHECK(Insert(office.first(), L"b") == 1);
+    CHECK(office.IsSound());
+  }
+}
+
 TEST_CASE("reading waits for nobody's locks") {
   Office office;
   Insert(office.first(), L"a");

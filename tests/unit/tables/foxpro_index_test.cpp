@@ -456,6 +456,94 @@ TEST_CASE("a change that was broken off between row and key makes the table refu
   CHECK(shelf.IndexBytes().substr(480, 4) == std::string("\2\0\0\0", 4));
 }
 
+TEST_CASE("a change that was broken off before the key of a UNIQUE tag is found") {
+  IndexShelf shelf(
+      NameTable({{.name = "NAME", .expression = "name", .key_length = 10, .unique = true}}));
+  shelf.Append("ANNA");
+  shelf.index().Refresh();
+  shelf.index().Begin(2);
+  shelf.WriteRow(2, "BERTA");
+  CHECK(shelf.Findings() == "NAME: it lacks the key of record 2\n");
+  CHECK(Contains(ErrorOf([&] { shelf.OpenIndex()->Refresh(); }),
+                 L"tag NAME: a change of record 2 was broken off; it lacks the key of record 2"));
+  // A row that another one hides lacks nothing.
+  shelf.WriteRow(2, "ANNA");
+  shelf.OpenIndex()->Refresh();
+  shelf.Append("CLARA");
+  CHECK(shelf.Findings() == "");
+}
+
+TEST_CASE("pages that a change wrote before it was broken off are read anew by who knew them") {
+  IndexShelf shelf(NameTable({{.name = "NAME", .expression = "name", .key_length = 10}}));
+  shelf.Append("ANNA");
+  const auto other = shelf.OpenIndex();
+  other->Refresh();
+  const std::string row = " BERTA           ";
+  const RowKeys keys = other->KeysOf(reinterpret_cast<const std::uint8_t*>(row.data()), 2);
+  other->Begin(2);
+  shelf.WriteRow(2, row.substr(1));
+  other->Replace(nullptr, keys, 2);
+  // The process ends when all is written but the header, which is the last.
+  shelf.machine().FailCall(shelf.machine().call_count() + 2, 112);
+  CHECK_THROWS_AS(other->Finish(), Error);
+  CHECK(shelf.Verify().unfinished_record == 2);
+  shelf.OpenIndex()->Refresh();
+  CHECK(shelf.Verify().unfinished_record == 0);
+  shelf.Append("CLARA");
+  CHECK(shelf.Findings() == "");
+}
+
+// Changes the row with the write of that number failing, and takes the change back. False when it
+// has fewer writes.
+bool FailAndTakeBack(IndexShelf& shelf, std::uint32_t number, const std::string& row,
+                     std::size_t write) {
+  const std::string old = shelf.Row(number);
+  StructuralIndex& index = shelf.index();
+  const auto keys = [&](const std::string& of) {
+    return index.KeysOf(reinterpret_cast<const std::uint8_t*>(of.data()), number);
+  };
+  index.Refresh();
+  const RowKeys before = keys(old);
+  const RowKeys after = keys(row);
+  index.Begin(number);
+  shelf.WriteRow(number, row.substr(1));
+  index.Replace(&before, after, number);
+  shelf.machine().FailCall(shelf.machine().call_count() + write, 112);
+  try {
+    index.Finish();
+    return false;
+  } catch (const Error&) {
+    shelf.WriteRow(number, old.substr(1));
+    index.TakeBack();
+  }
+  return true;
+}
+
+TEST_CASE("a change that fails at any page, new and freed ones too, is taken back from all") {
+  const TableSpec spec =
+      NameTable({{.name = "LONG", .expression = "PADR(name,240,\"x\")", .key_length = 240},
+                 {.name = "NAME", .expression = "name", .key_length = 10}});
+  std::size_t most = 0;
+  for (const char* const moved : {"Z", "A", "N55"}) {
+    for (std::size_t write = 1;; ++write) {
+      CAPTURE(moved);
+      CAPTURE(write);
+      IndexShelf shelf(spec);
+      for (int i = 10; i < 80; i += 10) shelf.Append("N" + std::to_string(i));
+      shelf.machine().TearWrites();
+      std::string row = std::string(" ") + moved;
+      row.resize(17, ' ');
+      if (!FailAndTakeBack(shelf, 1, row, write)) break;
+      most = std::max(most, write);
+      CHECK(shelf.Verify().unfinished_record == 0);
+      CHECK(shelf.Findings() == "");
+      shelf.Change(1, row.substr(1));
+      CHECK(shelf.Findings() == "");
+    }
+  }
+  CHECK(most > 6);
+}
+
 TEST_CASE(
     "a disk that is full from any write of a change on leaves an index that is whole or says so") {
   const TableSpec spec =
@@ -577,6 +665,21 @@ TEST_CASE("a datetime's key that differs in its last bits is found and replaced"
   other.Change(1, std::string(8, '\0'));
   CHECK(other.Findings() == "");
   CHECK(other.Verify().tags[0].key_count == 1);
+}
+
+TEST_CASE("what a row costs does not grow with the number of rows that have its time") {
+  IndexShelf shelf(TableSpec{.columns = {{.name = "F", .type = 'T'}},
+                             .tags = {{.name = "K", .expression = "f", .key_length = 8}}});
+  const std::string moment("\x08\x6A\x25\0\x00\x2E\x93\x02", 8);
+  for (int i = 0; i < 2000; ++i) shelf.Append(moment);
+  const auto other = shelf.OpenIndex();
+  other->Refresh();
+  const std::string row = " " + moment;
+  const RowKeys keys = other->KeysOf(reinterpret_cast<const std::uint8_t*>(row.data()), 2001);
+  const std::size_t calls = shelf.machine().call_count();
+  other->CheckPresent(RowKeys(1), keys, 2001);
+  CHECK(shelf.machine().call_count() - calls < 8);  // of 13 leaves and more
+  CHECK(shelf.Findings() == "");
 }
 
 TEST_CASE("the verifier names each key that is missing, surplus or wrong") {

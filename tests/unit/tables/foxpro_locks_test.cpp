@@ -163,6 +163,14 @@ TEST_CASE("a lock is given up when its holder is destroyed, released or replaced
   CHECK_FALSE(shelf.OnlyLocked(kTable, 2147483644));
 }
 
+TEST_CASE("a lock is given up all the same when giving it up fails once") {
+  LockedShelf shelf(SpecOf(0x30, true));
+  HeldLock held = shelf.Locks().LockRecord(shelf.table(), 1);
+  shelf.machine().FailNext("Unlock", 1117);
+  held.Release();
+  CHECK_FALSE(shelf.OnlyLocked(kTable, 2147483645));
+}
+
 TEST_CASE("a lock that another gives up in time is had") {
   LockedShelf shelf(SpecOf(0x30, true));
   HeldFile other = shelf.Other(kTable);

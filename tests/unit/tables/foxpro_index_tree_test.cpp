@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
 #include <random>
 #include <set>
 
@@ -212,6 +213,30 @@ TEST_CASE(
     CHECK(tree.Entries().empty());
     const std::string root = tree.shelf().IndexBytes().substr(kRoot, 12);
     CHECK(root == std::string("\3\0\0\0\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF", 12));
+  }
+}
+
+TEST_CASE("the longest keys, two to a page, in any order make no tree deeper than its keys need") {
+  constexpr std::size_t kLength = 240;
+  constexpr std::size_t kCount = 600;
+  const std::vector<std::pair<const char*, std::function<std::size_t(std::size_t)>>> orders = {
+      {"ascending before others", [](std::size_t i) { return i < 8 ? kCount + i : i; }},
+      {"descending behind others", [](std::size_t i) { return i < 8 ? i : kCount - i + 8; }},
+      {"ascending before the last", [](std::size_t i) { return i == 0 ? kCount : i; }},
+      {"descending behind the first", [](std::size_t i) { return i == 0 ? 0 : kCount - i; }},
+      {"inwards", [](std::size_t i) { return i % 2 == 0 ? i / 2 : kCount - i / 2; }},
+      {"outwards", [](std::size_t i) { return i % 2 == 0 ? kCount + i / 2 : kCount - 1 - i / 2; }}};
+  for (const auto& [name, number] : orders) {
+    CAPTURE(name);
+    Tree tree(kLength);
+    for (std::size_t i = 0; i < kCount; ++i) {
+      const auto record = static_cast<std::uint32_t>(number(i) + 1);
+      REQUIRE(tree.tree().Insert(Key(number(i), kLength), record));
+    }
+    tree.Write();
+    CHECK(tree.Findings().empty());
+    CHECK(tree.Entries().size() == kCount);
+    CHECK(tree.levels() <= 18);
   }
 }
 

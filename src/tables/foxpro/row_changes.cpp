@@ -241,12 +241,8 @@ std::uint32_t RowChanges::Insert(std::span<const ColumnValue> values) {
   table_.encoder().PutUngiven(row.record.data());
   for (const ColumnValue& given : values) Put(row, given.column, given.value, nullptr);
 
-  const HeldLock header = table_.locks().LockHeader(table_.file());
-  table_.ReadRecordCount();
-  const std::uint32_t number = NewRecordNumber();
-  // Who has locked the whole table has locked the places of rows to come, too, but not the header.
-  // Nobody waits for the header while holding the lock of a row that is not there yet.
-  const HeldLock place = table_.locks().LockRecord(table_.file(), number);
+  const NewPlace place = LockNewPlace();
+  const std::uint32_t number = place.number;
   const std::vector<NextNumber> numbers = PutNextNumbers(row.record);
   IndexChange index(table_, number);
   index.Compare(nullptr, row);
@@ -262,6 +258,27 @@ std::uint32_t RowChanges::Insert(std::span<const ColumnValue> values) {
     throw;
   }
   return number;
+}
+
+// Who has locked the whole table has locked the places of rows to come, too, but not the header. It
+// may stay so for long, and a workstation opens no table whose header is locked: the header is
+// given up meanwhile.
+RowChanges::NewPlace RowChanges::LockNewPlace() {
+  std::optional<HeldLock> awaited;
+  std::uint32_t awaited_number = 0;
+  for (;;) {
+    HeldLock header = table_.locks().LockHeader(table_.file());
+    table_.ReadRecordCount();
+    const std::uint32_t number = NewRecordNumber();
+    if (awaited && number == awaited_number)
+      return {std::move(header), std::move(*awaited), number};
+    awaited.reset();
+    if (std::optional<HeldLock> record = table_.locks().TryLockRecord(table_.file(), number))
+      return {std::move(header), std::move(*record), number};
+    header.Release();
+    awaited_number = number;
+    awaited = table_.locks().LockRecord(table_.file(), number);
+  }
 }
 
 // REQUIRES: the header lock is held, and the count was read under it.

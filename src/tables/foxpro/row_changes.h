@@ -48,6 +48,12 @@ class RowChanges final : public TableChanges {
   class Announcement;
   class IndexChange;
   struct NextNumber;
+  // The place of a row to come, behind all others, with its locks.
+  struct NewPlace {
+    HeldLock header;
+    HeldLock record;
+    std::uint32_t number;
+  };
 
   void Put(NewRow& row, std::size_t column, const Value& value, const Record* old_record) const;
   void PutMemo(NewRow& row, std::size_t column, const Value& stored,
@@ -57,6 +63,7 @@ class RowChanges final : public TableChanges {
   [[nodiscard]] std::optional<MemoValue> InPlace(const NewRow& row) const;
   void WriteMemos(NewRow& row) const;
 
+  [[nodiscard]] NewPlace LockNewPlace();
   [[nodiscard]] std::uint32_t NewRecordNumber() const;
   [[nodiscard]] std::vector<NextNumber> PutNextNumbers(Record& record) const;
   void WriteNewRow(const Record& record, const std::vector<NextNumber>& numbers,

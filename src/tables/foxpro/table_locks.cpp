@@ -70,13 +70,25 @@ void HeldLock::Release() noexcept {
   file_ = nullptr;
 }
 
+std::uint64_t TableLocks::RecordByte(std::uint32_t record_number) const {
+  if (CountsDown(layout_)) return kHighBase - record_number;
+  return kLowBase + layout_.header_length +
+         (std::uint64_t{record_number} - 1) * layout_.record_length;
+}
+
 HeldLock TableLocks::LockRecord(platform::File& table_file, std::uint32_t record_number) const {
-  const std::uint64_t offset = CountsDown(layout_)
-                                   ? kHighBase - record_number
-                                   : kLowBase + layout_.header_length +
-                                         (std::uint64_t{record_number} - 1) * layout_.record_length;
-  return Take(table_file, {table_.path, offset, L"record " + std::to_wstring(record_number)},
+  return Take(table_file,
+              {table_.path, RecordByte(record_number), L"record " + std::to_wstring(record_number)},
               table_, patience_);
+}
+
+std::optional<HeldLock> TableLocks::TryLockRecord(platform::File& table_file,
+                                                  std::uint32_t record_number) const {
+  const std::uint64_t offset = RecordByte(record_number);
+  const platform::SystemStatus status = table_file.TryLock(offset, kLockLength);
+  if (status.ok()) return HeldLock(table_file, offset, kLockLength);
+  if (status.code() == platform::system_code::kLockViolation) return std::nullopt;
+  throw FileFailure(table_, table_.path, L"locked", status.code());
 }
 
 HeldLock TableLocks::LockHeader(platform::File& table_file) const {

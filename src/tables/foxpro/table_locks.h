@@ -47,12 +47,17 @@ class TableLocks {
       : layout_(layout), table_(table), patience_(patience) {}
 
   [[nodiscard]] HeldLock LockRecord(platform::File& table_file, std::uint32_t record_number) const;
+  // Does not wait: absent while another program holds the record.
+  [[nodiscard]] std::optional<HeldLock> TryLockRecord(platform::File& table_file,
+                                                      std::uint32_t record_number) const;
   // For appending, and for what is allotted for the whole table (automatic numbers, memo blocks).
   [[nodiscard]] HeldLock LockHeader(platform::File& table_file) const;
   [[nodiscard]] HeldLock LockIndex(platform::File& index_file, const std::wstring& path) const;
   [[nodiscard]] HeldLock LockMemo(platform::File& memo_file, const std::wstring& path) const;
 
  private:
+  [[nodiscard]] std::uint64_t RecordByte(std::uint32_t record_number) const;
+
   const TableLayout& layout_;
   const TableIdentity& table_;
   const LockPatience& patience_;

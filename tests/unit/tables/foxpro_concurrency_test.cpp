@@ -352,8 +352,17 @@ TEST_CASE("a table that another program has locked as a whole takes no new rows"
     CHECK(error.number() == error_number::kInUseByAnother);
     CHECK(Contains(error, L"record 2"));
     CHECK(Rows(office.first()) == L"a   1 note of a 1\n");
-    other.Release();
+    // Meanwhile the header is free for workstations, which open the table and append to it.
+    office.DuringPause(2, [&] {
+      HeldFile workstation = office.Workstation(kTable);
+      workstation.Lock(kHeaderLock, 1);
+      workstation.Release();
+      other.Release();
+      if (!indexed) AppendAsWorkstation(office.machine(), "w   ", 2);
+    });
     CHECK(Insert(office.first(), L"b") == 1);
+    CHECK(Rows(office.first()) == (indexed ? L"a   1 note of a 1\nb   1 note of b 2\n"
+                                           : L"a   1 note of a 1\nw   9  2\nb   1 note of b 3\n"));
     CHECK(office.IsSound());
   }
 }

@@ -132,8 +132,8 @@ class TableChanges {
   // kIntegrityViolation naming the tag whose key another row has, kInUseByAnother, kTableDamaged.
   virtual std::uint32_t Insert(std::span<const ColumnValue> values) = 0;
 
-  // Locks the record and reads it anew; false when it is deleted, is no record, or cannot be seen.
-  // Throws kInUseByAnother when the lock could not be had in time.
+  // Locks the record and reads it anew; false when it is no record, or is deleted and the
+  // connection hides deleted rows. Throws kInUseByAnother when the lock could not be had in time.
   virtual bool LockRow(std::uint32_t record_number) = 0;
   // The locked row, also after its update.
   [[nodiscard]] virtual const RowCursor& row() const = 0;

@@ -373,8 +373,10 @@ bool RowChanges::LockRow(std::uint32_t record_number) {
   record_.resize(table_.layout().record_length);
   table_.Read(table_.RecordOffset(record_number), record_);
   if (table_.memo() != nullptr) table_.memo()->Forget();
-  if (record_.front() == record_mark::kDeleted) return false;
-  if (record_.front() != record_mark::kLive) throw NoRecord(table_.identity(), record_number);
+  const bool deleted = record_.front() == record_mark::kDeleted;
+  if (deleted && table_.view().hides_deleted) return false;
+  if (!deleted && record_.front() != record_mark::kLive)
+    throw NoRecord(table_.identity(), record_number);
   row_lock_.emplace(std::move(lock));
   row_number_ = record_number;
   return true;

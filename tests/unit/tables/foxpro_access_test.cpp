@@ -48,11 +48,12 @@ class Shop {
   }
 
   std::unique_ptr<Connection> Connect(const std::wstring& text = kString,
-                                      CursorLocation location = CursorLocation::kClient) {
+                                      CursorLocation location = CursorLocation::kClient,
+                                      ConnectMode mode = ConnectMode::kRead) {
     auto connection = access_.MakeConnection();
     connection->set_connection_string(text);
     connection->set_cursor_location(location);
-    connection->set_mode(ConnectMode::kRead);
+    connection->set_mode(mode);
     connection->Open();
     return connection;
   }
@@ -545,6 +546,19 @@ TEST_CASE("Deleted=FALSE shows deleted rows") {
   Shop shop;
   const auto connection = shop.Connect(L"Data Source=C:\\Data;Deleted=FALSE");
   CHECK(Ids(*connection->Execute(L"SELECT ID FROM T")).size() == 4);
+}
+
+TEST_CASE("Deleted=FALSE changes deleted rows, which stay deleted") {
+  Shop shop;
+  const auto showing = shop.Connect(L"Data Source=C:\\Data;Deleted=FALSE", CursorLocation::kServer,
+                                    ConnectMode::kReadWrite);
+  showing->Execute(L"UPDATE T SET ID = 'changed' WHERE ID = 'gone'");
+  CHECK(showing->records_affected() == 1);
+  showing->Execute(L"DELETE FROM T WHERE ID = 'changed'");
+  CHECK(showing->records_affected() == 1);
+  CHECK(Ids(*showing->Execute(L"SELECT ID FROM T WHERE ID = 'changed'")).size() == 1);
+  const auto hiding = shop.Connect(L"Data Source=C:\\Data");
+  CHECK(Ids(*hiding->Execute(L"SELECT ID FROM T WHERE ID = 'changed'")).empty());
 }
 
 TEST_CASE("the connection string is read without regard to case, blanks and quotes") {

@@ -223,6 +223,14 @@ ExpressionPointer ExpressionParser::ParseSigned() {
   return expression;
 }
 
+// Whether the word where an operand has to stand is what comes behind one. ORDER BY is a column and
+// its alias inside of a list only.
+bool ExpressionParser::OperandIsMissing() const {
+  if (IsKeyword(Current(), L"ORDER") && IsKeyword(Ahead(1), L"BY"))
+    return Ahead(2).kind != TokenKind::kComma && !IsKeyword(Ahead(2), L"FROM");
+  return IsInfixKeyword(Current()) && BeginsOperand(Ahead(1)) && !IsInfixKeyword(Ahead(1));
+}
+
 ExpressionPointer ExpressionParser::ParsePrimary() {
   const std::size_t position = Current().position;
   if (At(TokenKind::kLiteral)) return MakeExpression(position, Literal{TakeLiteral()});
@@ -232,9 +240,7 @@ ExpressionPointer ExpressionParser::ParsePrimary() {
     Expect(TokenKind::kClose, L"an operator or \")\"");
     return inner;
   }
-  const bool misplaced_operator =
-      IsInfixKeyword(Current()) && BeginsOperand(Ahead(1)) && !IsInfixKeyword(Ahead(1));
-  if (!At(TokenKind::kWord) || misplaced_operator) ThrowExpected(L"a column or a value");
+  if (!At(TokenKind::kWord) || OperandIsMissing()) ThrowExpected(L"a column or a value");
   if (Ahead(1).kind == TokenKind::kOpen) return ParseCall();
   if (EqualIgnoringCase(Current().text, L"NULL") && Ahead(1).kind != TokenKind::kDot) {
     Advance();

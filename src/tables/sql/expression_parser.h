@@ -44,6 +44,7 @@ class ExpressionParser : protected TokenReader {
   ExpressionPointer ParseConnective(bool conjunction);
   bool TakeNot();
   static bool IsInfixKeyword(const Token& token);
+  [[nodiscard]] bool OperandIsMissing() const;
   ExpressionPointer ParseNot();
   ExpressionPointer ParsePredicate();
   [[nodiscard]] bool SetPredicateAhead() const;

@@ -207,6 +207,11 @@ class Lexer {
     text += what;
     text += L" that begins here has no closing ";
     text += end;
+    if (end == statement_[start_]) {
+      text += L"; inside text write ";
+      text += end;
+      text += L" twice";
+    }
     throw StatementError(start_, text);
   }
 

@@ -97,6 +97,9 @@ class StatementParser final : private ExpressionParser {
   Assignment ParseAssignment() {
     Assignment assignment{};
     assignment.position = Current().position;
+    if (AtKeyword(L"WHERE") && Ahead(1).kind != TokenKind::kEqual &&
+        Ahead(1).kind != TokenKind::kDot)
+      ThrowExpected(L"a column");
     assignment.column = ParseColumnName();
     Expect(TokenKind::kEqual, L"\"=\" behind the column");
     assignment.value = ParseExpression();

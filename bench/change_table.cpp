@@ -1,24 +1,25 @@
-// How fast the embedded engine changes rows: change_table FOLDER, where the folder is scratch.
-// Prints a line per measurement: name, rows, seconds, seconds of a plain loop that reads and
-// rewrites every row (or nothing), separated by tabs; last the most memory the program held, in MB.
-#include <sys/resource.h>
-
+// How fast the embedded engine changes rows and finds keys: change_table FOLDER MEASUREMENT COUNT,
+// where the folder is scratch and the measurement is one of those at the end. Prints its costs and
+// its memory as bench/measure.h says; bench/compare.py runs all of them and compares.
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "folder_files.h"
+#include "measure.h"
+#include "measured_folder.h"
 #include "steady_clock.h"
 #include "tables/foxpro/embedded_table_access.h"
 #include "tables/foxpro/stored_table.h"
+#include "tables/foxpro/structural_index.h"
+#include "tables/foxpro/table_files.h"
 #include "tables/table_builder.h"
 
 namespace {
@@ -26,26 +27,14 @@ namespace {
 using namespace tdefault;
 using namespace tdefault::tables;
 
-constexpr wchar_t kFolder[] = L"C:\\Data";
-constexpr wchar_t kTable[] = L"C:\\Data\\need.dbf";
+constexpr int kRounds = 5;
+constexpr std::uint32_t kFilledRows = 100000;
 
 // Choice "2" of the kit defaults, the one whose rows depend on other rows.
 constexpr wchar_t kUpdate[] =
     L"UPDATE Need SET Need=.T., Changed={03-07-2001},Changedby=-121, Changstat=1 WHERE "
     L"UPPER(Hw_part_id) = 'HWAH00448' OR NOT EXIST (SELECT 1 FROM Need as b WHERE Need.Car_id = "
     L"b.Car_id and Need.Part_id = b.Part_id and b.Hw_part_id = 'HWAH00448')";
-
-template <class Measured>
-double Seconds(const Measured& measured) {
-  const auto start = std::chrono::steady_clock::now();
-  measured();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-void Print(const std::string& name, std::uint32_t rows, double seconds, double plain) {
-  std::printf("%s\t%u\t%.4f\t%.4f\n", name.c_str(), rows, seconds, plain);
-  std::fflush(stdout);
-}
 
 void Append32(std::string& record, std::uint32_t number) {
   for (unsigned shift = 0; shift < 32; shift += 8)
@@ -71,7 +60,18 @@ std::vector<tests::ColumnSpec> Columns() {
           {"CHANGED", 'D', 8}, {"CHANGEDBY", 'I', 4}, {"CHANGSTAT", 'N', 2}};
 }
 
-// Returns the length of the header.
+std::filesystem::path FilledFolder(const std::filesystem::path& folder) {
+  return folder / "filled";
+}
+
+// What was written before a measurement is on the disk when it begins.
+void Settle(bench::MeasuredFolder& folder, const wchar_t* name) {
+  const auto file = folder.files().Open(folder.PathOf(name), platform::FileAccess::kReadWrite,
+                                        platform::FileShare::kReadWrite);
+  static_cast<void>(file.value()->Flush());
+}
+
+// Row by row, so that making the table takes no memory. Returns the length of the header.
 std::size_t WriteTable(const std::filesystem::path& folder, std::uint32_t rows,
                        const std::vector<tests::TagSpec>& tags) {
   tests::TableSpec spec;
@@ -82,109 +82,210 @@ std::size_t WriteTable(const std::filesystem::path& folder, std::uint32_t rows,
   const std::size_t header = low + 256U * static_cast<unsigned char>(files.table[9]);
   files.table.resize(header);
   for (unsigned i = 0; i < 4; ++i) files.table[4 + i] = static_cast<char>(rows >> (8 * i) & 0xFFU);
-  for (std::uint32_t row = 0; row < rows; ++row) files.table += Record(row);
-  files.table.push_back('\x1a');
-  std::ofstream(folder / "need.dbf", std::ios::binary) << files.table;
+  std::ofstream table(folder / "need.dbf", std::ios::binary);
+  table << files.table;
+  for (std::uint32_t row = 0; row < rows; ++row) table << Record(row);
+  table << '\x1a';
   std::filesystem::remove(folder / "need.cdx");
   if (!tags.empty()) std::ofstream(folder / "need.cdx", std::ios::binary) << files.index;
   return header;
 }
 
-void RewriteEveryRow(platform::Files& files, std::size_t header, std::uint32_t rows) {
-  auto file =
-      files.Open(kTable, platform::FileAccess::kReadWrite, platform::FileShare::kReadWrite).value();
-  std::vector<std::uint8_t> record(Record(0).size());
-  for (std::uint32_t row = 0; row < rows; ++row) {
-    const std::uint64_t offset = header + std::uint64_t{row} * record.size();
-    static_cast<void>(file->ReadAt(offset, record));
-    static_cast<void>(file->WriteAt(offset, record));
-  }
-  // As closing the connection does.
-  static_cast<void>(file->Flush());
-}
-
-std::unique_ptr<Connection> Connect(TableAccess& access) {
+std::unique_ptr<Connection> Connect(TableAccess& access, const bench::MeasuredFolder& folder) {
   auto connection = access.MakeConnection();
-  connection->set_connection_string(
-      L"Data Source=C:\\Data;Collating Sequence=GENERAL;Deleted=TRUE;");
+  connection->set_connection_string(folder.ConnectionString());
   connection->set_mode(ConnectMode::kReadWrite);
   connection->Open();
   return connection;
 }
 
-void MeasureUpdate(const std::filesystem::path& folder, platform::Files& files,
-                   std::uint32_t rows) {
-  bench::SteadyClock clock;
-  foxpro::EmbeddedTableAccess access(files, foxpro::LockPatience{clock}, 1252);
-  const std::size_t header = WriteTable(folder, rows, {});
-  const double plain = Seconds([&] { RewriteEveryRow(files, header, rows); });
-  const double update = Seconds([&] {
-    const auto connection = Connect(access);
-    static_cast<void>(connection->Execute(kUpdate));
-    connection->Close();
-  });
-  Print("UPDATE of the kit rows", rows, update, plain);
+// Reads and writes every row at its place, as simply as can be; without locks.
+void RewriteEveryRow(platform::File& file, std::size_t header, std::uint32_t rows) {
+  std::vector<std::uint8_t> record(Record(0).size());
+  for (std::uint32_t row = 0; row < rows; ++row) {
+    const std::uint64_t offset = header + std::uint64_t{row} * record.size();
+    static_cast<void>(file.ReadAt(offset, record));
+    static_cast<void>(file.WriteAt(offset, record));
+  }
 }
 
-void MeasureInsert(const std::filesystem::path& folder, platform::Files& files) {
-  constexpr std::int32_t kBefore = 100000;
-  constexpr std::int32_t kNew = 1000;
+// Small tables are over fast, so they need more rounds to meet a quiet moment.
+int RoundsFor(std::uint32_t rows) { return rows >= 100000 ? 3 : rows >= 10000 ? 8 : 30; }
+
+void MeasurePlain(const std::filesystem::path& path, std::uint32_t rows) {
+  bench::MeasuredFolder folder(path);
+  const std::size_t header = WriteTable(path, rows, {});
+  bench::Cost loop;
+  bench::Cost flush;
+  for (int round = 0; round < RoundsFor(rows); ++round) {
+    Settle(folder, L"need.dbf");
+    const auto file =
+        folder.files().Open(folder.PathOf(L"need.dbf"), platform::FileAccess::kReadWrite,
+                            platform::FileShare::kReadWrite);
+    loop.KeepLeast(bench::CostOf([&] { RewriteEveryRow(*file.value(), header, rows); }));
+    flush.KeepLeast(bench::CostOf([&] { static_cast<void>(file.value()->Flush()); }));
+  }
+  bench::Print("loop", rows, loop);
+  bench::Print("flush", rows, flush);
+}
+
+void MeasureUpdate(const std::filesystem::path& path, std::uint32_t rows) {
+  bench::MeasuredFolder folder(path);
   bench::SteadyClock clock;
-  WriteTable(folder, 0,
-             {{.name = "CAR", .expression = "CAR_ID", .key_length = 4},
+  foxpro::EmbeddedTableAccess access(folder.files(), foxpro::LockPatience{clock}, 1252);
+  bench::Cost statement;
+  bench::Cost flush;
+  for (int round = 0; round < RoundsFor(rows); ++round) {
+    WriteTable(path, rows, {});
+    Settle(folder, L"need.dbf");
+    const auto connection = Connect(access, folder);
+    statement.KeepLeast(bench::CostOf([&] { static_cast<void>(connection->Execute(kUpdate)); }));
+    flush.KeepLeast(bench::CostOf([&] { connection->Close(); }));
+  }
+  bench::Print("statement", rows, statement);
+  bench::Print("flush", rows, flush);
+}
+
+// Makes the table with three tags that the measurements below begin with.
+void Fill(const std::filesystem::path& scratch, std::uint32_t rows) {
+  const std::filesystem::path path = FilledFolder(scratch);
+  std::filesystem::create_directories(path);
+  WriteTable(path, 0,
+             {{.name = "CAR", .expression = "CAR_ID", .key_length = 4, .candidate = true},
               {.name = "HW", .expression = "HW_PART_ID", .key_length = 10},
               {.name = "CHANGED", .expression = "CHANGED", .key_length = 8}});
-  {
-    foxpro::TableFolder tables(files, kFolder, foxpro::TableView(), foxpro::LockPatience{clock});
-    const auto table = tables.OpenTable(L"Need");
-    const auto changes = table->Change();
-    const double filling = Seconds([&] {
-      for (std::int32_t row = 0; row < kBefore; ++row) {
-        const std::array values = {ColumnValue{0, row * 7919 % kBefore}, ColumnValue{1, row},
-                                   ColumnValue{2, L"HW" + std::to_wstring(row * 31 % 5000)},
-                                   ColumnValue{4, Date{2451976 + row % 365}}};
-        changes->Insert(values);
-      }
-    });
-    Print("rows into a table with three tags", kBefore, filling, 0);
-  }
-  foxpro::EmbeddedTableAccess access(files, foxpro::LockPatience{clock}, 1252);
-  const double inserting = Seconds([&] {
-    const auto connection = Connect(access);
-    for (std::int32_t row = 0; row < kNew; ++row) {
-      const std::wstring number = std::to_wstring(row * 97);
-      static_cast<void>(connection->Execute(
-          L"INSERT INTO Need (Car_id,Part_id,Hw_part_id,Need,Changed,Changedby,Changstat) VALUES "
-          L"(" +
-          number + L",1,'HW" + number + L"',.T.,{03-07-2001},-121,1)"));
+  bench::MeasuredFolder folder(path);
+  bench::SteadyClock clock;
+  foxpro::TableFolder tables(folder.files(), folder.path(), foxpro::TableView(),
+                             foxpro::LockPatience{clock});
+  const auto table = tables.OpenTable(L"Need");
+  const auto changes = table->Change();
+  const bench::Cost cost = bench::CostOf([&] {
+    for (std::uint32_t row = 0; row < rows; ++row) {
+      const auto number = static_cast<std::int32_t>(row);
+      // Every number below 100,000 once.
+      const auto car = static_cast<std::int32_t>(std::uint64_t{row} * 7919 % kFilledRows);
+      const std::array values = {ColumnValue{0, car}, ColumnValue{1, number},
+                                 ColumnValue{2, L"HW" + std::to_wstring(row * 31 % 5000)},
+                                 ColumnValue{4, Date{2451976 + number % 365}}};
+      changes->Insert(values);
     }
-    connection->Close();
   });
-  Print("INSERT statements into 100,000 rows", kNew, inserting, 0);
+  bench::Print("fill", rows, cost);
 }
 
-void MeasureAll(const std::filesystem::path& folder) {
+void MeasureInsert(const std::filesystem::path& path, std::uint32_t rows) {
+  bench::MeasuredFolder folder(path);
+  bench::SteadyClock clock;
+  foxpro::EmbeddedTableAccess access(folder.files(), foxpro::LockPatience{clock}, 1252);
+  bench::Cost statements;
+  bench::Cost flush;
+  for (int round = 0; round < kRounds; ++round) {
+    for (const char* name : {"need.dbf", "need.cdx"}) {
+      std::filesystem::copy_file(FilledFolder(path) / name, path / name,
+                                 std::filesystem::copy_options::overwrite_existing);
+    }
+    Settle(folder, L"need.dbf");
+    Settle(folder, L"need.cdx");
+    const auto connection = Connect(access, folder);
+    statements.KeepLeast(bench::CostOf([&] {
+      for (std::uint32_t row = 0; row < rows; ++row) {
+        const std::wstring number = std::to_wstring(kFilledRows + row * 97 % 1009);
+        static_cast<void>(connection->Execute(
+            L"INSERT INTO Need (Car_id,Part_id,Hw_part_id,Need,Changed,Changedby,Changstat) "
+            L"VALUES (" +
+            number + L",1,'HW" + number + L"',.T.,{03-07-2001},-121,1)"));
+      }
+    }));
+    flush.KeepLeast(bench::CostOf([&] { connection->Close(); }));
+  }
+  bench::Print("statements", rows, statements);
+  bench::Print("flush", rows, flush);
+}
+
+// Seeks keys in the index as the check of a unique tag does before every change, the look at the
+// file for changes of others included.
+void MeasureSeek(const std::filesystem::path& path, std::uint32_t count) {
+  bench::MeasuredFolder folder(FilledFolder(path));
+  bench::SteadyClock clock;
+  foxpro::TableFiles table(folder.files(), {L"Need", folder.PathOf(L"need.dbf")},
+                           foxpro::TableView(), foxpro::LockPatience{clock});
+  table.AllowChanges();
+  std::vector<std::uint8_t> record(table.layout().record_length);
+  bench::Cost cost;
+  for (int round = 0; round < kRounds; ++round) {
+    cost.KeepLeast(bench::CostOf([&] {
+      const foxpro::HeldLock lock = table.LockIndex();
+      for (std::uint32_t i = 0; i < count; ++i) {
+        const std::uint32_t number =
+            1 + static_cast<std::uint32_t>(std::uint64_t{i} * 7919 % table.layout().record_count);
+        table.Read(table.RecordOffset(number), record);
+        table.index()->Refresh();
+        table.index()->CheckUnique(table.index()->KeysOf(record.data(), number), number);
+      }
+    }));
+  }
+  bench::Print("seek", count, cost);
+}
+
+// `statement` as often as `count` says, in the table of Fill.
+void MeasureSelect(const std::filesystem::path& path, std::uint32_t count, const char* name,
+                   const wchar_t* statement) {
+  bench::MeasuredFolder folder(FilledFolder(path));
+  bench::SteadyClock clock;
+  foxpro::EmbeddedTableAccess access(folder.files(), foxpro::LockPatience{clock}, 1252);
+  const auto connection = Connect(access, folder);
+  bench::Cost cost;
+  for (std::uint32_t round = 0; round < count; ++round) {
+    cost.KeepLeast(bench::CostOf([&] {
+      const auto recordset = connection->Execute(statement);
+      for (; !recordset->eof(); recordset->MoveNext())
+        for (std::int32_t column = 0; column < recordset->field_count(); ++column)
+          static_cast<void>(recordset->field(column).value());
+    }));
+  }
+  bench::Print(name, kFilledRows, cost);
+}
+
+void MeasureKey(const std::filesystem::path& path, std::uint32_t count) {
+  MeasureSelect(path, count, "key", L"SELECT Part_id FROM Need WHERE Car_id = 4711");
+}
+
+void MeasureScan(const std::filesystem::path& path, std::uint32_t count) {
+  MeasureSelect(path, count, "scan", L"SELECT Part_id FROM Need");
+}
+
+struct Measurement {
+  std::string_view name;
+  void (*run)(const std::filesystem::path& folder, std::uint32_t count);
+};
+
+constexpr Measurement kMeasurements[] = {{"plain", MeasurePlain}, {"update", MeasureUpdate},
+                                         {"fill", Fill},          {"insert", MeasureInsert},
+                                         {"seek", MeasureSeek},   {"key", MeasureKey},
+                                         {"scan", MeasureScan}};
+
+bool Measure(const std::filesystem::path& folder, std::string_view name, std::uint32_t count) {
   std::filesystem::create_directories(folder);
-  bench::FolderFiles files(folder);
-  for (const std::uint32_t rows : {1000U, 10000U, 100000U}) MeasureUpdate(folder, files, rows);
-  MeasureInsert(folder, files);
-  struct rusage usage {};
-  getrusage(RUSAGE_SELF, &usage);
-  std::printf("most memory (MB)\t%ld\t0\t0\n", usage.ru_maxrss / 1024);
+  for (const Measurement& measurement : kMeasurements) {
+    if (measurement.name != name) continue;
+    measurement.run(folder, count);
+    bench::PrintPeak();
+    return true;
+  }
+  return false;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::fprintf(stderr, "usage: change_table FOLDER\n");
-    return 2;
-  }
   try {
-    MeasureAll(argv[1]);
+    if (argc == 4 && Measure(argv[1], argv[2], static_cast<std::uint32_t>(std::atoi(argv[3]))))
+      return 0;
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s\n", error.what());
+    std::fprintf(stderr, "change_table: %s\n", error.what());
     return 1;
   }
-  return 0;
+  std::fprintf(stderr, "usage: change_table FOLDER plain|update|fill|insert|seek|key|scan COUNT\n");
+  return 2;
 }

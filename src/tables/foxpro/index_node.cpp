@@ -99,14 +99,19 @@ std::wstring DecodeInner(const IndexPage& page, const TreeShape& shape, std::siz
 }
 
 // All padding at the end counts as such, so that a key equal to the one before shares what is left.
-std::size_t TrailOf(std::string_view key, char padding) {
-  const std::size_t last = key.find_last_not_of(padding);
-  return last == std::string_view::npos ? key.size() : key.size() - last - 1;
+std::size_t TrailOf(const char* key, std::size_t length, char padding) {
+  std::size_t kept = length;
+  while (kept > 0 && key[kept - 1] == padding) --kept;
+  return length - kept;
 }
 
-std::size_t CommonLength(std::string_view left, std::string_view right) {
-  return static_cast<std::size_t>(
-      std::mismatch(left.begin(), left.end(), right.begin(), right.end()).first - left.begin());
+std::size_t CommonLength(const char* left, const char* right, std::size_t length) {
+  constexpr std::size_t kStride = 4;  // keys of numbers are 4 or 8 bytes long
+  std::size_t common = 0;
+  while (common + kStride <= length && std::memcmp(left + common, right + common, kStride) == 0)
+    common += kStride;
+  while (common < length && left[common] == right[common]) ++common;
+  return common;
 }
 
 struct Packed {
@@ -114,13 +119,13 @@ struct Packed {
   std::size_t trail;
 };
 
-// How the key at `index` is packed behind the one before it; `first` is the page's first.
+// How the key at `index` is packed behind the one before it; `first` is the page's first. Every
+// change of a page asks this for all of its keys.
 Packed Pack(const IndexNode& node, const TreeShape& shape, std::size_t index, std::size_t first) {
-  const std::string_view key = KeyAt(node, shape, index);
-  const std::size_t trail = TrailOf(key, shape.padding);
+  const char* const key = node.keys.data() + index * shape.key_length;
+  const std::size_t trail = TrailOf(key, shape.key_length, shape.padding);
   if (index == first) return {0, trail};
-  const std::size_t common = CommonLength(key, KeyAt(node, shape, index - 1));
-  return {std::min(common, shape.key_length - trail), trail};
+  return {CommonLength(key, key - shape.key_length, shape.key_length - trail), trail};
 }
 
 std::uint32_t HighestRecord(const IndexNode& node, std::size_t first, std::size_t count) {
@@ -143,7 +148,7 @@ void EncodeLeaf(const IndexNode& node, const TreeShape& shape, IndexPage& page) 
       page[next++] = static_cast<std::uint8_t>(entry);
     const std::size_t stored = shape.key_length - duplicates - trail;
     text -= stored;
-    std::memcpy(page.data() + text, KeyAt(node, shape, i).data() + duplicates, stored);
+    std::memcpy(page.data() + text, node.keys.data() + i * shape.key_length + duplicates, stored);
   }
   StoreLittleEndian16(page, leaf_page::kFree, static_cast<std::uint32_t>(text - next));
   StoreLittleEndian32(page, leaf_page::kRecordMask, LowBits(packing.record_bits));

@@ -14,6 +14,9 @@
 namespace tdefault::tables::sql {
 namespace {
 
+// With the white space around it: an estimate that spares most growing of the list of tokens.
+constexpr std::size_t kUsualTokenLength = 4;
+
 constexpr bool IsDigit(wchar_t character) { return character >= L'0' && character <= L'9'; }
 
 constexpr bool IsWordStart(wchar_t character) {
@@ -78,7 +81,9 @@ constexpr std::array kOperators = {
 
 class Lexer {
  public:
-  explicit Lexer(std::wstring_view statement) : statement_(statement) {}
+  explicit Lexer(std::wstring_view statement) : statement_(statement) {
+    tokens_.reserve(statement.size() / kUsualTokenLength);
+  }
 
   std::vector<Token> Run() {
     for (;;) {
@@ -121,6 +126,7 @@ class Lexer {
   }
 
   [[nodiscard]] const DottedWord* DottedWordAt(std::size_t position) const {
+    if (At(position) != L'.') return nullptr;
     for (const DottedWord& word : DottedWords())
       if (EqualIgnoringCase(statement_.substr(position, word.text.size()), word.text)) return &word;
     return nullptr;

@@ -15,15 +15,10 @@ build() {
   fi
 }
 
-build native-release decode_table change_table
-build win64 open_catalogue
+build native-release read_table change_table
+build win64 read_table change_table open_catalogue
 
-echo "== Decoding a table of 1,000,000 definitions (native)"
-/usr/bin/python3 bench/decode_python.py build/native-release/bench/decode_table build/bench/large
-
-echo
-echo "== Changing 1,000, 10,000 and 100,000 rows, and adding 1,000 (native)"
-/usr/bin/python3 bench/change_python.py build/native-release/bench/change_table build/bench/changed
+/usr/bin/python3 bench/compare.py build/bench
 
 echo
 echo "== Opening the sample shop with 150, 1,500 and 15,000 definitions (under Wine)"

@@ -38,7 +38,8 @@ class Cost:
     rows: int = 0
 
     def __add__(self, other: Cost) -> Cost:
-        return Cost(self.wall + other.wall, self.processor + other.processor, self.memory, self.rows)
+        known = [part for part in (self.processor, other.processor) if not math.isnan(part)]
+        return Cost(self.wall + other.wall, sum(known) if known else math.nan, self.memory, self.rows)
 
     def per_row(self) -> Cost:
         return Cost(self.wall / self.rows, self.processor / self.rows)

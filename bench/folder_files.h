@@ -1,6 +1,6 @@
-// The files of one real folder as a platform port, for measuring on this machine: opens and lists
-// for reading, refuses everything else. Every path names a file of the folder by its last part, in
-// any letter case.
+// The files of one real folder as a platform port, for measuring on this machine: opens, reads,
+// writes and locks them, refuses everything else. Every path names a file of the folder by its last
+// part, in any letter case.
 #pragma once
 
 #include <filesystem>

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 
 namespace tdefault {
 
@@ -118,10 +119,16 @@ wchar_t CodePage::Decode(unsigned char byte) const noexcept {
                      : static_cast<wchar_t>(table_->upper_half[byte - 0x80U]);
 }
 
+// Most text is ASCII, which every page shares: it is widened in one sweep, and only text with other
+// characters is looked at again.
 std::wstring CodePage::Decode(std::string_view bytes) const {
-  std::wstring text(bytes.size(), L'\0');
-  std::transform(bytes.begin(), bytes.end(), text.begin(),
-                 [this](char byte) { return Decode(static_cast<unsigned char>(byte)); });
+  const std::span stored(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+  std::wstring text(stored.begin(), stored.end());
+  unsigned char all = 0;
+  for (const unsigned char byte : stored) all |= byte;
+  if (all < 0x80) return text;
+  std::transform(stored.begin(), stored.end(), text.begin(),
+                 [this](unsigned char byte) { return Decode(byte); });
   return text;
 }
 

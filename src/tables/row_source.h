@@ -63,9 +63,9 @@ class RowCursor {
   // table, record and column when the stored bytes are no value of the column.
   [[nodiscard]] virtual Value Read(std::size_t column) const = 0;
 
-  // The bytes of Read's text, padding included, where the row holds it in the column's code page
-  // and need not make it: they last until the next step. Absent for a null, and for any column
-  // without fixed width. REQUIRES: as Read.
+  // The bytes of Read's text in the column's code page, padding included, where they need not be
+  // made: they last until the next step or call. Absent for a null, and for any column but memo
+  // text and text of fixed width. Throws as Read.
   [[nodiscard]] virtual std::optional<std::string_view> StoredText(std::size_t /*column*/) const {
     return std::nullopt;
   }

@@ -172,27 +172,11 @@ std::optional<Date> ParseStoredDate(std::string_view text) {
 }
 
 RecordDecoder::RecordDecoder(const TableLayout& layout, const TableIdentity& table, MemoFile* memo)
-    : layout_(layout), table_(table), memo_(memo) {
-  for (std::size_t byte = 0; byte < characters_.size(); ++byte)
-    characters_[byte] = layout.code_page.Decode(static_cast<unsigned char>(byte));
-}
+    : layout_(layout), table_(table), memo_(memo) {}
 
 bool RecordDecoder::Flag(const std::uint8_t* record, std::size_t bit) const {
   const std::uint8_t byte = record[layout_.null_flags_offset + bit / 8];
   return (byte >> (bit % 8) & 1U) != 0;
-}
-
-// Most text is ASCII, which every page shares: it is widened in one sweep, and only text with other
-// characters is looked at again.
-std::wstring RecordDecoder::DecodeText(std::string_view bytes) const {
-  const auto stored = Unsigned(bytes);
-  std::wstring text(stored.begin(), stored.end());
-  std::uint8_t all = 0;
-  for (const std::uint8_t byte : stored) all |= byte;
-  if (all < 0x80) return text;
-  std::transform(stored.begin(), stored.end(), text.begin(),
-                 [this](std::uint8_t byte) { return characters_[byte]; });
-  return text;
 }
 
 std::string_view RecordDecoder::VariableLength(std::string_view bytes,
@@ -217,27 +201,25 @@ std::uint32_t RecordDecoder::MemoBlock(std::size_t column, const std::uint8_t* r
                      L"the stored bytes are no block number of a memo file");
 }
 
-Value RecordDecoder::DecodeMemo(const StoredColumn& stored, std::uint32_t block,
-                                const ValuePlace& place) const {
-  std::string_view data;
-  if (block != 0) {
-    if (memo_ == nullptr) {
-      throw RefusedValue(place,
-                         L"the value stands in a memo file of dBASE (.dbt), which is not read",
-                         L"Copy the table to a new table with FoxPro and use that one.");
-    }
-    data = memo_->Read(block, place);
+std::string_view RecordDecoder::MemoData(std::uint32_t block, const ValuePlace& place) const {
+  if (block == 0) return {};
+  if (memo_ == nullptr) {
+    throw RefusedValue(place, L"the value stands in a memo file of dBASE (.dbt), which is not read",
+                       L"Copy the table to a new table with FoxPro and use that one.");
   }
-  if (stored.column.kind == ColumnKind::kBinary) return ToBytes(data);
-  return DecodeText(data);
+  return memo_->Read(block, place);
 }
 
 std::optional<std::string_view> RecordDecoder::StoredText(std::size_t column,
-                                                          const std::uint8_t* record) const {
+                                                          const std::uint8_t* record,
+                                                          std::uint32_t record_number) const {
   const StoredColumn& stored = layout_.columns[column];
-  const bool null = stored.null_bit && Flag(record, *stored.null_bit);
-  if (null || !stored.column.fixed_width || stored.column.kind != ColumnKind::kText)
-    return std::nullopt;
+  if (stored.null_bit && Flag(record, *stored.null_bit)) return std::nullopt;
+  if (stored.column.kind == ColumnKind::kMemo) {
+    const ValuePlace place{table_, record_number, stored.column.name};
+    return MemoData(MemoBlock(column, record, record_number), place);
+  }
+  if (!stored.column.fixed_width || stored.column.kind != ColumnKind::kText) return std::nullopt;
   return std::string_view(reinterpret_cast<const char*>(record + stored.offset),
                           static_cast<std::size_t>(stored.column.length));
 }
@@ -271,11 +253,13 @@ Value RecordDecoder::Decode(std::size_t column, const std::uint8_t* record,
     case 'G':
     case 'P':
     case 'W':
-      return DecodeMemo(stored, MemoBlock(column, record, record_number), place);
+      bytes = MemoData(MemoBlock(column, record, record_number), place);
+      if (stored.column.kind == ColumnKind::kBinary) return ToBytes(bytes);
+      return layout_.code_page.Decode(bytes);
     case 'Q':
       return ToBytes(bytes);
     default:
-      return DecodeText(bytes);
+      return layout_.code_page.Decode(bytes);
   }
 }
 

@@ -1,7 +1,6 @@
 // From the bytes of a record to the values of its columns.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -36,10 +35,12 @@ class RecordDecoder {
   [[nodiscard]] Value Decode(std::size_t column, const std::uint8_t* record,
                              std::uint32_t record_number) const;
 
-  // The text's bytes as they stand in the record; absent for a null and for a column that is no
-  // text of fixed width. REQUIRES: as Decode.
+  // The text's bytes as they stand in the record, or in the memo file, until the next call; absent
+  // for a null and for a column that is neither text of fixed width nor memo text. Throws and
+  // REQUIRES as Decode.
   [[nodiscard]] std::optional<std::string_view> StoredText(std::size_t column,
-                                                           const std::uint8_t* record) const;
+                                                           const std::uint8_t* record,
+                                                           std::uint32_t record_number) const;
 
   // The block of the memo file at which the value starts; 0 for an empty or null one. Throws
   // kTableDamaged naming the place. REQUIRES: the column is a memo column.
@@ -48,16 +49,14 @@ class RecordDecoder {
 
  private:
   [[nodiscard]] bool Flag(const std::uint8_t* record, std::size_t bit) const;
-  [[nodiscard]] std::wstring DecodeText(std::string_view bytes) const;
-  [[nodiscard]] Value DecodeMemo(const StoredColumn& stored, std::uint32_t block,
-                                 const ValuePlace& place) const;
+  // The value's bytes until the next call; none for block 0.
+  [[nodiscard]] std::string_view MemoData(std::uint32_t block, const ValuePlace& place) const;
   [[nodiscard]] std::string_view VariableLength(std::string_view bytes,
                                                 const ValuePlace& place) const;
 
   const TableLayout& layout_;
   const TableIdentity& table_;
   MemoFile* memo_;
-  std::array<wchar_t, 256> characters_{};  // of the table's code page, by byte
 };
 
 }  // namespace tdefault::tables::foxpro

@@ -3,36 +3,40 @@
 #include <bit>
 #include <string_view>
 
-#include "base/text.h"
-
 namespace tdefault::tables::foxpro {
 
 void RowSnapshot::Add(const sql::Rows& rows) {
+  added_.clear();
   for (std::size_t column = 0; column < columns_.size(); ++column) {
     try {
-      cells_.push_back(Keep(rows.Read(column), columns_[column]));
+      cells_.push_back(Keep(rows, column, added_));
     } catch (const Error& error) {
       cells_.push_back({errors_.size(), 0, Form::kError});
       errors_.push_back(error);
     }
   }
-  ++size_;
+  bytes_.emplace_back(added_);
 }
 
 void RowSnapshot::Replace(std::size_t row, std::size_t column, const Value& value) {
-  cells_[row * columns_.size() + column] = Keep(value, columns_[column]);
+  cells_[row * columns_.size() + column] = Keep(value, bytes_[row]);
 }
 
-RowSnapshot::Cell RowSnapshot::KeepText(std::wstring_view text) {
-  const Cell cell{texts_.size(), static_cast<std::uint32_t>(text.size()), Form::kText};
-  texts_ += text;
-  return cell;
+RowSnapshot::Cell RowSnapshot::Keep(const sql::Rows& rows, std::size_t column, std::string& bytes) {
+  if (columns_[column].code_page) {
+    if (const auto stored = rows.StoredText(column)) {
+      const Cell cell{bytes.size(), static_cast<std::uint32_t>(stored->size()), Form::kStoredText};
+      bytes += *stored;
+      return cell;
+    }
+  }
+  return Keep(rows.Read(column), bytes);
 }
 
-RowSnapshot::Cell RowSnapshot::Keep(const Value& value, const Column& column) {
+RowSnapshot::Cell RowSnapshot::Keep(const Value& value, std::string& bytes) {
   struct Visitor {
     RowSnapshot& snapshot;
-    const Column& column;
+    std::string& bytes;
 
     Cell operator()(const Null&) const { return {}; }
     Cell operator()(bool flag) const { return {flag ? 1U : 0U, 0, Form::kLogical}; }
@@ -46,9 +50,9 @@ RowSnapshot::Cell RowSnapshot::Keep(const Value& value, const Column& column) {
       return {static_cast<std::uint64_t>(number.ten_thousandths), 0, Form::kCurrency};
     }
     Cell operator()(const std::wstring& text) const {
-      const bool padded =
-          column.fixed_width && text.size() == static_cast<std::size_t>(column.length);
-      return snapshot.KeepText(padded ? TrimTrailingBlanks(text) : std::wstring_view(text));
+      const Cell cell{snapshot.texts_.size(), static_cast<std::uint32_t>(text.size()), Form::kText};
+      snapshot.texts_ += text;
+      return cell;
     }
     Cell operator()(const Date& date) const {
       return {static_cast<std::uint32_t>(date.julian_day), 0, Form::kDate};
@@ -57,14 +61,13 @@ RowSnapshot::Cell RowSnapshot::Keep(const Value& value, const Column& column) {
       return {static_cast<std::uint32_t>(time.date.julian_day),
               static_cast<std::uint32_t>(time.milliseconds), Form::kDateTime};
     }
-    Cell operator()(const Bytes& bytes) const {
-      const Cell cell{snapshot.bytes_.size(), static_cast<std::uint32_t>(bytes.size()),
-                      Form::kBytes};
-      snapshot.bytes_.insert(snapshot.bytes_.end(), bytes.begin(), bytes.end());
+    Cell operator()(const Bytes& value) const {
+      const Cell cell{bytes.size(), static_cast<std::uint32_t>(value.size()), Form::kBytes};
+      bytes.append(value.begin(), value.end());
       return cell;
     }
   };
-  return std::visit(Visitor{*this, column}, value);
+  return std::visit(Visitor{*this, bytes}, value);
 }
 
 Value RowSnapshot::Read(std::size_t row, std::size_t column) const {
@@ -88,19 +91,16 @@ Value RowSnapshot::Read(std::size_t row, std::size_t column) const {
     case Form::kDateTime:
       return DateTime{Date{number}, static_cast<std::int32_t>(cell.length)};
     case Form::kBytes: {
-      const auto first = bytes_.begin() + static_cast<std::ptrdiff_t>(cell.bits);
+      const auto first = bytes_[row].begin() + static_cast<std::ptrdiff_t>(cell.bits);
       return Bytes(first, first + static_cast<std::ptrdiff_t>(cell.length));
     }
+    case Form::kStoredText:
+      return columns_[column].code_page->Decode(
+          std::string_view(bytes_[row]).substr(cell.bits, cell.length));
     case Form::kText:
       break;
   }
-  const Column& described = columns_[column];
-  const auto width = static_cast<std::size_t>(described.length);
-  std::wstring text;
-  if (described.fixed_width && cell.length < width) text.reserve(width);
-  text.assign(texts_, cell.bits, cell.length);
-  if (described.fixed_width && cell.length < width) text.resize(width, L' ');
-  return text;
+  return texts_.substr(cell.bits, cell.length);
 }
 
 }  // namespace tdefault::tables::foxpro

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -12,8 +13,9 @@
 
 namespace tdefault::tables::foxpro {
 
-// All rows have the same columns. Texts lie one behind the other, those of fixed width without
-// their padding.
+// All rows have the same columns. A row's texts lie one behind the other, as the table stores them
+// where it gives them so, and are decoded when they are read. Nothing is moved when rows are added:
+// moving many megabytes again and again would cost more than decoding them.
 class RowSnapshot {
  public:
   // `columns` outlives the snapshot.
@@ -22,7 +24,7 @@ class RowSnapshot {
   // Adds the current row. A value that cannot be read is kept as its error, which Read throws.
   void Add(const sql::Rows& rows);
 
-  [[nodiscard]] std::size_t size() const { return size_; }
+  [[nodiscard]] std::size_t size() const { return bytes_.size(); }
   [[nodiscard]] Value Read(std::size_t row, std::size_t column) const;
   void Replace(std::size_t row, std::size_t column, const Value& value);
 
@@ -35,25 +37,27 @@ class RowSnapshot {
     kNumber,
     kCurrency,
     kText,
+    kStoredText,
     kDate,
     kDateTime,
     kBytes
   };
-  // `bits` is the value itself, or where in texts_, bytes_ or errors_ it begins.
+  // `bits` is the value itself, or where in the row's bytes, texts_ or errors_ it begins.
   struct Cell {
     std::uint64_t bits = 0;
     std::uint32_t length = 0;
     Form form = Form::kNull;
   };
 
-  [[nodiscard]] Cell Keep(const Value& value, const Column& column);
-  [[nodiscard]] Cell KeepText(std::wstring_view text);
+  // `bytes` are the row's, and take the value's.
+  [[nodiscard]] Cell Keep(const sql::Rows& rows, std::size_t column, std::string& bytes);
+  [[nodiscard]] Cell Keep(const Value& value, std::string& bytes);
 
   const std::vector<Column>& columns_;
-  std::size_t size_ = 0;
-  std::vector<Cell> cells_;  // row after row
-  std::wstring texts_;
-  std::vector<std::uint8_t> bytes_;
+  std::deque<Cell> cells_;         // row after row
+  std::deque<std::string> bytes_;  // by row: binary values and stored texts
+  std::string added_;              // those of the row that is being added
+  std::wstring texts_;             // those that the table does not store so
   std::vector<Error> errors_;
 };
 

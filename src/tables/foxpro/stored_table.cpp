@@ -67,7 +67,7 @@ class StoredTable::Cursor final : public RowCursor {
   }
 
   [[nodiscard]] std::optional<std::string_view> StoredText(std::size_t column) const override {
-    return table_.decoder().StoredText(column, record_);
+    return table_.decoder().StoredText(column, record_, number_);
   }
 
  private:

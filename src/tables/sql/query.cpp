@@ -37,6 +37,11 @@ class SelectRows final : public Rows {
     return sorted_[next_ - 1].values[column];
   }
 
+  [[nodiscard]] std::optional<std::string_view> StoredText(std::size_t column) const override {
+    if (source_.table == nullptr || !ordering_.empty()) return std::nullopt;
+    return plan_.scan().row().StoredText(source_.columns[column]);
+  }
+
   void Rewind() override { started_ = false; }
 
   [[nodiscard]] const Source* source() const override {

@@ -5,7 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/value.h"
@@ -32,6 +34,10 @@ class Rows {
   // One column of the current row, decoded when it is asked for where the statement allows it.
   // Fixed-width text is blank-padded. REQUIRES: the last Next returned true.
   [[nodiscard]] virtual Value Read(std::size_t column) const = 0;
+
+  // The bytes of Read's text, as RowCursor::StoredText gives them, where the row comes from the
+  // table as it is. REQUIRES: as Read.
+  [[nodiscard]] virtual std::optional<std::string_view> StoredText(std::size_t column) const = 0;
 
   // Stands before the first row again.
   virtual void Rewind() = 0;

@@ -50,8 +50,8 @@ class Field {
   // locking the first value put into a row locks it until the row is stored or left. Text for
   // another type is converted by automation's rules, a date from month-day-year. Throws
   // kNoCurrentRow, kNotUpdatable where the recordset was opened read-only or its statement gives no
-  // rows of one table, TypeMismatch, kValueDoesNotFit, kNoPermission, kInUseByAnother, kRowDeleted;
-  // the row is then as before.
+  // rows of one table, TypeMismatch, kValueDoesNotFit, kStatementError for a null that the column
+  // does not take, kNoPermission, kInUseByAnother, kRowDeleted; the row is then as before.
   virtual void set_value(const Value& value) = 0;
 };
 

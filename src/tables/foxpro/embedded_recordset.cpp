@@ -244,9 +244,9 @@ void EmbeddedRecordset::MovePrevious() {
 
 void EmbeddedRecordset::set_filter(const std::wstring& criteria) {
   RequireOpen(L"Filter");
-  StoreEdit();
   std::optional<Criteria> parsed;
   if (!TrimBlanks(criteria).empty()) parsed = Criteria::ParseFilter(criteria, rows_->columns());
+  StoreEdit();
   cursor_->SetFilter(std::move(parsed));
   Step(&CursorRows::First, Place::kNowhere);
 }

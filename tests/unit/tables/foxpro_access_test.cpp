@@ -179,6 +179,23 @@ TEST_CASE("nobody who does not ask for the record count pays for it") {
   CHECK(shop.machine().call_count() - before == reading);
 }
 
+TEST_CASE("a row that a recordset has locked is in use for statements of its own connection too") {
+  Shop shop;
+  const auto connection = shop.access().MakeConnection();
+  connection->set_connection_string(kString);
+  connection->Open();
+  const auto rows = shop.access().MakeRecordset();
+  rows->Open(L"SELECT Id, No FROM T", *connection, CursorType::kKeyset, LockType::kPessimistic);
+  rows->field(L"No").set_value(std::int32_t{8});
+  const std::wstring change = L"UPDATE T SET Id = 'delta' WHERE Id = 'beta'";
+  CHECK(ErrorOf([&] { connection->Execute(change); }).number() == error_number::kInUseByAnother);
+  rows->Update();
+  connection->Execute(change);
+  CHECK(connection->records_affected() == 1);
+  CHECK(connection->Execute(L"SELECT No FROM T WHERE Id = 'delta'")->field(0).value() ==
+        Value(std::int32_t{8}));
+}
+
 TEST_CASE("a value that does not convert is refused with its column, both named") {
   Shop shop;
   const auto connection = shop.access().MakeConnection();

@@ -92,7 +92,7 @@ IndexNode& IndexPages::Change(std::uint32_t offset, const TreeShape& shape) {
 // after all would take the tree of another tag with it. Any other list is left alone.
 std::optional<IndexPages::FreePage> IndexPages::TakeFreePage() {
   if (!freed_.empty()) {
-    FreePage page = std::move(freed_.back());
+    const FreePage page = freed_.back();
     freed_.pop_back();
     return page;
   }

@@ -63,8 +63,8 @@ TEST_CASE("closing drops what was put into a row that is being edited") {
   FakeTables tables = TablesWith({{L"A"}, {{1}}, {}, 2});
   Opened opened(tables);
   support::CloseRecordset(opened.connection, opened.recordset);
-  CHECK(tables.store.log == Log{L"recordset.cancel", L"recordset.cancel_update",
-                                L"recordset.close", L"connection.close"});
+  CHECK(tables.store.log == Log{L"recordset.cancel", L"recordset.cancel_update", L"recordset.close",
+                                L"connection.close"});
 }
 
 TEST_CASE("closing cancels nothing where there is no current row") {

@@ -4,6 +4,10 @@ target_compile_options(tdefault_flags INTERFACE -Wall -Wextra -Wpedantic -Wshado
                                                 -Wnon-virtual-dtor -Werror)
 # g++ 12 reports overlapping copies inside std::string's own code where there are none.
 target_compile_options(tdefault_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+if(CMAKE_UNITY_BUILD)
+  # A source that is built together with others counts as a header.
+  target_compile_options(tdefault_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+endif()
 target_include_directories(tdefault_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
 
 if(TDEFAULT_SANITIZE)

@@ -1,8 +1,9 @@
 """Runs clang-tidy over the product's sources of a build tree: run_clang_tidy.py BUILD_FOLDER.
 
 A native tree has the portable sources; of a cross build only those are checked that see windows.h.
-One process per core. A file whose last clean run saw the same text of the file, of every header of
-the project and of the settings is not looked at again. Findings are errors.
+One process per core. Sources that the tree builds together are looked at together. What was clean with
+the same text of the sources, of every header of the project and of the settings is not looked at
+again. Findings are errors.
 """
 
 from __future__ import annotations
@@ -20,6 +21,9 @@ ROOT = Path(__file__).resolve().parent.parent
 
 # The compile commands are g++'s, with warning options of its own.
 WARNINGS = ("--extra-arg=-Wno-unknown-warning-option", "--extra-arg=-Wreserved-identifier")
+# The sources that a generated file includes; no other file includes sources, which tidy.py checks.
+SOURCES_OF_UNITY = re.compile(r'^#include "(.*\.cpp)"', re.MULTILINE)
+UNITY_CHECKS = "--checks=-bugprone-suspicious-include"
 WINDOWS_FOLDERS = ("src/automation", "src/interface", "src/platform/win32", "src/tables/ado", "hosts")
 
 
@@ -46,6 +50,10 @@ def digest_of_headers() -> bytes:
     return digest.digest()
 
 
+def sources_of(file: str) -> list[str]:
+    return [file] if Path(file).suffix == ".cpp" else SOURCES_OF_UNITY.findall(Path(file).read_text())
+
+
 def main() -> int:
     build = Path(sys.argv[1])
     stamps = build / "clang-tidy"
@@ -60,22 +68,21 @@ def main() -> int:
     extra = cross_arguments(compiler)
     folders = tuple(str(ROOT / folder) for folder in (WINDOWS_FOLDERS if extra else ("src", "hosts")))
     # What both trees build is looked at in the native one.
-    sources = sorted(
-        {
-            entry["file"]
-            for entry in commands
-            if entry["file"].startswith(folders)
-            and not (extra and "/tovocfg_core.dir/" in entry["command"])
-        }
-    )
+    files = {
+        entry["file"]: sources_of(entry["file"])
+        for entry in commands
+        if not (extra and "/tovocfg_core.dir/" in entry["command"])
+    }
+    files = {file: sources for file, sources in files.items() if sources and sources[0].startswith(folders)}
 
-    def check(source: str) -> str:
-        stamp = stamps / (hashlib.sha256(source.encode()).hexdigest() + ".clean")
-        wanted = hashlib.sha256(headers + Path(source).read_bytes()).hexdigest()
+    def check(file: str) -> str:
+        stamp = stamps / (hashlib.sha256(file.encode()).hexdigest() + ".clean")
+        texts = b"".join(Path(source).read_bytes() for source in [file, *files[file]])
+        wanted = hashlib.sha256(headers + texts).hexdigest()
         if stamp.exists() and stamp.read_text() == wanted:
             return ""
         run = subprocess.run(
-            ["clang-tidy", "-p", str(stamps), "--quiet", *WARNINGS, *extra, source],
+            ["clang-tidy", "-p", str(stamps), "--quiet", UNITY_CHECKS, *WARNINGS, *extra, file],
             capture_output=True,
             text=True,
         )
@@ -85,8 +92,8 @@ def main() -> int:
         return run.stdout + run.stderr
 
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        findings = [text for text in pool.map(check, sources) if text]
-    print("\n".join(findings) if findings else f"clang-tidy: {len(sources)} files clean")
+        findings = [text for text in pool.map(check, sorted(files)) if text]
+    print("\n".join(findings) if findings else f"clang-tidy: {sum(map(len, files.values()))} files clean")
     return 1 if findings else 0
 
 

@@ -105,6 +105,8 @@ def check_includes(path: Path, lines: list[str]) -> None:
                 breach(path, number, f"{name}: {BANNED_IN_CORE[name]}")
             continue
         target = name.strip('"')
+        if Path(target).suffix != ".h":
+            breach(path, number, f"{name}: only headers are included")
         target_folder = Path(target).parent.as_posix()
         if target_folder == ".":  # generated: version.h, the type library's header
             if (path.parent / target).exists():
@@ -125,6 +127,15 @@ def check_header(path: Path, lines: list[str]) -> None:
         breach(path, 1, "a header starts with #pragma once")
     if len(lines) > HEADER_LINES:
         breach(path, len(lines), f"{len(lines)} lines; a header has at most {HEADER_LINES}")
+
+
+def check_using(path: Path, lines: list[str]) -> None:
+    """A using-declaration of a source that the source never needs."""
+    text = "\n".join(lines)
+    for number, line in enumerate(lines, 1):
+        found = re.match(r"using [\w:]+::(\w+);$", line)
+        if found and len(re.findall(rf"\b{found.group(1)}\b", text)) == 1:
+            breach(path, number, f"nothing uses {found.group(1)}")
 
 
 def check_functions(path: Path, lines: list[str]) -> None:
@@ -242,6 +253,8 @@ def main() -> int:
         if path.suffix in (".cpp", ".h"):
             check_includes(path, lines)
             check_functions(path, lines)
+        if path.suffix == ".cpp":
+            check_using(path, lines)
         if path.suffix == ".h":
             check_header(path, lines)
     print("\n".join(breaches) if breaches else f"tidy: {len(files)} files in order")

@@ -18,6 +18,10 @@ struct Date {
   friend auto operator<=>(const Date&, const Date&) = default;  // NOLINT(modernize-use-nullptr)
 };
 
+// The days that have a calendar day: 0001-01-01 and 9999-12-31.
+inline constexpr Date kFirstDay = {1721426};
+inline constexpr Date kLastDay = {5373484};
+
 struct CalendarDay {
   std::int32_t year = 0;   // 1 to 9999
   std::int32_t month = 0;  // 1 to 12
@@ -30,6 +34,9 @@ struct CalendarDay {
 
 // The day of a date that is not empty.
 [[nodiscard]] CalendarDay ToCalendarDay(Date date);
+
+inline constexpr std::int32_t kMillisecondsPerSecond = 1000;
+inline constexpr std::int32_t kMillisecondsPerDay = 86'400 * kMillisecondsPerSecond;
 
 // A day and the milliseconds since its midnight, 0 to 86,399,999.
 struct DateTime {

@@ -18,7 +18,7 @@ namespace {
 
 using platform::SystemStatus;
 
-constexpr const wchar_t* kSource = L"Options";
+constexpr const wchar_t* kBackupSource = L"Options";
 constexpr const wchar_t* kCreateFile =
     L" If its folder is the right one, create an empty file of that name and save again.";
 
@@ -57,7 +57,7 @@ void IniBackup::Make() {
   if (path_.empty()) return;
   // Settling the save would move the backup over what was just written.
   if (EqualIgnoringCase(PreviousName(path_), path_))
-    throw Error(error_number::kPathFileAccess, kSource,
+    throw Error(error_number::kPathFileAccess, kBackupSource,
                 L"The file '" + path_ +
                     L"' cannot be saved, because its previous version would get the same name, so "
                     L"nothing was saved. Use an INI file whose name does not end in \"old\".");
@@ -83,12 +83,12 @@ void IniBackup::KeepAsPrevious() {
   if (state_ != State::kBackedUp) return;
   previous_ = PreviousName(path_);
   if (previous_.empty())
-    throw Error(error_number::kOverflow, kSource,
+    throw Error(error_number::kOverflow, kBackupSource,
                 L"Overflow: the path '" + path_ + L"' is too short to name its previous version");
   const SystemStatus status = MoveBackupTo(previous_);
   if (!status.ok())
     throw support::FileFailure(
-        platform_.session, status.code(), kSource,
+        platform_.session, status.code(), kBackupSource,
         L"The previous version of '" + path_ + L"' could not be kept as '" + previous_ + L"'");
   // A backup that was copied and cannot be deleted is left over: the save has its outcome.
   static_cast<void>(Discard());
@@ -102,7 +102,7 @@ std::optional<Error> IniBackup::Restore() {
     if (!changed_) return std::nullopt;
     backup_ = CopyOf(previous_);
     if (backup_.empty())
-      return Error(error_number::kPathFileAccess, kSource,
+      return Error(error_number::kPathFileAccess, kBackupSource,
                    L"The file '" + path_ +
                        L"' could not be put back as it was before the save: its "
                        L"previous version cannot be copied. Its content from before is in '" +
@@ -112,7 +112,7 @@ std::optional<Error> IniBackup::Restore() {
   if (!changed_ || SameContent(platform_.files, backup_, path_)) return Discard();
   const SystemStatus status = MoveBackupTo(path_);
   if (status.ok()) return Discard();
-  return support::FileFailure(platform_.session, status.code(), kSource,
+  return support::FileFailure(platform_.session, status.code(), kBackupSource,
                               L"The file '" + path_ +
                                   L"' could not be put back as it was before the save. Its content "
                                   L"from before is in '" +
@@ -152,7 +152,7 @@ std::optional<Error> IniBackup::Discard() {
   if (backup_.empty()) return std::nullopt;
   const SystemStatus status = support::RemoveWithRetry(platform_, backup_);
   if (status.ok()) return std::nullopt;
-  return support::FileFailure(platform_.session, status.code(), kSource,
+  return support::FileFailure(platform_.session, status.code(), kBackupSource,
                               L"The file '" + path_ +
                                   L"' is as it was before the save, but its "
                                   L"backup '" +

@@ -21,7 +21,7 @@ namespace {
 using records::INIOption;
 using records::KEY_TYPE;
 
-constexpr const wchar_t* kSource = L"InitOptCollection";
+constexpr const wchar_t* kLoadingSource = L"InitOptCollection";
 
 // The numbers that stand in the loader's error text, documented in docs/errors.md. Those from
 // kNewRecord to kNextRow concern one row.
@@ -74,10 +74,10 @@ class DefinitionColumns {
 
   explicit DefinitionColumns(tables::Recordset& recordset) : recordset_(recordset) {}
 
-  std::wstring Text(Column column) { return ToText(Read(column), kSource); }
-  std::int32_t Long(Column column) { return ToLong(Read(column), kSource); }
-  std::int16_t Integer(Column column) { return ToInteger(Read(column), kSource); }
-  bool Boolean(Column column) { return ToBoolean(Read(column), kSource); }
+  std::wstring Text(Column column) { return ToText(Read(column), kLoadingSource); }
+  std::int32_t Long(Column column) { return ToLong(Read(column), kLoadingSource); }
+  std::int16_t Integer(Column column) { return ToInteger(Read(column), kLoadingSource); }
+  bool Boolean(Column column) { return ToBoolean(Read(column), kLoadingSource); }
 
  private:
   Value Read(Column column) {
@@ -168,7 +168,7 @@ void Loader::LoadRows(records::Collection<INIOption>& options) {
     std::shared_ptr<INIOption> option = ReadRow(columns);
     step_ = Step::kAdd;
     const std::wstring id = option->ID();
-    options.Append(std::move(option), id, kSource);
+    options.Append(std::move(option), id, kLoadingSource);
     step_ = Step::kNextRow;
     recordset_->MoveNext();
   }
@@ -240,7 +240,7 @@ std::shared_ptr<records::cChoices> Loader::BusinessTypes() {
 }
 
 Error Loader::WithStep(const Error& error) const {
-  return {error.number(), kSource,
+  return {error.number(), kLoadingSource,
           L"InitOptCollection routine, line " + std::to_wstring(static_cast<std::int32_t>(step_)) +
               L"; " + error.description()};
 }

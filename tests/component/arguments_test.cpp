@@ -7,7 +7,6 @@ using namespace tdefault::component;
 
 namespace {
 
-constexpr WORD kCall = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
 constexpr auto kTypeMismatch = static_cast<HRESULT>(0x800A000D);
 constexpr auto kObjectNotSet = static_cast<HRESULT>(0x800A005B);
 

@@ -19,7 +19,6 @@
 
 namespace {
 
-using tdefault::automation::Bstr;
 using tdefault::automation::ComPtr;
 
 // {5B0E5C1A-3B1B-4C57-9A3E-6C6A3C2F9D51}

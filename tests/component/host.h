@@ -36,6 +36,9 @@ class Apartment {
   Apartment& operator=(const Apartment&) = delete;
 };
 
+// A method or a property with arguments, as script hosts call it.
+inline constexpr WORD kCall = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
+
 // A copy of the sample shop in a throw-away folder.
 class Shop {
  public:

@@ -24,8 +24,6 @@ std::string Stored(const Shop& shop, const wchar_t* key) {
   return Utf8(value);
 }
 
-constexpr WORD kCall = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
-
 }  // namespace
 
 TEST_CASE("the default member of Options is Item") {

@@ -18,7 +18,6 @@ using testing::ErrorOf;
 using testing::kShopFolder;
 using testing::kShopGlobalIni;
 using testing::kShopLocalIni;
-using testing::SampleBytes;
 using testing::SampleShop;
 
 namespace {

@@ -17,7 +17,6 @@ using testing::ErrorOf;
 using testing::kShopFolder;
 using testing::kShopGlobalIni;
 using testing::kShopLocalIni;
-using testing::NumberOf;
 using testing::SampleBytes;
 using testing::SampleShop;
 

@@ -9,7 +9,6 @@
 namespace tdefault::tables::ado {
 namespace {
 
-constexpr std::int32_t kCommandText = 1;
 constexpr std::int32_t kNoRows = -1;
 
 std::int32_t CountOf(const Variant& affected) {

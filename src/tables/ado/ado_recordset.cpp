@@ -13,7 +13,6 @@ namespace tdefault::tables::ado {
 namespace {
 
 constexpr wchar_t kClass[] = L"ADODB.Recordset";
-constexpr std::int32_t kCommandText = 1;
 constexpr std::int32_t kUnmodified = 8;  // ADO's status of a row that is as it was read
 constexpr std::int32_t kModified = 2;
 constexpr std::int32_t kEditInProgress = 1;

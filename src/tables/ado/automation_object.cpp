@@ -10,9 +10,6 @@
 namespace tdefault::tables::ado {
 namespace {
 
-// US English: names and conversions must not depend on the user's settings.
-constexpr LCID kLocale = 1033;
-
 std::wstring Hexadecimal(HRESULT result) {
   std::wstring text = L"0x";
   for (int shift = 28; shift >= 0; shift -= 4)

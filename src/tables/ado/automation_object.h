@@ -16,6 +16,11 @@ using automation::Bstr;
 using automation::ComPtr;
 using automation::Variant;
 
+// US English: names and conversions must not depend on the user's settings.
+inline constexpr LCID kLocale = 1033;
+// The option of Execute and Open by which a source is a statement.
+inline constexpr std::int32_t kCommandText = 1;
+
 // One object and the numbers of its members, which are asked for once. Used on the thread that made
 // it. An error that the object raises becomes an Error with the same number, source and
 // description; where the object tells no more than a result code, the text names the member and

@@ -14,11 +14,9 @@
 namespace tdefault::tables::ado {
 namespace {
 
-constexpr wchar_t kSource[] = L"Field";
-constexpr LCID kLocale = 1033;
+constexpr wchar_t kFieldClass[] = L"Field";
 // Automation's dates count from 1899-12-30.
-constexpr std::int32_t kFirstDay = 2415019;
-constexpr double kMillisecondsOfDay = 86400000.0;
+constexpr std::int32_t kAutomationDayZero = 2415019;
 
 bool IsDateType(DataType type) {
   return type == DataType::kDate || type == DataType::kDatabaseDate || type == DataType::kTimestamp;
@@ -44,21 +42,21 @@ bool IsNumberType(DataType type) {
 DateTime ToDateTime(double date) {
   const double day = std::trunc(date);
   DateTime result;
-  result.date.julian_day = kFirstDay + static_cast<std::int32_t>(day);
-  const double time = std::round(std::fabs(date - day) * kMillisecondsOfDay);
-  if (time >= kMillisecondsOfDay) {
+  result.date.julian_day = kAutomationDayZero + static_cast<std::int32_t>(day);
+  const double time = std::round(std::fabs(date - day) * kMillisecondsPerDay);
+  if (time >= kMillisecondsPerDay) {
     ++result.date.julian_day;
   } else {
     result.milliseconds = static_cast<std::int32_t>(time);
   }
-  const bool empty = result.date.julian_day == kFirstDay && result.milliseconds == 0;
+  const bool empty = result.date.julian_day == kAutomationDayZero && result.milliseconds == 0;
   return empty ? DateTime{} : result;
 }
 
 double ToAutomationDate(DateTime date_time) {
   if (date_time.empty()) return 0.0;
-  const double day = date_time.date.julian_day - kFirstDay;
-  const double time = date_time.milliseconds / kMillisecondsOfDay;
+  const double day = date_time.date.julian_day - kAutomationDayZero;
+  const double time = static_cast<double>(date_time.milliseconds) / kMillisecondsPerDay;
   return day < 0 ? day - time : day + time;
 }
 
@@ -74,7 +72,7 @@ Value DateValue(double date, DataType type) {
 class ArrayBytes {
  public:
   explicit ArrayBytes(SAFEARRAY* array) : array_(array) {
-    if (FAILED(SafeArrayAccessData(array_, &data_))) throw TypeMismatch(kSource);
+    if (FAILED(SafeArrayAccessData(array_, &data_))) throw TypeMismatch(kFieldClass);
   }
   ~ArrayBytes() { SafeArrayUnaccessData(array_); }
   ArrayBytes(const ArrayBytes&) = delete;
@@ -92,7 +90,7 @@ Bytes BytesOfArray(SAFEARRAY* array) {
   LONG last = -1;
   if (array == nullptr || SafeArrayGetDim(array) != 1 ||
       FAILED(SafeArrayGetLBound(array, 1, &first)) || FAILED(SafeArrayGetUBound(array, 1, &last)))
-    throw TypeMismatch(kSource);
+    throw TypeMismatch(kFieldClass);
   if (last < first) return {};
   const ArrayBytes bytes(array);
   return {bytes.data(), bytes.data() + (last - first + 1)};
@@ -123,7 +121,7 @@ Bytes Encode(const std::wstring& text) {
 double ToDouble(const VARIANT& variant) {
   Variant number;
   if (FAILED(VariantChangeTypeEx(&number.get(), automation::ReadOnly(variant), kLocale, 0, VT_R8)))
-    throw TypeMismatch(kSource);
+    throw TypeMismatch(kFieldClass);
   return number.get().dblVal;
 }
 
@@ -170,15 +168,15 @@ void PutFlag(bool flag, VARIANT& variant) {
 void PutTextFor(std::wstring text, DataType type, VARIANT& variant) {
   if (IsNumberType(type)) {
     const auto number = ParseNumber(text);
-    if (!number) throw TypeMismatch(kSource);
+    if (!number) throw TypeMismatch(kFieldClass);
     return PutNumber(*number, variant);
   }
-  if (type == DataType::kBoolean) return PutFlag(ToBoolean(text, kSource), variant);
+  if (type == DataType::kBoolean) return PutFlag(ToBoolean(text, kFieldClass), variant);
   if (IsDateType(type)) {
     DATE date = 0;
     if (!TrimBlanks(text).empty() &&
         FAILED(VarDateFromStr(text.data(), kLocale, LOCALE_NOUSEROVERRIDE, &date)))
-      throw TypeMismatch(kSource);
+      throw TypeMismatch(kFieldClass);
     variant.date = date;
     variant.vt = VT_DATE;
     return;
@@ -222,14 +220,14 @@ Value ToValue(const VARIANT& variant, DataType type) {
     case VT_DECIMAL:
       return NumberValue(variant, type);
     default:
-      throw TypeMismatch(kSource);
+      throw TypeMismatch(kFieldClass);
   }
 }
 
 Bytes ToBytes(const VARIANT& variant) {
   if (variant.vt == VT_NULL || variant.vt == VT_EMPTY) return {};
   if (IsByteArray(variant)) return BytesOfArray(variant.parray);
-  if (variant.vt != VT_BSTR) throw TypeMismatch(kSource);
+  if (variant.vt != VT_BSTR) throw TypeMismatch(kFieldClass);
   return Encode(TextOf(variant.bstrVal));
 }
 
@@ -245,7 +243,7 @@ Variant ToVariant(const Value& value, DataType type) {
     } else if constexpr (std::is_same_v<Held, Bytes>) {
       PutBytes(held, variant);
     } else if (IsTextType(type) || IsBinaryType(type)) {
-      PutTextFor(ToText(Value(held), kSource), type, variant);
+      PutTextFor(ToText(Value(held), kFieldClass), type, variant);
     } else if constexpr (std::is_same_v<Held, bool>) {
       PutFlag(held, variant);
     } else if constexpr (std::is_same_v<Held, std::int32_t>) {

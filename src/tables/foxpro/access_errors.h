@@ -7,7 +7,12 @@
 
 namespace tdefault::tables::foxpro {
 
-// `source` is the object: L"Connection", L"Recordset", L"Field". `detail` names what was asked for.
+// The objects that errors name as their source.
+inline constexpr wchar_t kConnectionSource[] = L"Connection";
+inline constexpr wchar_t kRecordsetSource[] = L"Recordset";
+inline constexpr wchar_t kFieldSource[] = L"Field";
+
+// `source` is one of these. `detail` names what was asked for.
 [[nodiscard]] Error ObjectIsOpen(const wchar_t* source, const std::wstring& detail);
 [[nodiscard]] Error ObjectIsClosed(const wchar_t* source, const std::wstring& detail);
 [[nodiscard]] Error NoCurrentRow(const wchar_t* source, const std::wstring& detail);

@@ -5,15 +5,10 @@
 namespace tdefault::tables::foxpro {
 namespace {
 
-constexpr wchar_t kSource[] = L"FoxPro tables";
 constexpr std::size_t kShownCharacters = 40;
 
-std::wstring Subject(const TableIdentity& table, const std::wstring& file) {
-  return L"Table " + table.name + L", file " + file + L": ";
-}
-
 std::wstring ColumnSubject(const TableIdentity& table, const std::wstring& column) {
-  return Subject(table, table.path) + L"column " + column + L": ";
+  return FileSubject(table, table.path) + L"column " + column + L": ";
 }
 
 // The value as the error texts show it.
@@ -38,9 +33,7 @@ struct Shown {
 };
 
 // A day outside the calendar has no text.
-bool HasText(Date day) {
-  return day.empty() || (day.julian_day > 1721425 && day.julian_day < 5373485);
-}
+bool HasText(Date day) { return day.empty() || (day >= kFirstDay && day <= kLastDay); }
 
 std::wstring Show(const Value& value) {
   const auto* day = std::get_if<Date>(&value);
@@ -75,54 +68,54 @@ std::wstring KindName(ColumnKind kind) {
 
 Error ValueDoesNotFit(const TableIdentity& table, const std::wstring& column, const Value& value,
                       const std::wstring& reason) {
-  return {error_number::kValueDoesNotFit, kSource,
+  return {error_number::kValueDoesNotFit, kTablesSource,
           ColumnSubject(table, column) + L"the value " + Show(value) + L" does not fit, " + reason +
               L". Nothing was stored; correct the value."};
 }
 
 Error DataTypeMismatch(const TableIdentity& table, const Column& column, const Value& value) {
-  return {error_number::kStatementError, kSource,
+  return {error_number::kStatementError, kTablesSource,
           L"Data type mismatch. " + ColumnSubject(table, column.name) + L"the value " +
               Show(value) + L" is of another type, the column takes " + KindName(column.kind) +
               L". Nothing was stored; correct the value."};
 }
 
 Error NullRefused(const TableIdentity& table, const std::wstring& column) {
-  return {error_number::kStatementError, kSource,
+  return {error_number::kStatementError, kTablesSource,
           ColumnSubject(table, column) +
               L"the column does not accept null values. Nothing was stored; give it a value."};
 }
 
 Error AutomaticColumn(const TableIdentity& table, const std::wstring& column) {
-  return {error_number::kStatementError, kSource,
+  return {error_number::kStatementError, kTablesSource,
           ColumnSubject(table, column) +
               L"the column numbers its rows itself and takes no value. Nothing was stored; leave "
               L"the column out."};
 }
 
 Error ConnectionOnlyReads(const TableIdentity& table, const std::wstring& setting) {
-  return {error_number::kNoPermission, kSource,
-          Subject(table, table.path) + L"the connection is open for reading only, " + setting +
+  return {error_number::kNoPermission, kTablesSource,
+          FileSubject(table, table.path) + L"the connection is open for reading only, " + setting +
               L". Open it with the mode ReadWrite (3) to change tables."};
 }
 
 Error FileNotWritable(const TableIdentity& table, const std::wstring& file) {
-  return {error_number::kNoPermission, kSource,
-          Subject(table, file) +
+  return {error_number::kNoPermission, kTablesSource,
+          FileSubject(table, file) +
               L"the file may be read, but not changed. Take its read-only mark off, or ask for the "
               L"right to write to it and its folder."};
 }
 
 Error TableNotChangeable(const TableIdentity& table, const std::wstring& reason,
                          const std::wstring& remedy) {
-  return {error_number::kTableDamaged, kSource,
-          Subject(table, table.path) + L"the table may be read, but not changed: " + reason +
+  return {error_number::kTableDamaged, kTablesSource,
+          FileSubject(table, table.path) + L"the table may be read, but not changed: " + reason +
               L". " + remedy};
 }
 
 Error FileFull(const TableIdentity& table, const std::wstring& file, const std::wstring& reason) {
-  return {error_number::kTableDamaged, kSource,
-          Subject(table, file) + L"the file is full, " + reason +
+  return {error_number::kTableDamaged, kTablesSource,
+          FileSubject(table, file) + L"the file is full, " + reason +
               L". Nothing was stored; move rows that are no longer needed to another table, and "
               L"pack this one with FoxPro."};
 }
@@ -135,13 +128,13 @@ Error WriteFailure(const TableIdentity& table, const std::wstring& file, const w
       return FileNotWritable(table, file);
     case system_code::kLockViolation:
     case system_code::kSharingViolation:
-      return {error_number::kInUseByAnother, kSource,
-              Subject(table, file) +
+      return {error_number::kInUseByAnother, kTablesSource,
+              FileSubject(table, file) +
                   L"the file is in use by another program, which allows nobody else to change it. "
                   L"Close it there and try again."};
     case system_code::kDiskFull:
-      return {error_number::kTableDamaged, kSource,
-              Subject(table, file) + L"the file could not be " + action +
+      return {error_number::kTableDamaged, kTablesSource,
+              FileSubject(table, file) + L"the file could not be " + action +
                   L" because the disk is full. Make room on it and try again."};
     default:
       return FileFailure(table, file, action, code);

@@ -7,12 +7,13 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "tables/foxpro/table_errors.h"
 
 namespace tdefault::tables::foxpro {
 namespace {
 
 Error Refused(const std::wstring& reason) {
-  return {error_number::kTableDamaged, L"FoxPro tables",
+  return {error_number::kTableDamaged, kTablesSource,
           L"The connection string cannot be used: " + reason + L"."};
 }
 

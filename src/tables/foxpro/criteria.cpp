@@ -12,7 +12,7 @@ namespace tdefault::tables::foxpro {
 namespace {
 
 // Parentheses within parentheses; every level is a level of recursion while parsing.
-constexpr std::size_t kDeepest = 100;
+constexpr std::size_t kDeepestCriteria = 100;
 constexpr std::wstring_view kWildcards = L"*%";
 
 bool IsNameCharacter(wchar_t character) {
@@ -144,9 +144,9 @@ class CriteriaParser {
       ReadClause();
       return false;
     }
-    if (depth == kDeepest)
-      Fail(at_ - 1,
-           L"the criteria are nested more than " + std::to_wstring(kDeepest) + L" levels deep");
+    if (depth == kDeepestCriteria)
+      Fail(at_ - 1, L"the criteria are nested more than " + std::to_wstring(kDeepestCriteria) +
+                        L" levels deep");
     const bool joined_by_or = ReadGroup(depth + 1);
     if (!Take(L')')) Expected(L"AND, OR or )");
     return joined_by_or;
@@ -360,7 +360,7 @@ Criteria Criteria::ParseFind(std::wstring_view text, const std::vector<Column>& 
 
 bool Criteria::Accepts(const CriteriaRow& row) const {
   // Connectives bind to the left, so that a level of parentheses adds one outcome at most.
-  std::array<bool, kDeepest + 2> outcomes{};
+  std::array<bool, kDeepestCriteria + 2> outcomes{};
   std::size_t count = 0;
   for (const Step& step : steps_) {
     if (const auto* clause = std::get_if<Clause>(&step)) {

@@ -7,11 +7,7 @@
 #include "tables/foxpro/embedded_recordset.h"
 
 namespace tdefault::tables::foxpro {
-namespace {
-
-constexpr wchar_t kSource[] = L"Connection";
-
-}  // namespace
+namespace {}  // namespace
 
 EmbeddedConnection::EmbeddedConnection(platform::Files& files, const LockPatience& patience,
                                        std::uint32_t ansi_code_page)
@@ -20,7 +16,7 @@ EmbeddedConnection::EmbeddedConnection(platform::Files& files, const LockPatienc
 EmbeddedConnection::~EmbeddedConnection() { Release(); }
 
 void EmbeddedConnection::Open() {
-  if (folder_) throw ObjectIsOpen(kSource, L"Open");
+  if (folder_) throw ObjectIsOpen(kConnectionSource, L"Open");
   ConnectionParts parts = ParseConnectionString(connection_string_);
   CheckFolder(parts.data_source);
   TableView view{parts.sequence, parts.hides_deleted, ansi_code_page_};
@@ -40,7 +36,7 @@ void EmbeddedConnection::CheckFolder(const std::wstring& path) const {
   namespace system_code = platform::system_code;
   if (entries.ok() || entries.code() == system_code::kFileNotFound) return;
   const bool denied = entries.code() == system_code::kAccessDenied;
-  throw Error(denied ? error_number::kNoPermission : error_number::kTableDamaged, kSource,
+  throw Error(denied ? error_number::kNoPermission : error_number::kTableDamaged, kConnectionSource,
               L"The data folder " + path +
                   (denied ? L" may not be listed. Ask for the right to read it."
                           : L" does not exist or cannot be reached (system error " +
@@ -49,7 +45,7 @@ void EmbeddedConnection::CheckFolder(const std::wstring& path) const {
 }
 
 void EmbeddedConnection::Close() {
-  if (!folder_) throw ObjectIsClosed(kSource, L"Close");
+  if (!folder_) throw ObjectIsClosed(kConnectionSource, L"Close");
   while (!recordsets_.empty()) (*recordsets_.begin())->Release();
   // Closed whether or not what was written gets to the disk.
   const std::unique_ptr<TableFolder> folder = std::move(folder_);
@@ -66,7 +62,7 @@ ObjectState EmbeddedConnection::state() const {
 }
 
 std::unique_ptr<Recordset> EmbeddedConnection::Execute(const std::wstring& statement) {
-  if (!folder_) throw ObjectIsClosed(kSource, L"Execute " + statement);
+  if (!folder_) throw ObjectIsClosed(kConnectionSource, L"Execute " + statement);
   sql::Outcome outcome = sql::Execute(statement, *folder_);
   auto recordset = std::make_unique<EmbeddedRecordset>();
   if (outcome.rows != nullptr)

@@ -11,7 +11,6 @@
 namespace tdefault::tables::foxpro {
 namespace {
 
-constexpr wchar_t kSource[] = L"Recordset";
 constexpr std::int32_t kUnlimited = std::numeric_limits<std::int32_t>::max();
 constexpr std::int32_t kUnknownCount = -1;
 // ADO's row status.
@@ -115,10 +114,10 @@ EmbeddedRecordset::~EmbeddedRecordset() { Release(); }
 
 void EmbeddedRecordset::Open(const std::wstring& source, Connection& connection,
                              CursorType cursor_type, LockType lock_type) {
-  if (connection_ != nullptr) throw ObjectIsOpen(kSource, L"Open " + source);
+  if (connection_ != nullptr) throw ObjectIsOpen(kRecordsetSource, L"Open " + source);
   auto* const embedded = dynamic_cast<EmbeddedConnection*>(&connection);
   if (connection.state() != ObjectState::kOpen) throw ObjectIsClosed(L"Connection", source);
-  if (embedded == nullptr) throw InvalidArgument(kSource);
+  if (embedded == nullptr) throw InvalidArgument(kRecordsetSource);
   Show(source, sql::ExecuteQuery(source, embedded->tables()), *embedded, cursor_type, lock_type);
 }
 
@@ -174,7 +173,7 @@ ObjectState EmbeddedRecordset::state() const {
 }
 
 void EmbeddedRecordset::RequireOpen(const wchar_t* operation) const {
-  if (connection_ == nullptr) throw ObjectIsClosed(kSource, operation);
+  if (connection_ == nullptr) throw ObjectIsClosed(kRecordsetSource, operation);
 }
 
 void EmbeddedRecordset::RequireRow(const wchar_t* source, const std::wstring& operation) const {
@@ -214,30 +213,32 @@ void EmbeddedRecordset::Step(bool (CursorRows::*step)(), Place without_row) {
 void EmbeddedRecordset::MoveFirst() {
   RequireOpen(L"MoveFirst");
   StoreEdit();
-  if (place_ == Place::kNowhere) throw NoCurrentRow(kSource, L"MoveFirst in " + statement_);
+  if (place_ == Place::kNowhere)
+    throw NoCurrentRow(kRecordsetSource, L"MoveFirst in " + statement_);
   Step(&CursorRows::First, Place::kNowhere);
 }
 
 void EmbeddedRecordset::MoveLast() {
   RequireOpen(L"MoveLast");
-  if (!cursor_->MovesBack()) throw CannotMoveBack(kSource, L"MoveLast in " + statement_);
+  if (!cursor_->MovesBack()) throw CannotMoveBack(kRecordsetSource, L"MoveLast in " + statement_);
   StoreEdit();
-  if (place_ == Place::kNowhere) throw NoCurrentRow(kSource, L"MoveLast in " + statement_);
+  if (place_ == Place::kNowhere) throw NoCurrentRow(kRecordsetSource, L"MoveLast in " + statement_);
   Step(&CursorRows::Last, Place::kNowhere);
 }
 
 void EmbeddedRecordset::MoveNext() {
   RequireOpen(L"MoveNext");
   StoreEdit();
-  if (eof()) throw NoCurrentRow(kSource, L"MoveNext in " + statement_);
+  if (eof()) throw NoCurrentRow(kRecordsetSource, L"MoveNext in " + statement_);
   Step(place_ == Place::kBeforeFirst ? &CursorRows::First : &CursorRows::Next, Place::kBehindLast);
 }
 
 void EmbeddedRecordset::MovePrevious() {
   RequireOpen(L"MovePrevious");
-  if (!cursor_->MovesBack()) throw CannotMoveBack(kSource, L"MovePrevious in " + statement_);
+  if (!cursor_->MovesBack())
+    throw CannotMoveBack(kRecordsetSource, L"MovePrevious in " + statement_);
   StoreEdit();
-  if (bof()) throw NoCurrentRow(kSource, L"MovePrevious in " + statement_);
+  if (bof()) throw NoCurrentRow(kRecordsetSource, L"MovePrevious in " + statement_);
   Step(place_ == Place::kBehindLast ? &CursorRows::Last : &CursorRows::Previous,
        Place::kBeforeFirst);
 }
@@ -254,7 +255,7 @@ void EmbeddedRecordset::set_filter(const std::wstring& criteria) {
 void EmbeddedRecordset::Find(const std::wstring& criteria) {
   RequireOpen(L"Find");
   const Criteria parsed = Criteria::ParseFind(criteria, rows_->columns());
-  RequireRow(kSource, L"Find in " + statement_);
+  RequireRow(kRecordsetSource, L"Find in " + statement_);
   StoreEdit();
   while (place_ == Place::kOnRow && !cursor_->Meets(parsed))
     Step(&CursorRows::Next, Place::kBehindLast);
@@ -281,7 +282,7 @@ std::int32_t EmbeddedRecordset::field_count() const {
 
 Field& EmbeddedRecordset::field(std::int32_t position) {
   if (position < 0 || position >= field_count())
-    throw NoSuchItem(kSource, L"column number " + std::to_wstring(position));
+    throw NoSuchItem(kRecordsetSource, L"column number " + std::to_wstring(position));
   return *fields_[static_cast<std::size_t>(position)];
 }
 
@@ -289,7 +290,7 @@ Field& EmbeddedRecordset::field(const std::wstring& name) {
   const auto found = std::find_if(fields_.begin(), fields_.end(), [&name](const auto& field) {
     return EqualIgnoringCase(field->name(), name);
   });
-  if (found == fields_.end()) throw NoSuchItem(kSource, L"column " + name);
+  if (found == fields_.end()) throw NoSuchItem(kRecordsetSource, L"column " + name);
   return **found;
 }
 

@@ -6,17 +6,16 @@
 
 #include "base/error.h"
 #include "base/text.h"
+#include "tables/foxpro/access_errors.h"
 #include "tables/sql/date_text.h"
 
 namespace tdefault::tables::foxpro {
 namespace {
 
-constexpr wchar_t kSource[] = L"Field";
-
 bool IsDigit(wchar_t character) { return character >= L'0' && character <= L'9'; }
 
 [[noreturn]] void Mismatch(const Value& value, const Column& column) {
-  throw Error(error_number::kTypeMismatch, kSource,
+  throw Error(error_number::kTypeMismatch, kFieldSource,
               L"Type mismatch: " + Shown(value) + L" cannot be put into column " + column.name +
                   L", which holds " + std::wstring(Describe(column)) + L".");
 }
@@ -24,13 +23,13 @@ bool IsDigit(wchar_t character) { return character >= L'0' && character <= L'9';
 std::optional<double> NumberOf(const Value& value) {
   if (const auto* text = std::get_if<std::wstring>(&value)) return ParseNumber(*text);
   if (std::holds_alternative<Bytes>(value)) return std::nullopt;
-  return ToDouble(value, kSource);
+  return ToDouble(value, kFieldSource);
 }
 
 Value ToWholeNumber(double number) {
   const bool fits = number > std::numeric_limits<std::int32_t>::min() &&
                     number < std::numeric_limits<std::int32_t>::max();
-  return fits ? Value(ToLong(Value(number), kSource)) : Value(number);
+  return fits ? Value(ToLong(Value(number), kFieldSource)) : Value(number);
 }
 
 Value ToCurrency(double number) {
@@ -90,14 +89,14 @@ Value ConvertForColumn(const Value& value, const Column& column) {
     case ColumnKind::kText:
     case ColumnKind::kMemo:
       if (std::holds_alternative<Bytes>(value)) Mismatch(value, column);
-      return ToText(value, kSource);
+      return ToText(value, kFieldSource);
     case ColumnKind::kNumber:
     case ColumnKind::kInteger:
     case ColumnKind::kCurrency:
       return ToNumberOf(value, column);
     case ColumnKind::kLogical:
       try {
-        return ToBoolean(value, kSource);
+        return ToBoolean(value, kFieldSource);
       } catch (const Error&) {
         Mismatch(value, column);
       }
@@ -140,7 +139,7 @@ std::wstring Shown(const Value& value) {
   if (const auto* bytes = std::get_if<Bytes>(&value))
     return std::to_wstring(bytes->size()) + L" bytes";
   const auto* text = std::get_if<std::wstring>(&value);
-  if (text == nullptr) return ToText(value, kSource);
+  if (text == nullptr) return ToText(value, kFieldSource);
   if (text->size() <= kLongest) return L"\"" + *text + L"\"";
   return L"\"" + text->substr(0, kLongest) + L"...\"";
 }

@@ -13,6 +13,8 @@ namespace tdefault::tables::foxpro {
 inline constexpr std::size_t kIndexPageSize = 512;
 inline constexpr std::uint32_t kNoIndexPage = 0xFFFFFFFF;  // a sibling or free page that is none
 inline constexpr std::size_t kLongestKey = 240;
+// No file of 2 GB holds a deeper tree; a deeper one goes in circles.
+inline constexpr std::size_t kDeepestTree = 40;
 
 // The header of a tag, and, at 0, that of the tree of all tags. It fills two pages.
 namespace tag_header {

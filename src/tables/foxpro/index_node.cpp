@@ -17,8 +17,6 @@ std::uint32_t LowBits(unsigned count) {
   return static_cast<std::uint32_t>((std::uint64_t{1} << count) - 1);
 }
 
-std::wstring Number(std::size_t number) { return std::to_wstring(number); }
-
 LeafPacking ReadPacking(const IndexPage& page) {
   return {page[leaf_page::kRecordBits], page[leaf_page::kDuplicateBits],
           page[leaf_page::kTrailBits], page[leaf_page::kEntrySize]};
@@ -63,7 +61,8 @@ std::wstring DecodeLeaf(const IndexPage& page, const TreeShape& shape, std::size
   }
   if (!sound) return L"packs its entries in no way that exists";
   const std::size_t entry_size = node.packing.entry_size;
-  if (count * entry_size > kLeafRoom) return L"counts " + Number(count) + L" keys, too many";
+  if (count * entry_size > kLeafRoom)
+    return L"counts " + std::to_wstring(count) + L" keys, too many";
   const std::size_t entries_end = leaf_page::kEntries + count * entry_size;
   node.keys.resize(count * shape.key_length);
   node.records.resize(count);
@@ -88,7 +87,8 @@ std::wstring DecodeInner(const IndexPage& page, const TreeShape& shape, std::siz
                          IndexNode& node) {
   const std::size_t entry_size = shape.key_length + inner_page::kNumbersSize;
   if (count == 0) return L"has no keys, which only an empty tag's own page may";
-  if (count * entry_size > kInnerRoom) return L"counts " + Number(count) + L" keys, too many";
+  if (count * entry_size > kInnerRoom)
+    return L"counts " + std::to_wstring(count) + L" keys, too many";
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t entry = inner_page::kEntries + i * entry_size;
     node.keys.append(reinterpret_cast<const char*>(page.data()) + entry, shape.key_length);

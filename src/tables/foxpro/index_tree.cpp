@@ -4,13 +4,6 @@
 #include <utility>
 
 namespace tdefault::tables::foxpro {
-namespace {
-
-// No file of 2 GB holds a deeper tree; a deeper one goes in circles.
-constexpr std::size_t kDeepest = 40;
-
-}  // namespace
-
 void IndexTree::Descend(std::string_view key, std::uint32_t record) {
   path_.clear();
   for (std::uint32_t offset = root_;;) {
@@ -24,7 +17,7 @@ void IndexTree::Descend(std::string_view key, std::uint32_t record) {
     }
     position = std::min(position, node.size() - 1);
     path_.push_back({offset, position});
-    if (path_.size() > kDeepest)
+    if (path_.size() > kDeepestTree)
       throw DamagedTag(index_, shape_.name, L"its pages refer to each other in a circle");
     offset = node.children[position];
   }

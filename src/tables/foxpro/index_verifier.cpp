@@ -17,13 +17,10 @@ namespace tdefault::tables::foxpro {
 namespace {
 
 constexpr std::size_t kMostFindings = 10;  // of one tag
-constexpr std::size_t kDeepest = 40;
 constexpr std::size_t kRowStretch = 256 * std::size_t{1024};
 constexpr std::size_t kKeyMemory = 32 * std::size_t{1024} * 1024;
 
 using EntryVisitor = std::function<void(std::string_view key, std::uint32_t record)>;
-
-std::wstring Number(std::uint64_t number) { return std::to_wstring(number); }
 
 // The sentences about one tag; the first ones are kept, the others counted.
 class Findings {
@@ -37,7 +34,7 @@ class Findings {
 
   [[nodiscard]] std::vector<std::wstring> Take() {
     if (count_ > sentences_.size())
-      sentences_.push_back(L"there are " + Number(count_ - sentences_.size()) +
+      sentences_.push_back(L"there are " + std::to_wstring(count_ - sentences_.size()) +
                            L" more like these");
     return std::move(sentences_);
   }
@@ -56,9 +53,9 @@ class PageUse {
   // The page in words where it cannot stand there or was met before; empty when all is well.
   [[nodiscard]] std::wstring Meet(std::uint64_t offset) {
     if (offset % kIndexPageSize != 0 || offset / kIndexPageSize >= used_.size())
-      return L"it refers to a page at " + Number(offset) + L", where the file has none";
+      return L"it refers to a page at " + std::to_wstring(offset) + L", where the file has none";
     const std::size_t page = offset / kIndexPageSize;
-    if (used_[page]) return L"the page at " + Number(offset) + L" is used twice";
+    if (used_[page]) return L"the page at " + std::to_wstring(offset) + L" is used twice";
     used_[page] = true;
     return {};
   }
@@ -93,13 +90,13 @@ class TreeVerifier {
   };
 
   void Found(std::uint32_t offset, const std::wstring& what) {
-    findings_.Add(L"the page at " + Number(offset) + L" " + what);
+    findings_.Add(L"the page at " + std::to_wstring(offset) + L" " + what);
   }
 
   void Verify(std::uint32_t offset, std::size_t level, const Highest* parent_entry) {
     if (std::wstring problem = use_.Meet(offset); !problem.empty())
       return findings_.Add(std::move(problem));
-    if (level > kDeepest) return Found(offset, L"lies too deep in the tree");
+    if (level > kDeepestTree) return Found(offset, L"lies too deep in the tree");
     IndexPage page;
     try {
       pages_.ReadBytes(offset, page, shape_.name);
@@ -151,7 +148,7 @@ class TreeVerifier {
       const std::string_view key = KeyAt(node, shape_, i);
       const std::uint32_t record = node.records[i];
       if (!key_.empty() && CompareEntries(key_, record_, key, record) >= 0)
-        Found(offset, L"has the key of record " + Number(record) + L" out of order");
+        Found(offset, L"has the key of record " + std::to_wstring(record) + L" out of order");
       key_ = key;
       record_ = record;
       visit_(key, record);
@@ -245,10 +242,11 @@ class ExpectedKeys {
     const std::uint32_t i = record - first_;
     switch (states_[i]) {
       case State::kNone:
-        findings_.Add(L"it has a key of record " + Number(record) + L", which should have none");
+        findings_.Add(L"it has a key of record " + std::to_wstring(record) +
+                      L", which should have none");
         return;
       case State::kMet:
-        findings_.Add(L"it has two keys of record " + Number(record));
+        findings_.Add(L"it has two keys of record " + std::to_wstring(record));
         return;
       case State::kUnknown:
         return;
@@ -259,7 +257,8 @@ class ExpectedKeys {
     const auto expected =
         std::string_view(bytes_).substr(std::size_t{i} * tag_.key_length, tag_.key_length);
     if (!keys_.SameKeys(expected, key))
-      findings_.Add(L"its key of record " + Number(record) + L" is not the key of the row");
+      findings_.Add(L"its key of record " + std::to_wstring(record) +
+                    L" is not the key of the row");
   }
 
   // A UNIQUE tag hides rows.
@@ -267,7 +266,7 @@ class ExpectedKeys {
     if (tag_.unique) return;
     for (std::uint32_t i = 0; i < states_.size(); ++i)
       if (states_[i] == State::kExpected)
-        findings_.Add(L"it lacks the key of record " + Number(std::uint64_t{first_} + i));
+        findings_.Add(L"it lacks the key of record " + std::to_wstring(std::uint64_t{first_} + i));
   }
 
  private:
@@ -284,7 +283,7 @@ class ExpectedKeys {
     } catch (const Error& error) {
       if (error.number() != error_number::kTableDamaged) throw;
       states_[i] = State::kUnknown;
-      findings_.Add(L"the key of record " + Number(std::uint64_t{first_} + i) +
+      findings_.Add(L"the key of record " + std::to_wstring(std::uint64_t{first_} + i) +
                     L" cannot be told: " + error.description());
     }
   }
@@ -385,11 +384,11 @@ class Verifier {
     std::uint32_t previous_record = 0;
     const EntryVisitor count = [&](std::string_view key, std::uint32_t record) {
       if ((tag.candidate || tag.unique) && previous == key)
-        findings.Add(L"the records " + Number(previous_record) + L" and " + Number(record) +
-                     L" have one key in it, which it should not allow");
+        findings.Add(L"the records " + std::to_wstring(previous_record) + L" and " +
+                     std::to_wstring(record) + L" have one key in it, which it should not allow");
       if (record == 0 || record > rows_.count())
-        findings.Add(L"it has a key of record " + Number(record) + L", but the table has " +
-                     Number(rows_.count()) + L" records");
+        findings.Add(L"it has a key of record " + std::to_wstring(record) +
+                     L", but the table has " + std::to_wstring(rows_.count()) + L" records");
       met = met || keys->SameKeys(*unfinished, key);
       previous = key;
       previous_record = record;
@@ -397,7 +396,7 @@ class Verifier {
     };
     TreeVerifier(pages_, shape, use, findings, count).Run(tag.root);
     if (!met && findings.none())
-      findings.Add(L"it lacks the key of record " + Number(unfinished_record_));
+      findings.Add(L"it lacks the key of record " + std::to_wstring(unfinished_record_));
     if (keys && findings.none()) CompareRows(tag, *keys, shape, findings);
   }
 

@@ -7,7 +7,6 @@ namespace tdefault::tables::foxpro {
 namespace {
 
 constexpr std::uint64_t kSignBit = std::uint64_t{1} << 63U;
-constexpr double kMillisecondsPerSecond = 1000;
 constexpr double kSecondsPerDay = 86400;
 
 void AppendBigEndian(std::string& key, std::uint64_t bits, unsigned size) {
@@ -36,7 +35,7 @@ void AppendDateKey(std::string& key, Date date) {
 }
 
 void AppendTimeKey(std::string& key, DateTime date_time) {
-  const double seconds = date_time.milliseconds / kMillisecondsPerSecond;
+  const double seconds = static_cast<double>(date_time.milliseconds) / kMillisecondsPerSecond;
   AppendDoubleKey(key, date_time.date.julian_day + seconds / kSecondsPerDay);
 }
 

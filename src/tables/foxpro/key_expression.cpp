@@ -122,7 +122,7 @@ bool IsMemo(const Column& column) {
   return column.type == 'M' || column.type == 'G' || column.type == 'P' || column.type == 'W';
 }
 
-std::wstring Bytes(std::size_t count) { return std::to_wstring(count) + L" bytes"; }
+std::wstring CountOfBytes(std::size_t count) { return std::to_wstring(count) + L" bytes"; }
 
 }  // namespace
 
@@ -270,8 +270,8 @@ class TagKeys::Parts {
         break;
     }
     if (tag_.key_length == needed + extra) return;
-    throw NotKept(L"its keys are " + Bytes(tag_.key_length) + L" long where " + tag_.expression +
-                  L" makes " + Bytes(needed + extra));
+    throw NotKept(L"its keys are " + CountOfBytes(tag_.key_length) + L" long where " +
+                  tag_.expression + L" makes " + CountOfBytes(needed + extra));
   }
 
   [[nodiscard]] std::size_t text_length() const {

@@ -13,11 +13,6 @@
 namespace tdefault::tables::foxpro {
 namespace {
 
-constexpr std::int32_t kMillisecondsPerSecond = 1000;
-constexpr std::int32_t kMillisecondsPerDay = 86400 * kMillisecondsPerSecond;
-constexpr Date kFirstDay = {1721426};  // 0001-01-01
-constexpr Date kLastDay = {5373484};   // 9999-12-31
-
 bool IsDigit(char character) { return character >= '0' && character <= '9'; }
 
 // FoxPro pads with blanks; other programs leave zero bytes.

@@ -16,10 +16,6 @@
 namespace tdefault::tables::foxpro {
 namespace {
 
-constexpr std::int32_t kMillisecondsPerSecond = 1000;
-constexpr std::int32_t kMillisecondsPerDay = 86400 * kMillisecondsPerSecond;
-constexpr Date kFirstDay = {1721426};  // 0001-01-01
-constexpr Date kLastDay = {5373484};   // 9999-12-31
 constexpr double kLargestInteger = 2147483647;
 constexpr std::size_t kCurrencyDecimals = 4;
 // More digits than the widest column holds.

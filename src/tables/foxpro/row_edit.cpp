@@ -8,8 +8,6 @@
 namespace tdefault::tables::foxpro {
 namespace {
 
-constexpr wchar_t kSource[] = L"Recordset";
-
 // Gives the lock up unless the change is done or goes on.
 class LockGuard {
  public:
@@ -48,7 +46,7 @@ void RowEdit::Put(std::size_t field, const Value& value) {
 
 void RowEdit::Begin() {
   if (pessimistic()) {
-    if (!changes_->LockRow(rows_.record_number())) throw RowDeleted(kSource, RowName());
+    if (!changes_->LockRow(rows_.record_number())) throw RowDeleted(kRecordsetSource, RowName());
   } else {
     before_.clear();
     for (std::size_t field = 0; field < columns_.size(); ++field)
@@ -66,7 +64,7 @@ Value RowEdit::Read(std::size_t field) const {
 void RowEdit::Store() {
   const LockGuard guard(pessimistic() ? nullptr : changes_.get());
   if (!pessimistic()) {
-    if (!changes_->LockRow(rows_.record_number())) throw RowDeleted(kSource, RowName());
+    if (!changes_->LockRow(rows_.record_number())) throw RowDeleted(kRecordsetSource, RowName());
     RequireUnchanged();
   }
   std::vector<ColumnValue> values;
@@ -82,7 +80,8 @@ void RowEdit::Store() {
 void RowEdit::RequireUnchanged() const {
   for (std::size_t field = 0; field < columns_.size(); ++field)
     if (changes_->row().Read(columns_[field]) != before_[field])
-      throw RowChanged(kSource, RowName() + L", column " + table_.columns()[columns_[field]].name);
+      throw RowChanged(kRecordsetSource,
+                       RowName() + L", column " + table_.columns()[columns_[field]].name);
 }
 
 void RowEdit::Drop() noexcept {

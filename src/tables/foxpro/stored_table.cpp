@@ -15,7 +15,6 @@ namespace tdefault::tables::foxpro {
 namespace {
 
 constexpr std::size_t kBufferSize = 512 * std::size_t{1024};
-constexpr std::wstring_view kTableEnding = L".dbf";
 constexpr std::wstring_view kNotInNames = L"\\/:*?\"<>|";
 
 // Names that open a device instead of a file, which could wait for input for ever.
@@ -144,7 +143,7 @@ std::unique_ptr<Table> TableFolder::OpenTable(const std::wstring& name) {
   const std::wstring key = ToUpper(name);
   std::shared_ptr<TableFiles> table = Find(key);
   if (!table) {
-    TableIdentity identity{name, path_ + L"\\" + name + std::wstring(kTableEnding)};
+    TableIdentity identity{name, path_ + L"\\" + name + std::wstring(file_ending::kTable)};
     table = std::make_shared<TableFiles>(files_, std::move(identity), view_, patience_);
     open_[key] = table;
   }

@@ -72,9 +72,9 @@ class StructuralIndex::Parts {
       if (!tags_[i]->tag.candidate || !keys[i]) continue;
       const auto other = OtherWithKey(*tags_[i], *keys[i], record_number);
       if (!other) continue;
-      throw Error(error_number::kIntegrityViolation, L"FoxPro tables",
-                  L"Table " + index_.table.name + L", file " + index_.path + L": record " +
-                      std::to_wstring(*other) + L" already has the key of the row in the unique " +
+      throw Error(error_number::kIntegrityViolation, kTablesSource,
+                  FileSubject(index_.table, index_.path) + L"record " + std::to_wstring(*other) +
+                      L" already has the key of the row in the unique " +
                       DescribeTag(tags_[i]->tag.name) + L" (" + tags_[i]->tag.expression +
                       L"). Give the row another value.");
     }

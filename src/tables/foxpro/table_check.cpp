@@ -16,28 +16,18 @@
 #include "tables/foxpro/memo_check.h"
 #include "tables/foxpro/memo_file.h"
 #include "tables/foxpro/record_decoder.h"
+#include "tables/foxpro/table_files.h"
 #include "tables/foxpro/table_format.h"
 #include "tables/foxpro/table_layout.h"
 
 namespace tdefault::tables::foxpro {
 namespace {
 
-constexpr std::size_t kBufferSize = 256 * std::size_t{1024};
+constexpr std::size_t kReadSize = 256 * std::size_t{1024};
 constexpr std::uint8_t kEndMark = 0x1A;
-constexpr std::wstring_view kTableEnding = L".dbf";
-constexpr wchar_t kMemoEnding[] = L".fpt";
-constexpr wchar_t kIndexEnding[] = L".cdx";
 // A table that others change while it is checked.
 constexpr int kMostAttempts = 4;
 constexpr std::uint32_t kPauseBetweenAttempts = 250;
-
-std::wstring Companion(const TableIdentity& table, const wchar_t* ending) {
-  return table.path.substr(0, table.path.size() - kTableEnding.size()) + ending;
-}
-
-std::wstring Subject(const TableIdentity& table, const std::wstring& file) {
-  return L"Table " + table.name + L", file " + file + L": ";
-}
 
 using platform::FileAccess;
 using platform::FileShare;
@@ -58,8 +48,8 @@ bool IsThere(platform::Files& files, const std::wstring& path) {
 // What every change of a table changes, as far as a few bytes tell.
 std::string Fingerprint(platform::Files& files, const TableIdentity& table) {
   std::string print;
-  for (const std::wstring& path :
-       {table.path, Companion(table, kMemoEnding), Companion(table, kIndexEnding)}) {
+  for (const std::wstring& path : {table.path, CompanionPath(table, file_ending::kMemo),
+                                   CompanionPath(table, file_ending::kIndex)}) {
     const auto file = files.Open(path, FileAccess::kRead, FileShare::kReadWrite);
     if (!file.ok()) continue;
     std::array<std::uint8_t, table_header::kSize> bytes{};
@@ -121,7 +111,7 @@ class TableChecker {
   }
 
   void Warn(Area area, const std::wstring& text) {
-    findings_.Warning(area, Subject(checked_.table, checked_.table.path) + text);
+    findings_.Warning(area, FileSubject(checked_.table, checked_.table.path) + text);
   }
 
   void CheckHeader() {
@@ -165,7 +155,7 @@ class TableChecker {
            L"checked. Copy the table to a new table with FoxPro and use that one.");
       return;
     }
-    const std::wstring path = Companion(checked_.table, kMemoEnding);
+    const std::wstring path = CompanionPath(checked_.table, file_ending::kMemo);
     CheckPart(Area::kMemo, [&] {
       if (!IsThere(files_, path)) {
         throw RefusedFile(checked_.table, checked_.table.path,
@@ -181,7 +171,7 @@ class TableChecker {
   // Reads the records in stretches, so that memory stays bounded.
   void ForEachRecord(const std::function<void(Record, std::uint32_t)>& sink) {
     const std::size_t length = layout_->record_length;
-    const std::size_t fitting = std::max<std::size_t>(1, kBufferSize / length);
+    const std::size_t fitting = std::max<std::size_t>(1, kReadSize / length);
     std::vector<std::uint8_t> buffer;
     for (std::uint32_t first = 1; first <= layout_->record_count;) {
       const std::size_t count =
@@ -211,7 +201,7 @@ class TableChecker {
       ++checked_.deleted;
     } else if (*record != record_mark::kLive) {
       findings_.Problem(Area::kRows,
-                        Subject(checked_.table, checked_.table.path) + L"record " +
+                        FileSubject(checked_.table, checked_.table.path) + L"record " +
                             std::to_wstring(number) + L" starts with the byte " +
                             std::to_wstring(*record) +
                             L" where a mark for a live or a deleted row belongs, so the rows from "
@@ -254,7 +244,7 @@ class TableChecker {
   }
 
   void CheckIndex() {
-    const std::wstring path = Companion(checked_.table, kIndexEnding);
+    const std::wstring path = CompanionPath(checked_.table, file_ending::kIndex);
     const bool there = IsThere(files_, path);
     if (!layout_->has_structural_index) {
       if (!there) return;
@@ -273,7 +263,7 @@ class TableChecker {
     }
     const auto file = OpenForReading(files_, checked_.table, path);
     // A key may be made of a memo value.
-    const std::wstring memo_path = Companion(checked_.table, kMemoEnding);
+    const std::wstring memo_path = CompanionPath(checked_.table, file_ending::kMemo);
     std::unique_ptr<MemoFile> memo;
     if (memo_) {
       memo = std::make_unique<MemoFile>(OpenForReading(files_, checked_.table, memo_path),
@@ -284,7 +274,7 @@ class TableChecker {
   }
 
   void TellIndex(const std::wstring& path, const IndexReport& report) {
-    const std::wstring subject = Subject(checked_.table, path);
+    const std::wstring subject = FileSubject(checked_.table, path);
     const auto tell = [&](const std::wstring& tag, const std::wstring& what) {
       // What was thrown names table and file itself.
       if (what.starts_with(L"Table ")) return findings_.Problem(Area::kIndex, what);
@@ -345,7 +335,7 @@ CheckedTable CheckTable(platform::Files& files, platform::Clock& clock, const Ta
     if (attempt == kMostAttempts) {
       CheckFindings(checked, 1)
           .Warning(CheckArea::kTable,
-                   Subject(table, table.path) +
+                   FileSubject(table, table.path) +
                        L"the table was changed by others while it was checked, so what is told of "
                        L"it here may not be so. Check it again when nobody works with it.");
       return checked;
@@ -361,8 +351,7 @@ std::vector<TableIdentity> FindTables(platform::Files& files, const std::wstring
   if (!entries.ok()) {
     if (entries.code() == system_code::kFileNotFound) return tables;
     const bool denied = entries.code() == system_code::kAccessDenied;
-    throw Error(denied ? error_number::kNoPermission : error_number::kTableDamaged,
-                L"FoxPro tables",
+    throw Error(denied ? error_number::kNoPermission : error_number::kTableDamaged, kTablesSource,
                 L"The data folder " + folder +
                     (denied ? L" may not be listed. Ask for the right to read it."
                             : L" does not exist or cannot be reached (system error " +
@@ -371,9 +360,9 @@ std::vector<TableIdentity> FindTables(platform::Files& files, const std::wstring
   }
   while (const auto entry = entries.value()->Next()) {
     const std::wstring& name = entry->name;
-    if (entry->is_folder || name.size() <= kTableEnding.size()) continue;
-    const std::size_t stem = name.size() - kTableEnding.size();
-    if (!EqualIgnoringCase(std::wstring_view(name).substr(stem), kTableEnding)) continue;
+    if (entry->is_folder || name.size() <= file_ending::kTable.size()) continue;
+    const std::size_t stem = name.size() - file_ending::kTable.size();
+    if (!EqualIgnoringCase(std::wstring_view(name).substr(stem), file_ending::kTable)) continue;
     TableIdentity table{name.substr(0, stem), folder};
     table.path.append(L"\\").append(name);
     tables.push_back(std::move(table));

@@ -5,20 +5,19 @@
 namespace tdefault::tables::foxpro {
 namespace {
 
-constexpr wchar_t kSource[] = L"FoxPro tables";
 constexpr wchar_t kRemedy[] =
     L" Restore the file from a backup, or have it checked and repaired with FoxPro.";
 
-std::wstring Subject(const TableIdentity& table, const std::wstring& file) {
+}  // namespace
+
+std::wstring FileSubject(const TableIdentity& table, const std::wstring& file) {
   return L"Table " + table.name + L", file " + file + L": ";
 }
 
-}  // namespace
-
 Error DamagedFile(const TableIdentity& table, const std::wstring& file,
                   const std::wstring& reason) {
-  return {error_number::kTableDamaged, kSource,
-          Subject(table, file) + L"the file is damaged, " + reason + L"." + kRemedy};
+  return {error_number::kTableDamaged, kTablesSource,
+          FileSubject(table, file) + L"the file is damaged, " + reason + L"." + kRemedy};
 }
 
 Error NoRecord(const TableIdentity& table, std::uint32_t record_number) {
@@ -34,15 +33,16 @@ Error DamagedValue(const ValuePlace& place, const std::wstring& reason) {
 
 Error RefusedValue(const ValuePlace& place, const std::wstring& reason,
                    const std::wstring& remedy) {
-  return {error_number::kTableDamaged, kSource,
-          Subject(place.table, place.table.path) + L"record " +
+  return {error_number::kTableDamaged, kTablesSource,
+          FileSubject(place.table, place.table.path) + L"record " +
               std::to_wstring(place.record_number) + L", column " + place.column + L": " + reason +
               L". " + remedy};
 }
 
 Error RefusedFile(const TableIdentity& table, const std::wstring& file, const std::wstring& reason,
                   const std::wstring& remedy) {
-  return {error_number::kTableDamaged, kSource, Subject(table, file) + reason + L". " + remedy};
+  return {error_number::kTableDamaged, kTablesSource,
+          FileSubject(table, file) + reason + L". " + remedy};
 }
 
 Error FileFailure(const TableIdentity& table, const std::wstring& file, const wchar_t* action,
@@ -51,32 +51,32 @@ Error FileFailure(const TableIdentity& table, const std::wstring& file, const wc
   switch (code) {
     case system_code::kSharingViolation:
     case system_code::kLockViolation:
-      return {error_number::kInUseByAnother, kSource,
-              Subject(table, file) +
+      return {error_number::kInUseByAnother, kTablesSource,
+              FileSubject(table, file) +
                   L"the file is in use by another program, which allows nobody else to read it. "
                   L"Close it there and try again."};
     case system_code::kAccessDenied:
-      return {
-          error_number::kNoPermission, kSource,
-          Subject(table, file) + L"access to the file is denied. Ask for the right to read it."};
+      return {error_number::kNoPermission, kTablesSource,
+              FileSubject(table, file) +
+                  L"access to the file is denied. Ask for the right to read it."};
     default:
-      return {error_number::kTableDamaged, kSource,
-              Subject(table, file) + L"the file could not be " + action + L" (system error " +
+      return {error_number::kTableDamaged, kTablesSource,
+              FileSubject(table, file) + L"the file could not be " + action + L" (system error " +
                   std::to_wstring(code) + L"). Check the drive and the network connection."};
   }
 }
 
 Error LockedByAnother(const TableIdentity& table, const std::wstring& file,
                       const std::wstring& part, std::uint32_t waited_milliseconds) {
-  return {error_number::kInUseByAnother, kSource,
-          Subject(table, file) + part + L" is in use by another program or user, who did not " +
+  return {error_number::kInUseByAnother, kTablesSource,
+          FileSubject(table, file) + part + L" is in use by another program or user, who did not " +
               L"release it within " + std::to_wstring(waited_milliseconds) +
               L" milliseconds. Try again when the other has finished with it, or have it waited "
               L"for longer with the environment variable TDEFAULT_LOCK_WAIT."};
 }
 
 Error NoSuchTable(const std::wstring& name, const std::wstring& reason) {
-  return {error_number::kNoSuchTable, kSource,
+  return {error_number::kNoSuchTable, kTablesSource,
           L"There is no table " + name + L": " + reason + L". Check the name and the data folder."};
 }
 

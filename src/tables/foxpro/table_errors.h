@@ -14,6 +14,12 @@ struct TableIdentity {
   std::wstring path;  // of the table file
 };
 
+// The source of every error of the tables themselves.
+inline constexpr wchar_t kTablesSource[] = L"FoxPro tables";
+
+// How an error's text begins that concerns a file of the table.
+[[nodiscard]] std::wstring FileSubject(const TableIdentity& table, const std::wstring& file);
+
 // Where in a table a value stands.
 struct ValuePlace {
   const TableIdentity& table;

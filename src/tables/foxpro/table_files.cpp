@@ -11,10 +11,6 @@
 namespace tdefault::tables::foxpro {
 namespace {
 
-constexpr std::size_t kEndingLength = 4;  // ".dbf"
-constexpr std::wstring_view kMemoEnding = L".fpt";
-constexpr std::wstring_view kIndexEnding = L".cdx";
-
 bool IsMissing(std::uint32_t code) {
   namespace system_code = platform::system_code;
   return code == system_code::kFileNotFound || code == system_code::kPathNotFound;
@@ -30,13 +26,8 @@ std::unique_ptr<platform::File> OpenTableFile(platform::Files& files,
   throw FileFailure(identity, identity.path, L"opened", file.code());
 }
 
-// The path of the file beside the table that has another ending.
-std::wstring Beside(const TableIdentity& identity, std::wstring_view ending) {
-  return identity.path.substr(0, identity.path.size() - kEndingLength) + std::wstring(ending);
-}
-
 std::unique_ptr<MemoFile> OpenMemoFile(platform::Files& files, const TableIdentity& identity) {
-  const std::wstring path = Beside(identity, kMemoEnding);
+  const std::wstring path = CompanionPath(identity, file_ending::kMemo);
   auto file = files.Open(path, platform::FileAccess::kRead, platform::FileShare::kReadWrite);
   if (file.ok()) return std::make_unique<MemoFile>(std::move(file).value(), path, identity);
   if (!IsMissing(file.code())) throw FileFailure(identity, path, L"opened", file.code());
@@ -55,6 +46,11 @@ std::unique_ptr<MemoFile> MemoFileOf(platform::Files& files, const TableIdentity
 }
 
 }  // namespace
+
+std::wstring CompanionPath(const TableIdentity& identity, std::wstring_view ending) {
+  return identity.path.substr(0, identity.path.size() - file_ending::kTable.size()) +
+         std::wstring(ending);
+}
 
 TableFiles::TableFiles(platform::Files& files, TableIdentity identity, const TableView& view,
                        const LockPatience& patience)
@@ -169,7 +165,7 @@ void TableFiles::AllowChanges() {
 
 void TableFiles::OpenIndex() {
   index_.reset();
-  index_path_ = Beside(identity_, kIndexEnding);
+  index_path_ = CompanionPath(identity_, file_ending::kIndex);
   auto file =
       files_.Open(index_path_, platform::FileAccess::kReadWrite, platform::FileShare::kReadWrite);
   if (file.ok()) {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/files.h"
@@ -20,6 +21,9 @@
 namespace tdefault::tables::foxpro {
 
 class StructuralIndex;
+
+// The path of the table's file with another ending, which stands beside it.
+[[nodiscard]] std::wstring CompanionPath(const TableIdentity& identity, std::wstring_view ending);
 
 // How a connection sees its tables.
 struct TableView {

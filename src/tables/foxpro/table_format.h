@@ -5,8 +5,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 
 namespace tdefault::tables::foxpro {
+
+namespace file_ending {
+inline constexpr std::wstring_view kTable = L".dbf";
+inline constexpr std::wstring_view kMemo = L".fpt";
+inline constexpr std::wstring_view kIndex = L".cdx";
+}  // namespace file_ending
 
 namespace table_version {
 inline constexpr std::uint8_t kDbase3 = 0x03;  // dBASE III and FoxPro 2.x without memo file

@@ -12,8 +12,8 @@
 namespace tdefault::tables::sql {
 namespace {
 
-constexpr double kMillisecondsPerDay = 86'400'000.0;
-constexpr double kMillisecondsPerSecond = 1000.0;
+constexpr double kDayLength = kMillisecondsPerDay;
+constexpr double kSecondLength = kMillisecondsPerSecond;
 
 double Compute(ArithmeticOperator operation, double left, double right, std::size_t position) {
   double result = 0;
@@ -55,7 +55,7 @@ void Concatenate(ArithmeticOperator operation, std::wstring& left, const std::ws
 
 // Milliseconds since the beginning of day 0 of the Julian count.
 double Milliseconds(const DateTime& time) {
-  return time.date.julian_day * kMillisecondsPerDay + time.milliseconds;
+  return time.date.julian_day * kDayLength + time.milliseconds;
 }
 
 // Days are added to a date and seconds to a time; the empty date stays empty.
@@ -63,24 +63,24 @@ Value Shift(const Value& day, double amount, std::size_t position) {
   const DateTime start = DateTimeOf(day);
   if (start.empty()) return day;
   const bool is_date = std::holds_alternative<Date>(day);
-  const double step = is_date ? std::trunc(amount) * kMillisecondsPerDay
-                              : std::trunc(amount) * kMillisecondsPerSecond;
+  const double step =
+      is_date ? std::trunc(amount) * kDayLength : std::trunc(amount) * kSecondLength;
   const double moved = Milliseconds(start) + step;
   const double first = Milliseconds({*MakeDate(1, 1, 1), 0});
-  const double end = Milliseconds({*MakeDate(9999, 12, 31), 0}) + kMillisecondsPerDay;
+  const double end = Milliseconds({*MakeDate(9999, 12, 31), 0}) + kDayLength;
   if (!(moved >= first && moved < end))
     throw StatementError(position, L"the result is not a day of the years 1 to 9999");
-  const double julian_day = std::floor(moved / kMillisecondsPerDay);
+  const double julian_day = std::floor(moved / kDayLength);
   const Date date{static_cast<std::int32_t>(julian_day)};
   if (is_date) return date;
-  return DateTime{date, static_cast<std::int32_t>(moved - julian_day * kMillisecondsPerDay)};
+  return DateTime{date, static_cast<std::int32_t>(moved - julian_day * kDayLength)};
 }
 
 // Days between dates, seconds where one of the two has a time.
 double Difference(const Value& left, const Value& right) {
   const double milliseconds = Milliseconds(DateTimeOf(left)) - Milliseconds(DateTimeOf(right));
   const bool dates = std::holds_alternative<Date>(left) && std::holds_alternative<Date>(right);
-  return milliseconds / (dates ? kMillisecondsPerDay : kMillisecondsPerSecond);
+  return milliseconds / (dates ? kDayLength : kSecondLength);
 }
 
 }  // namespace

@@ -41,12 +41,6 @@ enum Column : std::size_t {
   kProc
 };
 
-std::size_t CallsOf(const Shop& shop, const std::string& operation) {
-  return static_cast<std::size_t>(
-      std::count_if(shop.machine.calls().begin(), shop.machine.calls().end(),
-                    [&](const auto& call) { return call.operation == operation; }));
-}
-
 void PutBusinessTypes(Shop& shop) {
   auto& result = shop.tables.store.results[kBusinessTypes];
   result.columns = {L"Idnumber", L"Text"};
@@ -431,14 +425,14 @@ TEST_CASE("loading costs one profile read per option and looks each column up on
       shop.Define({L"ID" + std::to_wstring(i), i % 2 == 0, L"S", i % 7 == 0 ? 5 : 0, L"k"});
     shop.options.SetINIFile(L"");
     CHECK(shop.tables.store.lookups_by_name == 13);
-    return CallsOf(shop, "ReadEntry");
+    return shop.CallsOf("ReadEntry");
   };
   CHECK(reads_of(300) - reads_of(100) == 200);
   const auto other_calls_of = [](int count) {
     Shop shop;
     for (int i = 0; i < count; ++i) shop.Define({L"ID" + std::to_wstring(i), true, L"S", 5, L"k"});
     shop.options.SetINIFile(L"");
-    return shop.machine.call_count() - CallsOf(shop, "ReadEntry");
+    return shop.machine.call_count() - shop.CallsOf("ReadEntry");
   };
   CHECK(other_calls_of(300) == other_calls_of(100));
 }

@@ -51,12 +51,6 @@ bool HasTemporaryFile(const Shop& shop) {
   });
 }
 
-std::size_t CallsOf(const Shop& shop, const std::string& operation) {
-  return static_cast<std::size_t>(
-      std::count_if(shop.machine.calls().begin(), shop.machine.calls().end(),
-                    [&](const auto& call) { return call.operation == operation; }));
-}
-
 // Files of a system that makes temporary files in the root folder for an empty folder name.
 class RootedFiles final : public platform::Files {
  public:
@@ -309,7 +303,7 @@ TEST_CASE("when the third write fails the later ones are not made and the first 
   for (const wchar_t* id : {L"LOCAL", L"GLOBAL", L"THIRD", L"LAST"}) shop.SetNew(id, L"new");
   FailNth(shop, "WriteEntry", 3, platform::system_code::kDiskFull);
   CHECK_FALSE(shop.options.Save());
-  CHECK(CallsOf(shop, "WriteEntry") == 3);
+  CHECK(shop.CallsOf("WriteEntry") == 3);
   CheckUntouched(shop);
   CHECK(shop.host.modified == 0);
   CHECK(shop.host.errors.empty());
@@ -470,7 +464,7 @@ TEST_CASE("a missing global INI file fails the save with error 53 and says what 
       L"'C:\\SHOP\\tov0002.tmp': The system cannot find the file specified. A file that cannot be "
       L"backed up is not written, so nothing was saved. If its folder is the right one, create an "
       L"empty file of that name and save again.");
-  CHECK(CallsOf(shop, "WriteEntry") == 0);
+  CHECK(shop.CallsOf("WriteEntry") == 0);
   CHECK(shop.local() == kLocalBefore);
   CHECK_FALSE(shop.machine.Exists(kGlobalIni));
   CHECK_FALSE(HasTemporaryFile(shop));
@@ -484,7 +478,7 @@ TEST_CASE("a folder that takes no temporary file fails the save before the first
   REQUIRE(shop.host.errors.size() == 1);
   CHECK(shop.host.errors[0].number == 75);
   CHECK(shop.host.errors[0].description.find(L"in the folder 'C:\\Windows'") != std::wstring::npos);
-  CHECK(CallsOf(shop, "WriteEntry") == 0);
+  CHECK(shop.CallsOf("WriteEntry") == 0);
   CheckUntouched(shop);
 }
 
@@ -569,8 +563,8 @@ TEST_CASE("a move that is refused for a moment is made at the second attempt") {
     LoadFour(shop);
     FailNth(shop, "Replace", nth, platform::system_code::kSharingViolation);
     CHECK(shop.options.Save());
-    CHECK(CallsOf(shop, "Replace") == 3);
-    CHECK(CallsOf(shop, "CreateUnique") == 2);
+    CHECK(shop.CallsOf("Replace") == 3);
+    CHECK(shop.CallsOf("CreateUnique") == 2);
     CHECK(shop.machine.pauses().size() == 1);
     CHECK(shop.machine.Contents(kGlobalOld) == kGlobalBefore);
     CHECK_FALSE(HasTemporaryFile(shop));
@@ -586,7 +580,7 @@ TEST_CASE("a backup that cannot be moved at all is copied") {
   shop.machine.FailCall(move + 3, platform::system_code::kSharingViolation);
   CHECK(shop.options.Save());
   CHECK(shop.machine.calls()[move + 2].operation == "Replace");
-  CHECK(CallsOf(shop, "CreateUnique") == 3);
+  CHECK(shop.CallsOf("CreateUnique") == 3);
   CHECK(shop.machine.Contents(kLocalOld) == kLocalBefore);
   CHECK(shop.machine.Contents(kGlobalOld) == kGlobalBefore);
   CHECK_FALSE(HasTemporaryFile(shop));
@@ -644,7 +638,7 @@ TEST_CASE(
           L"Options:SaveChanges, The file '" + std::wstring(path) +
               L"' cannot be saved, because its previous version would get the same name, so "
               L"nothing was saved. Use an INI file whose name does not end in \"old\".");
-    CHECK(CallsOf(shop, "WriteEntry") == 0);
+    CHECK(shop.CallsOf("WriteEntry") == 0);
     CHECK(shop.host.modified == 0);
     CHECK(shop.machine.Contents(path) == kLocalBefore);
     CHECK(shop.global() == kGlobalBefore);

@@ -2,6 +2,8 @@
 // and a host that records what the catalogue tells it.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -94,6 +96,13 @@ class Shop {
 
   std::string local() const { return machine.Contents(kLocalIni).value_or("(missing)"); }
   std::string global() const { return machine.Contents(kGlobalIni).value_or("(missing)"); }
+
+  // How often the catalogue made that call of the machine.
+  [[nodiscard]] std::size_t CallsOf(std::string_view operation) const {
+    return static_cast<std::size_t>(
+        std::count_if(machine.calls().begin(), machine.calls().end(),
+                      [&](const auto& call) { return call.operation == operation; }));
+  }
 
   // What a load has as the option's value.
   std::wstring ValueOf(const std::wstring& id) const { return options.Item(id)->CurrentValue(); }

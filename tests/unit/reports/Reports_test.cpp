@@ -12,7 +12,6 @@
 
 using namespace tdefault;
 using platform::simulation::Simulation;
-using reports::Report;
 using reports::Reports;
 using testing::ErrorOf;
 using testing::FakeTables;

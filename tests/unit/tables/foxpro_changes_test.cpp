@@ -18,9 +18,6 @@ using tdefault::tests::BuildTable;
 using tdefault::tests::ColumnSpec;
 using tdefault::tests::TableSpec;
 
-constexpr wchar_t kTable[] = L"C:\\Data\\T.dbf";
-constexpr wchar_t kMemo[] = L"C:\\Data\\T.fpt";
-
 // An empty table T of these columns, open for changes.
 class Changing {
  public:
@@ -540,8 +537,10 @@ TEST_CASE("a key that another row has is refused before anything is written") {
   PutTwoRows(shelf);
   const auto table = shelf.Open();
   const auto changes = table->Change();
-  const auto contents = [&shelf](const wchar_t* path) { return *shelf.machine().Contents(path); };
-  const std::string before = contents(kTable) + contents(kMemo) + contents(L"C:\\Data\\T.cdx");
+  const auto contents = [&shelf](const std::wstring& path) {
+    return *shelf.machine().Contents(path);
+  };
+  const std::string before = contents(kTable) + contents(kMemo) + contents(kIndex);
   const Error inserting = ErrorOf([&] { changes->Insert(Row(L"one", L"x")); });
   REQUIRE(changes->LockRow(2));
   const Error updating = ErrorOf([&] { changes->Update(Row(L"one", L"x")); });
@@ -549,7 +548,7 @@ TEST_CASE("a key that another row has is refused before anything is written") {
     CHECK(error.number() == error_number::kIntegrityViolation);
     CHECK(Contains(error, L"ID"));
   }
-  CHECK(contents(kTable) + contents(kMemo) + contents(L"C:\\Data\\T.cdx") == before);
+  CHECK(contents(kTable) + contents(kMemo) + contents(kIndex) == before);
 }
 
 TEST_CASE("a change with any of its calls failing leaves the old or the new row, whole") {

@@ -18,9 +18,6 @@ using platform::simulation::Simulation;
 
 namespace {
 
-const std::wstring kTable = L"C:\\Data\\T.dbf";
-const std::wstring kMemo = L"C:\\Data\\T.fpt";
-const std::wstring kIndex = L"C:\\Data\\T.cdx";
 constexpr std::uint64_t kHeaderLock = 0x7FFFFFFE;
 constexpr std::uint64_t kMemoLock = 0x40000000;
 constexpr std::uint64_t kIndexLock = 0x7FFFFFFE;

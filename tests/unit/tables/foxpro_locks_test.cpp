@@ -16,10 +16,6 @@ using tdefault::tests::TableSpec;
 
 namespace {
 
-const std::wstring kTable = L"C:\\Data\\T.dbf";
-const std::wstring kIndex = L"C:\\Data\\T.cdx";
-const std::wstring kMemo = L"C:\\Data\\T.fpt";
-
 TableSpec SpecOf(std::uint8_t version, bool indexed) {
   TableSpec spec;
   spec.version = version;

@@ -23,7 +23,7 @@ MemoryTable Numbered() {
   return table;
 }
 
-struct Fixture {
+struct OneTable {
   MemoryTables tables;
   MemoryTable& table = tables.Add(L"T", Numbered());
 
@@ -47,7 +47,7 @@ struct Fixture {
 
 }  // namespace
 
-TEST_CASE_FIXTURE(Fixture, "a value that does not fit is found before the first row is written") {
+TEST_CASE_FIXTURE(OneTable, "a value that does not fit is found before the first row is written") {
   const Error error = ErrorOf(L"UPDATE T SET Amount = Amount * 10.5 WHERE Id > 1");
   CHECK(error.number() == error_number::kValueDoesNotFit);
   CHECK(table.writes == 0);
@@ -55,13 +55,13 @@ TEST_CASE_FIXTURE(Fixture, "a value that does not fit is found before the first 
         error_number::kValueDoesNotFit);
 }
 
-TEST_CASE_FIXTURE(Fixture, "an error in the expression of one row leaves all rows as they were") {
+TEST_CASE_FIXTURE(OneTable, "an error in the expression of one row leaves all rows as they were") {
   CHECK(ErrorOf(L"UPDATE T SET Amount = 1 / (Id - 7)").description() ==
         L"Statement error at character 25: Cannot divide by 0.");
   CHECK(table.writes == 0);
 }
 
-TEST_CASE_FIXTURE(Fixture,
+TEST_CASE_FIXTURE(OneTable,
                   "a row in use ends the statement and the error counts what was changed") {
   table.locked_by_others = {4};
   const Error error = ErrorOf(L"UPDATE T SET Amount = 0");
@@ -78,7 +78,7 @@ TEST_CASE_FIXTURE(Fixture,
         L"Record 3 is in use. 0 rows were changed before.");
 }
 
-TEST_CASE_FIXTURE(Fixture, "a row that somebody deletes in between is skipped and not counted") {
+TEST_CASE_FIXTURE(OneTable, "a row that somebody deletes in between is skipped and not counted") {
   table.before_lock = [](MemoryTable& changed, std::uint32_t record) {
     if (record == 5) changed.deleted.insert(5);
   };
@@ -87,7 +87,7 @@ TEST_CASE_FIXTURE(Fixture, "a row that somebody deletes in between is skipped an
   CHECK(Amount(6) == 1);
 }
 
-TEST_CASE_FIXTURE(Fixture, "a row that somebody changes in between is judged anew") {
+TEST_CASE_FIXTURE(OneTable, "a row that somebody changes in between is judged anew") {
   table.before_lock = [](MemoryTable& changed, std::uint32_t record) {
     if (record == 5) changed.rows[4][0] = Value(std::int32_t{50});
     if (record == 6) changed.rows[5][0] = Value(std::int32_t{-6});
@@ -98,7 +98,7 @@ TEST_CASE_FIXTURE(Fixture, "a row that somebody changes in between is judged ane
   CHECK(Amount(6) == 600);
 }
 
-TEST_CASE_FIXTURE(Fixture, "what somebody changes in other columns stays beside the new values") {
+TEST_CASE_FIXTURE(OneTable, "what somebody changes in other columns stays beside the new values") {
   table.before_lock = [](MemoryTable& changed, std::uint32_t record) {
     changed.rows[record - 1][2] = Value(std::wstring(L"new"));
   };
@@ -107,7 +107,7 @@ TEST_CASE_FIXTURE(Fixture, "what somebody changes in other columns stays beside 
   CHECK(Amount(3) == 1);
 }
 
-TEST_CASE_FIXTURE(Fixture, "rows are found once though the change makes further rows match") {
+TEST_CASE_FIXTURE(OneTable, "rows are found once though the change makes further rows match") {
   CHECK(Run(L"UPDATE T SET Id = Id + 1 WHERE Id = 1 OR EXISTS (SELECT 1 FROM T b WHERE b.Id = "
             L"T.Id - 5)") == 6);
   CHECK(
@@ -116,13 +116,13 @@ TEST_CASE_FIXTURE(Fixture, "rows are found once though the change makes further 
   CHECK(table.deleted.contains(2));
 }
 
-TEST_CASE_FIXTURE(Fixture, "a statement for a table that does not exist is the finder's error") {
+TEST_CASE_FIXTURE(OneTable, "a statement for a table that does not exist is the finder's error") {
   CHECK(ErrorOf(L"DELETE FROM Missing").number() == error_number::kNoSuchTable);
   CHECK(ErrorOf(L"INSERT INTO Missing VALUES (1)").number() == error_number::kNoSuchTable);
   CHECK(ErrorOf(L"UPDATE Missing SET a = 1").number() == error_number::kNoSuchTable);
 }
 
-TEST_CASE_FIXTURE(Fixture, "a query that should give rows does not carry out changes") {
+TEST_CASE_FIXTURE(OneTable, "a query that should give rows does not carry out changes") {
   CHECK_THROWS_WITH_AS(
       static_cast<void>(tables::sql::ExecuteQuery(L" DELETE FROM T", tables)),
       doctest::Contains("Statement error at character 2: expected SELECT; a statement that"),
@@ -130,7 +130,7 @@ TEST_CASE_FIXTURE(Fixture, "a query that should give rows does not carry out cha
   CHECK(table.writes == 0);
 }
 
-TEST_CASE_FIXTURE(Fixture, "a new row may hold a text of megabytes in one literal or in many") {
+TEST_CASE_FIXTURE(OneTable, "a new row may hold a text of megabytes in one literal or in many") {
   table.columns.push_back(MakeColumn(L"Note", 'M'));
   for (auto& row : table.rows) row.push_back(Value(std::wstring()));
   table.reads.assign(4, 0);

@@ -29,7 +29,7 @@ MemoryTable Numbered(std::int32_t count) {
   return table;
 }
 
-struct Fixture {
+struct TwoTables {
   MemoryTables tables;
   MemoryTable& big = tables.Add(L"Big", Numbered(1000));
   MemoryTable& other = tables.Add(L"Other", Numbered(1000));
@@ -58,7 +58,7 @@ std::size_t ReadNumber(const tables::sql::Rows& rows) {
 
 }  // namespace
 
-TEST_CASE_FIXTURE(Fixture, "a scan is one pass that reads only the columns that are asked for") {
+TEST_CASE_FIXTURE(TwoTables, "a scan is one pass that reads only the columns that are asked for") {
   const auto rows = ExecuteQuery(L"SELECT Name FROM Big WHERE Id > 990", tables);
   std::size_t count = 0;
   while (rows->Next()) {
@@ -74,7 +74,7 @@ TEST_CASE_FIXTURE(Fixture, "a scan is one pass that reads only the columns that 
   CHECK(big.reads[2] == 10);
 }
 
-TEST_CASE_FIXTURE(Fixture, "a statement without order gives its first row after reading one") {
+TEST_CASE_FIXTURE(TwoTables, "a statement without order gives its first row after reading one") {
   const auto rows = ExecuteQuery(L"SELECT * FROM Big", tables);
   CHECK(big.rows_visited == 0);
   REQUIRE(rows->Next());
@@ -82,7 +82,7 @@ TEST_CASE_FIXTURE(Fixture, "a statement without order gives its first row after 
   CHECK(big.reads[0] + big.reads[1] + big.reads[2] == 0);
 }
 
-TEST_CASE_FIXTURE(Fixture, "with DISTINCT a row is given as soon as it is found") {
+TEST_CASE_FIXTURE(TwoTables, "with DISTINCT a row is given as soon as it is found") {
   const auto rows = ExecuteQuery(L"SELECT DISTINCT Grp FROM Big", tables);
   for (int i = 0; i < 10; ++i) REQUIRE(rows->Next());
   CHECK(big.rows_visited == 10);
@@ -90,7 +90,7 @@ TEST_CASE_FIXTURE(Fixture, "with DISTINCT a row is given as soon as it is found"
   CHECK(big.rows_visited == 1000);
 }
 
-TEST_CASE_FIXTURE(Fixture, "behind the last row there is none until the rows are rewound") {
+TEST_CASE_FIXTURE(TwoTables, "behind the last row there is none until the rows are rewound") {
   for (const std::wstring order : {L"", L" ORDER BY Id DESC"}) {
     const auto rows = ExecuteQuery(L"SELECT Id FROM Big WHERE Id < 3" + order, tables);
     for (int pass = 0; pass < 3; ++pass) {
@@ -106,7 +106,7 @@ TEST_CASE_FIXTURE(Fixture, "behind the last row there is none until the rows are
   }
 }
 
-TEST_CASE_FIXTURE(Fixture, "rewinding in the middle begins again") {
+TEST_CASE_FIXTURE(TwoTables, "rewinding in the middle begins again") {
   const auto rows = ExecuteQuery(L"SELECT Id FROM Big", tables);
   REQUIRE(rows->Next());
   REQUIRE(rows->Next());
@@ -115,7 +115,7 @@ TEST_CASE_FIXTURE(Fixture, "rewinding in the middle begins again") {
   CHECK(rows->Read(0) == Value(std::int32_t{1}));
 }
 
-TEST_CASE_FIXTURE(Fixture, "rewound rows see what the tables hold by then, subselects included") {
+TEST_CASE_FIXTURE(TwoTables, "rewound rows see what the tables hold by then, subselects included") {
   const auto rows =
       ExecuteQuery(L"SELECT Id FROM Big WHERE Id = (SELECT Grp FROM Other WHERE Id = 5)", tables);
   REQUIRE(rows->Next());
@@ -126,13 +126,13 @@ TEST_CASE_FIXTURE(Fixture, "rewound rows see what the tables hold by then, subse
   CHECK(rows->Read(0) == Value(std::int32_t{7}));
 }
 
-TEST_CASE_FIXTURE(Fixture, "a table that is named several times is opened once") {
+TEST_CASE_FIXTURE(TwoTables, "a table that is named several times is opened once") {
   CHECK(Count(L"SELECT Id FROM Big WHERE EXISTS (SELECT 1 FROM BIG b WHERE b.Id = Big.Id + 999)") ==
         1);
   CHECK(big.opened == 1);
 }
 
-TEST_CASE_FIXTURE(Fixture, "a subselect that does not depend on the row is evaluated once") {
+TEST_CASE_FIXTURE(TwoTables, "a subselect that does not depend on the row is evaluated once") {
   CHECK(Count(L"SELECT Id FROM Big WHERE Grp = (SELECT Grp FROM Other WHERE Id = 5)") == 100);
   CHECK(other.scans == 1);
   CHECK(Count(L"SELECT Id FROM Big WHERE Grp IN (SELECT Grp FROM Other WHERE Id < 4)") == 300);
@@ -142,14 +142,14 @@ TEST_CASE_FIXTURE(Fixture, "a subselect that does not depend on the row is evalu
   CHECK(other.rows_visited == 1000 + 1000 + 3);
 }
 
-TEST_CASE_FIXTURE(Fixture, "EXISTS over equal columns reads the inner table once") {
+TEST_CASE_FIXTURE(TwoTables, "EXISTS over equal columns reads the inner table once") {
   CHECK(Count(L"SELECT Id FROM Big WHERE NOT EXISTS (SELECT 1 FROM Other b WHERE Big.Grp = b.Grp "
               L"AND Big.Name = b.Name AND b.Id <= 400)") == 600);
   CHECK(other.scans == 1);
   CHECK(other.rows_visited == 1000);
 }
 
-TEST_CASE_FIXTURE(Fixture,
+TEST_CASE_FIXTURE(TwoTables,
                   "EXISTS with further conditions asks them of the rows with equal columns") {
   CHECK(Count(L"SELECT Id FROM Big WHERE Id < 0 OR NOT EXISTS (SELECT 1 FROM Other b WHERE "
               L"(Big.Id = b.Id AND b.Id <= 900) AND (b.Grp = 1 OR b.Grp < Big.Id - 500))") == 558);
@@ -158,7 +158,7 @@ TEST_CASE_FIXTURE(Fixture,
   CHECK(other.seeks == 900);
 }
 
-TEST_CASE_FIXTURE(Fixture,
+TEST_CASE_FIXTURE(TwoTables,
                   "IN and a subselect as a value read the inner table once for equal columns") {
   CHECK(Count(L"SELECT Id FROM Big WHERE Id IN (SELECT Id FROM Other b WHERE b.Grp = Big.Grp)") ==
         1000);
@@ -175,7 +175,7 @@ TEST_CASE_FIXTURE(Fixture,
   CHECK(other.seeks == 2990);
 }
 
-TEST_CASE_FIXTURE(Fixture, "rewound rows look equal columns up in what the tables hold by then") {
+TEST_CASE_FIXTURE(TwoTables, "rewound rows look equal columns up in what the tables hold by then") {
   const auto rows = ExecuteQuery(
       L"SELECT Id FROM Big WHERE Id = 1 + (SELECT Grp FROM Other b WHERE b.Id = Big.Id)", tables);
   CHECK_FALSE(rows->Next());
@@ -250,14 +250,14 @@ TEST_CASE("looking equal columns up gives what going over all rows gives") {
   }
 }
 
-TEST_CASE_FIXTURE(Fixture, "EXISTS with another condition stops at the first row it finds") {
+TEST_CASE_FIXTURE(TwoTables, "EXISTS with another condition stops at the first row it finds") {
   CHECK(Count(L"SELECT Id FROM Big WHERE EXISTS (SELECT 1 FROM Other b WHERE b.Id >= Big.Id)") ==
         1000);
   CHECK(other.scans == 1000);
   CHECK(other.rows_visited == 1000 * 1001 / 2);
 }
 
-TEST_CASE_FIXTURE(Fixture, "a subselect inside another is kept while its rows around stay") {
+TEST_CASE_FIXTURE(TwoTables, "a subselect inside another is kept while its rows around stay") {
   CHECK(
       Count(L"SELECT Id FROM Big WHERE Id <= 10 AND EXISTS (SELECT 1 FROM Other b WHERE b.Grp + 0 "
             L">= 0 AND b.Id < (SELECT Id FROM Other c WHERE NOT c.Id <> Big.Id))") == 9);
@@ -265,7 +265,7 @@ TEST_CASE_FIXTURE(Fixture, "a subselect inside another is kept while its rows ar
   CHECK(other.scans == 20);
 }
 
-TEST_CASE_FIXTURE(Fixture, "an error in a row is reported when the row is reached") {
+TEST_CASE_FIXTURE(TwoTables, "an error in a row is reported when the row is reached") {
   const auto rows = ExecuteQuery(L"SELECT Id FROM Big WHERE 1 / (Id - 3) < 5", tables);
   REQUIRE(rows->Next());
   REQUIRE(rows->Next());
@@ -274,7 +274,7 @@ TEST_CASE_FIXTURE(Fixture, "an error in a row is reported when the row is reache
                        Error);
 }
 
-TEST_CASE_FIXTURE(Fixture, "after an error in a subselect it is evaluated again") {
+TEST_CASE_FIXTURE(TwoTables, "after an error in a subselect it is evaluated again") {
   const auto rows = ExecuteQuery(
       L"SELECT Id FROM Big WHERE Id = (SELECT Id FROM Other WHERE Grp = 1 AND Id < 20)", tables);
   CHECK_THROWS_AS(rows->Next(), Error);
@@ -284,7 +284,7 @@ TEST_CASE_FIXTURE(Fixture, "after an error in a subselect it is evaluated again"
   CHECK(rows->Read(0) == Value(std::int32_t{1}));
 }
 
-TEST_CASE_FIXTURE(Fixture, "sorting reads every row once") {
+TEST_CASE_FIXTURE(TwoTables, "sorting reads every row once") {
   const auto rows = ExecuteQuery(L"SELECT Id FROM Big ORDER BY Name DESC", tables);
   REQUIRE(rows->Next());
   CHECK(rows->Read(0) == Value(std::int32_t{999}));

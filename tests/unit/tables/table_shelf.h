@@ -1,6 +1,7 @@
 // A data folder on a simulated machine, and short ways to read its tables in tests.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,6 +12,11 @@
 #include "tables/foxpro/stored_table.h"
 
 namespace tdefault::tables::testing {
+
+// The files of the table T.
+inline const std::wstring kTable = L"C:\\Data\\T.dbf";
+inline const std::wstring kMemo = L"C:\\Data\\T.fpt";
+inline const std::wstring kIndex = L"C:\\Data\\T.cdx";
 
 class TableShelf {
  public:

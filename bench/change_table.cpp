@@ -78,7 +78,7 @@ std::size_t WriteTable(const std::filesystem::path& folder, std::uint32_t rows,
   tests::TableSpec spec;
   spec.columns = Columns();
   spec.tags = tags;
-  tests::TableFiles files = tests::BuildTable(spec);
+  tests::BuiltTable files = tests::BuildTable(spec);
   const auto low = static_cast<unsigned char>(files.table[8]);
   const std::size_t header = low + 256U * static_cast<unsigned char>(files.table[9]);
   files.table.resize(header);
@@ -261,7 +261,7 @@ void MeasureInsert(const std::filesystem::path& path, std::uint32_t rows) {
 void MeasureSeek(const std::filesystem::path& path, std::uint32_t count) {
   bench::MeasuredFolder folder(FilledFolder(path));
   bench::SteadyClock clock;
-  foxpro::TableFiles table(folder.files(), {L"Need", folder.PathOf(L"need.dbf")},
+  foxpro::BuiltTable table(folder.files(), {L"Need", folder.PathOf(L"need.dbf")},
                            foxpro::TableView(), foxpro::LockPatience{clock});
   table.AllowChanges();
   std::vector<std::uint8_t> record(table.layout().record_length);

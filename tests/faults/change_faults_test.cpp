@@ -74,7 +74,7 @@ class Process {
   std::unique_ptr<Connection> connection_;
 };
 
-tests::TableFiles EmptyTable() {
+tests::BuiltTable EmptyTable() {
   tests::TableSpec spec;
   spec.version = 0x31;
   spec.columns = {{.name = "ID", .type = 'C', .length = 6},
@@ -103,7 +103,7 @@ void Put(Simulation& machine, const Bytes3& bytes) {
 const Bytes3& Before() {
   static const Bytes3 kBefore = [] {
     Simulation machine;
-    const tests::TableFiles files = EmptyTable();
+    const tests::BuiltTable files = EmptyTable();
     Put(machine, {files.table, files.memo, files.index});
     {
       Process process(machine);

@@ -39,7 +39,7 @@ TableSession::TableSession(std::uint64_t seed)
       random_(seed),
       made_(MakeTable(random_)),
       access_(machine_.platform().files, {machine_.platform().clock, 1000}, 1252) {
-  const TableFiles files = BuildTable(made_.table.spec());
+  const BuiltTable files = BuildTable(made_.table.spec());
   machine_.PutFile(kTable, files.table);
   if (!files.memo.empty()) machine_.PutFile(kMemo, files.memo);
   if (!files.index.empty()) machine_.PutFile(kIndex, files.index);

@@ -53,7 +53,7 @@ std::wstring Where(const std::wstring& id) { return L" WHERE ID = '" + id + L"'"
 
 }  // namespace
 
-TableFiles EmptyStressTable() {
+BuiltTable EmptyStressTable() {
   TableSpec spec;
   spec.version = 0x31;
   spec.columns = {{.name = "ID", .type = 'C', .length = 12},

@@ -16,7 +16,7 @@ inline constexpr int kSharedRows = 2;
 
 // STRESS.dbf: a memo column, automatic numbers, and tags with unique keys, texts, numbers and a
 // condition. `empty` tells which.
-[[nodiscard]] TableFiles EmptyStressTable();
+[[nodiscard]] BuiltTable EmptyStressTable();
 
 // Rows of one worker, and the rows whose VER all of them count up.
 [[nodiscard]] std::wstring OwnId(int worker, std::uint32_t number);

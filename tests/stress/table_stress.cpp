@@ -45,7 +45,7 @@ class TableFolder {
       : path_(fs::temp_directory_path() /
               ("tdefault stress " + std::to_string(GetCurrentProcessId()))) {
     fs::create_directories(path_);
-    const tdefault::tests::TableFiles files = tdefault::tests::EmptyStressTable();
+    const tdefault::tests::BuiltTable files = tdefault::tests::EmptyStressTable();
     WriteAll(path_ / "STRESS.dbf", files.table);
     WriteAll(path_ / "STRESS.fpt", files.memo);
     WriteAll(path_ / "STRESS.cdx", files.index);

@@ -137,7 +137,7 @@ AccessStore::~AccessStore() = default;
 
 void AccessStore::AddTable(const TableText& table) {
   connection_.reset();
-  const TableFiles files = FilesOfTable(table);
+  const BuiltTable files = FilesOfTable(table);
   folder_.Put(table.name + L".dbf", files.table);
   const auto put = [&](const wchar_t* ending, const std::string& bytes) {
     if (bytes.empty())

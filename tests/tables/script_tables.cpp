@@ -215,11 +215,11 @@ std::wstring Literal(const std::wstring& text, const Column& column) {
 
 }  // namespace
 
-TableFiles FilesOfTable(const ScriptStore::TableText& text) {
+BuiltTable FilesOfTable(const ScriptStore::TableText& text) {
   const MemoryTable table = ReadTable(text);
   TableSpec spec = SpecOf(table.columns);
   for (const std::wstring& tag : text.tags) spec.tags.push_back(ReadTag(tag));
-  TableFiles files = BuildTable(spec);
+  BuiltTable files = BuildTable(spec);
   if (!spec.tags.empty()) return files;
   RowEncoder encoder(files.memo, spec.memo_block_size);
   files.table.pop_back();  // the end mark, which stands behind the rows

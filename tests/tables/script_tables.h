@@ -10,7 +10,7 @@ namespace tdefault::tests {
 
 // The table with its rows; without them when it has tags, whose keys are not made here. Throws
 // std::invalid_argument for what is not well-formed.
-[[nodiscard]] TableFiles FilesOfTable(const ScriptStore::TableText& text);
+[[nodiscard]] BuiltTable FilesOfTable(const ScriptStore::TableText& text);
 
 // The statement that inserts a row with these values, as written in the script.
 [[nodiscard]] std::wstring InsertStatement(const ScriptStore::TableText& text, std::size_t row);

@@ -259,8 +259,8 @@ std::string EmptyIndex(const TableSpec& spec) {
 
 }  // namespace
 
-TableFiles BuildTable(const TableSpec& spec) {
-  TableFiles files;
+BuiltTable BuildTable(const TableSpec& spec) {
+  BuiltTable files;
   files.table = TableHeader(spec) + '\x1A';
   if (HasMemo(spec)) files.memo = EmptyMemo(spec);
   if (!spec.tags.empty()) files.index = EmptyIndex(spec);

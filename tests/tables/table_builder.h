@@ -41,13 +41,13 @@ struct TableSpec {
 
 // The files of an empty table: every tag is an empty tree. A table with nullable, V or Q columns
 // gets its _NullFlags column.
-struct TableFiles {
+struct BuiltTable {
   std::string table;
   std::string memo;   // empty when no column needs one
   std::string index;  // empty without tags
 };
 
 // Throws std::invalid_argument for what the version cannot hold.
-[[nodiscard]] TableFiles BuildTable(const TableSpec& spec);
+[[nodiscard]] BuiltTable BuildTable(const TableSpec& spec);
 
 }  // namespace tdefault::tests

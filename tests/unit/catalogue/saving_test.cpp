@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 #include "unit/catalogue/shop.h"
+#include "unit/forwarding_files.h"
 
 using namespace tdefault;
 using testing::Definition;
@@ -52,43 +53,14 @@ bool HasTemporaryFile(const Shop& shop) {
 }
 
 // Files of a system that makes temporary files in the root folder for an empty folder name.
-class RootedFiles final : public platform::Files {
+class RootedFiles final : public tests::ForwardingFiles {
  public:
-  explicit RootedFiles(platform::Files& files) : files_(files) {}
+  using ForwardingFiles::ForwardingFiles;
 
-  platform::SystemResult<std::unique_ptr<platform::File>> Open(const std::wstring& path,
-                                                               platform::FileAccess access,
-                                                               platform::FileShare share) override {
-    return files_.Open(path, access, share);
-  }
-  platform::SystemResult<std::unique_ptr<platform::FolderEnumeration>> Enumerate(
-      const std::wstring& pattern) override {
-    return files_.Enumerate(pattern);
-  }
-  platform::SystemStatus Remove(const std::wstring& path) override { return files_.Remove(path); }
-  platform::SystemStatus Replace(const std::wstring& from, const std::wstring& to) override {
-    return files_.Replace(from, to);
-  }
-  platform::SystemStatus Copy(const std::wstring& from, const std::wstring& to) override {
-    return files_.Copy(from, to);
-  }
-  platform::SystemStatus ClearReadOnly(const std::wstring& path) override {
-    return files_.ClearReadOnly(path);
-  }
   platform::SystemResult<std::wstring> CreateUnique(const std::wstring& folder,
                                                     const std::wstring& prefix) override {
-    return files_.CreateUnique(folder.empty() ? L"\\" : folder, prefix);
+    return ForwardingFiles::CreateUnique(folder.empty() ? L"\\" : folder, prefix);
   }
-  platform::SystemResult<std::wstring> TemporaryFolder() override {
-    return files_.TemporaryFolder();
-  }
-  platform::SystemResult<std::wstring> Locate(const std::wstring& name,
-                                              std::uint32_t capacity) override {
-    return files_.Locate(name, capacity);
-  }
-
- private:
-  platform::Files& files_;
 };
 
 // Profile files whose every write has the catalogue loaded again, as a host's handler might.

@@ -43,7 +43,7 @@ tests::TableSpec Spec(bool indexed) {
 class Office {
  public:
   explicit Office(bool indexed = true) : access_(MakeTableAccess(machine_.platform())) {
-    const tests::TableFiles files = tests::BuildTable(Spec(indexed));
+    const tests::BuiltTable files = tests::BuildTable(Spec(indexed));
     machine_.PutFile(kTable, files.table);
     machine_.PutFile(kMemo, files.memo);
     if (indexed) machine_.PutFile(kIndex, files.index);

@@ -605,7 +605,7 @@ TEST_CASE("binary tags, foreign collating sequences and memo keys are refused wi
                              {.name = "TEXT", .type = 'M'},
                              {.name = "PRICE", .type = 'Y'}},
                  .tags = {{.name = "K", .expression = "name", .key_length = 10}}};
-  const tests::TableFiles files = tests::BuildTable(spec);
+  const tests::BuiltTable files = tests::BuildTable(spec);
   const auto opened = [&](const std::string& index) {
     IndexShelf shelf(files.table, index);
     return ErrorOf([&] { (void)shelf.index(); });

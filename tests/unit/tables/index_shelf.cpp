@@ -32,7 +32,7 @@ IndexShelf::IndexShelf(std::string_view table, std::string_view index, std::stri
 }
 
 IndexShelf::IndexShelf(const tests::TableSpec& spec) {
-  const tests::TableFiles files = tests::BuildTable(spec);
+  const tests::BuiltTable files = tests::BuildTable(spec);
   machine_.PutFile(L"C:\\Data\\T.dbf", files.table);
   machine_.PutFile(kIndexPath, files.index);
   Open();

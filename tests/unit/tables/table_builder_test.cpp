@@ -10,7 +10,7 @@ using namespace tdefault;
 using namespace tdefault::tables;
 using namespace tdefault::tables::testing;
 using tdefault::tests::BuildTable;
-using tdefault::tests::TableFiles;
+using tdefault::tests::BuiltTable;
 using tdefault::tests::TableSpec;
 
 namespace {
@@ -54,7 +54,7 @@ foxpro::TableLayout LayoutOf(const TableSpec& spec, std::size_t changed_at = 0, 
 }  // namespace
 
 TEST_CASE("a table made with a column of every type opens empty") {
-  const TableFiles files = BuildTable(EveryColumn());
+  const BuiltTable files = BuildTable(EveryColumn());
   TableShelf shelf;
   shelf.Put(files.table, files.memo);
   CHECK(shelf.Rows().empty());
@@ -68,7 +68,7 @@ TEST_CASE("tables made in the old versions open empty") {
     spec.version = static_cast<std::uint8_t>(version);
     spec.columns = {{.name = "NAME", .type = 'C', .length = 20}, {.name = "DAY", .type = 'D'}};
     if (version == 0xF5) spec.columns.push_back({.name = "NOTE", .type = 'M'});
-    const TableFiles files = BuildTable(spec);
+    const BuiltTable files = BuildTable(spec);
     TableShelf shelf;
     shelf.Put(files.table, files.memo);
     CHECK(shelf.Rows().empty());

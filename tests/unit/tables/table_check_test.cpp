@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "table_bytes.h"
 #include "table_shelf.h"
+#include "unit/forwarding_files.h"
 
 using namespace tdefault;
 using namespace tdefault::tables;
@@ -35,45 +36,19 @@ CheckedTable Check(const std::string& table, const std::string& memo = {}) {
 
 // Another program that changes a table each time when it was opened for the third time: the check
 // opens it first to remember how it looks, then to check it, and last to look again.
-class ChangingFiles final : public platform::Files {
+class ChangingFiles final : public tests::ForwardingFiles {
  public:
   ChangingFiles(platform::Files& files, std::function<void()> change)
-      : files_(files), change_(std::move(change)) {}
+      : ForwardingFiles(files), change_(std::move(change)) {}
 
   platform::SystemResult<std::unique_ptr<platform::File>> Open(const std::wstring& path,
                                                                platform::FileAccess access,
                                                                platform::FileShare share) override {
     if (path == kPath && ++opened_ % 3 == 0) change_();
-    return files_.Open(path, access, share);
-  }
-  platform::SystemResult<std::unique_ptr<platform::FolderEnumeration>> Enumerate(
-      const std::wstring& pattern) override {
-    return files_.Enumerate(pattern);
-  }
-  platform::SystemStatus Remove(const std::wstring& path) override { return files_.Remove(path); }
-  platform::SystemStatus Replace(const std::wstring& from, const std::wstring& to) override {
-    return files_.Replace(from, to);
-  }
-  platform::SystemStatus Copy(const std::wstring& from, const std::wstring& to) override {
-    return files_.Copy(from, to);
-  }
-  platform::SystemStatus ClearReadOnly(const std::wstring& path) override {
-    return files_.ClearReadOnly(path);
-  }
-  platform::SystemResult<std::wstring> CreateUnique(const std::wstring& folder,
-                                                    const std::wstring& prefix) override {
-    return files_.CreateUnique(folder, prefix);
-  }
-  platform::SystemResult<std::wstring> TemporaryFolder() override {
-    return files_.TemporaryFolder();
-  }
-  platform::SystemResult<std::wstring> Locate(const std::wstring& name,
-                                              std::uint32_t capacity) override {
-    return files_.Locate(name, capacity);
+    return ForwardingFiles::Open(path, access, share);
   }
 
  private:
-  platform::Files& files_;
   std::function<void()> change_;
   int opened_ = 0;
 };

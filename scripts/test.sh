@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs every test: scripts/test.sh [quick]
-#   quick  the portable code and the style rules only, without clang-tidy
+#   quick  the tests of each portable layer and the style rules only, without sanitizers and clang-tidy
 # The last line counts the tests: "N passed, N failed".
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)

@@ -268,7 +268,7 @@ void MeasureSeek(const std::filesystem::path& path, std::uint32_t count) {
   bench::Cost cost;
   for (int round = 0; round < kRounds; ++round) {
     cost.KeepLeast(bench::CostOf([&] {
-      const foxpro::HeldLock lock = table.LockIndex();
+      const foxpro::HeldLock lock = table.locks().Lock(table.IndexLock());
       for (std::uint32_t i = 0; i < count; ++i) {
         const std::uint32_t number =
             1 + static_cast<std::uint32_t>(std::uint64_t{i} * 7919 % table.layout().record_count);

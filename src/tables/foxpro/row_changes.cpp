@@ -58,6 +58,23 @@ struct RowChanges::NextNumber {
   std::uint32_t next;
 };
 
+// What a change holds besides the row that it is about, in the order in which it is given up last
+// to first.
+struct RowChanges::ChangeLocks {
+  std::optional<HeldLock> header = {};
+  std::optional<HeldLock> record = {};  // the place of a row to come, behind all others
+  std::uint32_t number = 0;             // its number
+  std::optional<HeldLock> index = {};
+  std::optional<HeldLock> memo = {};
+
+  void GiveUp() {
+    memo.reset();
+    index.reset();
+    record.reset();
+    header.reset();
+  }
+};
+
 // Lets the memo file give values that it does not have yet, as long as it lives.
 class RowChanges::Announcement {
  public:
@@ -99,10 +116,11 @@ class RowChanges::IndexChange {
     if (before_ != after_) index_ = index;
   }
 
-  // Takes the lock, and checks that the change can be made.
-  void Lock() {
+  [[nodiscard]] bool needed() const { return index_ != nullptr; }
+
+  // Checks that the change can be made. REQUIRES: the index is locked where it is needed.
+  void Check() {
     if (index_ == nullptr) return;
-    lock_.emplace(table_.LockIndex());
     index_->Refresh();
     RowKeys changed = after_;
     for (std::size_t tag = 0; tag < changed.size(); ++tag)
@@ -149,7 +167,6 @@ class RowChanges::IndexChange {
   bool begun_ = false;
   RowKeys before_;
   RowKeys after_;
-  std::optional<HeldLock> lock_;
 };
 
 RowChanges::RowChanges(std::shared_ptr<TableFiles> table)
@@ -223,13 +240,12 @@ std::optional<MemoValue> RowChanges::InPlace(const NewRow& row) const {
   return old;
 }
 
-// REQUIRES: the header lock is held.
+// REQUIRES: header and memo file are locked.
 void RowChanges::WriteMemos(NewRow& row) const {
   if (row.memos.empty()) return;
   MemoFile& memo = *table_.memo();
   std::vector<std::size_t> columns;
   for (const MemoValue& value : row.memos) columns.push_back(AnnouncedBlock(value.block));
-  const HeldLock lock = table_.locks().LockMemo(memo.file(), memo.path());
   memo.Append(row.memos);
   for (std::size_t i = 0; i < columns.size(); ++i)
     table_.encoder().PutMemoBlock(columns[i], row.memos[i].block, row.record.data());
@@ -241,14 +257,16 @@ std::uint32_t RowChanges::Insert(std::span<const ColumnValue> values) {
   table_.encoder().PutUngiven(row.record.data());
   for (const ColumnValue& given : values) Put(row, given.column, given.value, nullptr);
 
-  const NewPlace place = LockNewPlace();
-  const std::uint32_t number = place.number;
+  ChangeLocks locks;
+  Lock(locks, [&] { return TryLockPlace(locks, !row.memos.empty()); });
+  const std::uint32_t number = locks.number;
   const std::vector<NextNumber> numbers = PutNextNumbers(row.record);
   IndexChange index(table_, number);
   index.Compare(nullptr, row);
-  index.Lock();
+  index.Check();
   table_.NoteChange();
   WriteMemos(row);
+  locks.memo.reset();
   try {
     index.Begin();
     WriteNewRow(row.record, numbers, number);
@@ -260,25 +278,40 @@ std::uint32_t RowChanges::Insert(std::span<const ColumnValue> values) {
   return number;
 }
 
-// Who has locked the whole table has locked the places of rows to come, too, but not the header. It
-// may stay so for long, and a workstation opens no table whose header is locked: the header is
-// given up meanwhile.
-RowChanges::NewPlace RowChanges::LockNewPlace() {
-  std::optional<HeldLock> awaited;
-  std::uint32_t awaited_number = 0;
-  for (;;) {
-    HeldLock header = table_.locks().LockHeader(table_.file());
-    table_.ReadRecordCount();
-    const std::uint32_t number = NewRecordNumber();
-    if (awaited && number == awaited_number)
-      return {std::move(header), std::move(*awaited), number};
-    awaited.reset();
-    if (std::optional<HeldLock> record = table_.locks().TryLockRecord(table_.file(), number))
-      return {std::move(header), std::move(*record), number};
-    header.Release();
-    awaited_number = number;
-    awaited = table_.locks().LockRecord(table_.file(), number);
+template <class TryAll>
+void RowChanges::Lock(ChangeLocks& locks, const TryAll& try_all) const {
+  for (LockWait wait = table_.locks().Wait(); const std::optional<LockPart> busy = try_all();) {
+    locks.GiveUp();
+    wait.For(*busy);
   }
+}
+
+// Locks what a new row needs, without waiting: the part that another program holds; absent when all
+// are had. Who has locked the whole table has locked the places of rows to come, too, but not the
+// header.
+std::optional<LockPart> RowChanges::TryLockPlace(ChangeLocks& locks, bool with_memos) {
+  const TableLocks& parts = table_.locks();
+  const LockPart header = parts.Header(table_.file());
+  if (!(locks.header = parts.TryLock(header))) return header;
+  table_.ReadRecordCount();
+  locks.number = NewRecordNumber();
+  const LockPart record = parts.Record(table_.file(), locks.number);
+  if (!(locks.record = parts.TryLock(record))) return record;
+  return TryLockFiles(locks, table_.index() != nullptr, with_memos);
+}
+
+std::optional<LockPart> RowChanges::TryLockFiles(ChangeLocks& locks, bool with_index,
+                                                 bool with_memos) const {
+  const TableLocks& parts = table_.locks();
+  if (with_index) {
+    const LockPart index = table_.IndexLock();
+    if (!(locks.index = parts.TryLock(index))) return index;
+  }
+  if (with_memos) {
+    const LockPart memo = TableLocks::Memo(table_.memo()->file(), table_.memo()->path());
+    if (!(locks.memo = parts.TryLock(memo))) return memo;
+  }
+  return std::nullopt;
 }
 
 // REQUIRES: the header lock is held, and the count was read under it.
@@ -369,7 +402,7 @@ bool RowChanges::LockRow(std::uint32_t record_number) {
     table_.ReadRecordCount();
     if (record_number > table_.layout().record_count) return false;
   }
-  HeldLock lock = table_.locks().LockRecord(table_.file(), record_number);
+  HeldLock lock = table_.locks().Lock(table_.locks().Record(table_.file(), record_number));
   record_.resize(table_.layout().record_length);
   table_.Read(table_.RecordOffset(record_number), record_);
   if (table_.memo() != nullptr) table_.memo()->Forget();
@@ -405,14 +438,23 @@ void RowChanges::ReplaceRow(NewRow row) {
   assert(row_lock_);
   if (row.memos.empty() && row.record == record_) return;
   const std::optional<MemoValue> old_memo = InPlace(row);
-  std::optional<HeldLock> header;  // given up after the lock of the index
+  const bool appends = !row.memos.empty() && !old_memo;
+  ChangeLocks locks;
   IndexChange index(table_, row_number_);
   index.Compare(&record_, row);
-  if (!row.memos.empty() && !old_memo) header.emplace(table_.locks().LockHeader(table_.file()));
-  index.Lock();
+  Lock(locks, [&]() -> std::optional<LockPart> {
+    const LockPart header = table_.locks().Header(table_.file());
+    if (appends && !(locks.header = table_.locks().TryLock(header))) return header;
+    return TryLockFiles(locks, index.needed(), appends);
+  });
+  index.Check();
   table_.NoteChange();
   WriteDay();
-  if (!old_memo) WriteMemos(row);
+  if (appends) {
+    WriteMemos(row);
+    locks.memo.reset();
+    locks.header.reset();
+  }
   try {
     index.Begin();
     if (old_memo) {

@@ -48,12 +48,7 @@ class RowChanges final : public TableChanges {
   class Announcement;
   class IndexChange;
   struct NextNumber;
-  // The place of a row to come, behind all others, with its locks.
-  struct NewPlace {
-    HeldLock header;
-    HeldLock record;
-    std::uint32_t number;
-  };
+  struct ChangeLocks;
 
   void Put(NewRow& row, std::size_t column, const Value& value, const Record* old_record) const;
   void PutMemo(NewRow& row, std::size_t column, const Value& stored,
@@ -63,7 +58,13 @@ class RowChanges final : public TableChanges {
   [[nodiscard]] std::optional<MemoValue> InPlace(const NewRow& row) const;
   void WriteMemos(NewRow& row) const;
 
-  [[nodiscard]] NewPlace LockNewPlace();
+  // Locks together what `try_all` asks for: it gives the part that another program holds, and
+  // nothing when it has locked all. While a part is waited for, none of them is held.
+  template <class TryAll>
+  void Lock(ChangeLocks& locks, const TryAll& try_all) const;
+  [[nodiscard]] std::optional<LockPart> TryLockPlace(ChangeLocks& locks, bool with_memos);
+  [[nodiscard]] std::optional<LockPart> TryLockFiles(ChangeLocks& locks, bool with_index,
+                                                     bool with_memos) const;
   [[nodiscard]] std::uint32_t NewRecordNumber() const;
   [[nodiscard]] std::vector<NextNumber> PutNextNumbers(Record& record) const;
   void WriteNewRow(const Record& record, const std::vector<NextNumber>& numbers,

@@ -192,7 +192,7 @@ StructuralIndex* TableFiles::index() {
 
 void TableFiles::ForgetIndex() { index_.reset(); }
 
-HeldLock TableFiles::LockIndex() { return locks_.LockIndex(*index_file_, index_path_); }
+LockPart TableFiles::IndexLock() const { return TableLocks::Index(*index_file_, index_path_); }
 
 void TableFiles::Write(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
   const auto status = file_->WriteAt(offset, bytes);

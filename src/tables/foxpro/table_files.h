@@ -87,7 +87,7 @@ class TableFiles {
   [[nodiscard]] StructuralIndex* index();
   // Forgets what is known of the index, after a change of it that failed.
   void ForgetIndex();
-  [[nodiscard]] HeldLock LockIndex();
+  [[nodiscard]] LockPart IndexLock() const;
 
  private:
   void CheckChangeable() const;

@@ -20,35 +20,6 @@ constexpr std::uint32_t kLongestPause = 50;
 
 bool CountsDown(const TableLayout& layout) { return layout.visual || layout.has_structural_index; }
 
-// What is locked, and how an error names it.
-struct LockedPart {
-  const std::wstring& path;
-  std::uint64_t offset;
-  std::wstring name;
-};
-
-HeldLock Take(platform::File& file, const LockedPart& part, const TableIdentity& table,
-              const LockPatience& patience) {
-  const std::uint64_t start = patience.clock.Milliseconds();
-  // What the pauses add up to counts too: the wait ends even if the clock stands still.
-  std::uint64_t paused = 0;
-  std::uint32_t pause = kFirstPause;
-  for (;;) {
-    const platform::SystemStatus status = file.TryLock(part.offset, kLockLength);
-    if (status.ok()) return {file, part.offset, kLockLength};
-    if (status.code() != platform::system_code::kLockViolation)
-      throw FileFailure(table, part.path, L"locked", status.code());
-    const std::uint64_t waited = std::max(patience.clock.Milliseconds() - start, paused);
-    if (waited >= patience.milliseconds)
-      throw LockedByAnother(table, part.path, part.name, patience.milliseconds);
-    const auto left = static_cast<std::uint32_t>(patience.milliseconds - waited);
-    const std::uint32_t length = std::min(pause, left);
-    patience.clock.Pause(length, false);
-    paused += length;
-    pause = std::min(pause * 2, kLongestPause);
-  }
-}
-
 }  // namespace
 
 HeldLock::HeldLock(HeldLock&& other) noexcept
@@ -70,40 +41,56 @@ void HeldLock::Release() noexcept {
   file_ = nullptr;
 }
 
-std::uint64_t TableLocks::RecordByte(std::uint32_t record_number) const {
-  if (CountsDown(layout_)) return kHighBase - record_number;
-  return kLowBase + layout_.header_length +
-         (std::uint64_t{record_number} - 1) * layout_.record_length;
+LockWait::LockWait(const TableIdentity& table, const LockPatience& patience)
+    : table_(table),
+      patience_(patience),
+      start_(patience.clock.Milliseconds()),
+      pause_(kFirstPause) {}
+
+void LockWait::For(const LockPart& part) {
+  const std::uint64_t waited = std::max(patience_.clock.Milliseconds() - start_, paused_);
+  if (waited >= patience_.milliseconds)
+    throw LockedByAnother(table_, part.path, part.name, patience_.milliseconds);
+  const auto left = static_cast<std::uint32_t>(patience_.milliseconds - waited);
+  const std::uint32_t length = std::min(pause_, left);
+  patience_.clock.Pause(length, false);
+  paused_ += length;
+  pause_ = std::min(pause_ * 2, kLongestPause);
 }
 
-HeldLock TableLocks::LockRecord(platform::File& table_file, std::uint32_t record_number) const {
-  return Take(table_file,
-              {table_.path, RecordByte(record_number), L"record " + std::to_wstring(record_number)},
-              table_, patience_);
+LockPart TableLocks::Record(platform::File& table_file, std::uint32_t record_number) const {
+  const std::uint64_t offset = CountsDown(layout_)
+                                   ? kHighBase - record_number
+                                   : kLowBase + layout_.header_length +
+                                         (std::uint64_t{record_number} - 1) * layout_.record_length;
+  return {&table_file, table_.path, offset, L"record " + std::to_wstring(record_number)};
 }
 
-std::optional<HeldLock> TableLocks::TryLockRecord(platform::File& table_file,
-                                                  std::uint32_t record_number) const {
-  const std::uint64_t offset = RecordByte(record_number);
-  const platform::SystemStatus status = table_file.TryLock(offset, kLockLength);
-  if (status.ok()) return HeldLock(table_file, offset, kLockLength);
+LockPart TableLocks::Header(platform::File& table_file) const {
+  return {&table_file, table_.path, CountsDown(layout_) ? kHighBase : kLowBase,
+          L"the table's header, which every new record needs,"};
+}
+
+LockPart TableLocks::Index(platform::File& index_file, const std::wstring& path) {
+  return {&index_file, path, kHighBase, L"the index"};
+}
+
+LockPart TableLocks::Memo(platform::File& memo_file, const std::wstring& path) {
+  return {&memo_file, path, kLowBase, L"the memo file"};
+}
+
+std::optional<HeldLock> TableLocks::TryLock(const LockPart& part) const {
+  const platform::SystemStatus status = part.file->TryLock(part.offset, kLockLength);
+  if (status.ok()) return HeldLock(*part.file, part.offset, kLockLength);
   if (status.code() == platform::system_code::kLockViolation) return std::nullopt;
-  throw FileFailure(table_, table_.path, L"locked", status.code());
+  throw FileFailure(table_, part.path, L"locked", status.code());
 }
 
-HeldLock TableLocks::LockHeader(platform::File& table_file) const {
-  return Take(table_file,
-              {table_.path, CountsDown(layout_) ? kHighBase : kLowBase,
-               L"the table's header, which every new record needs,"},
-              table_, patience_);
-}
-
-HeldLock TableLocks::LockIndex(platform::File& index_file, const std::wstring& path) const {
-  return Take(index_file, {path, kHighBase, L"the index"}, table_, patience_);
-}
-
-HeldLock TableLocks::LockMemo(platform::File& memo_file, const std::wstring& path) const {
-  return Take(memo_file, {path, kLowBase, L"the memo file"}, table_, patience_);
+HeldLock TableLocks::Lock(const LockPart& part) const {
+  for (LockWait wait = Wait();;) {
+    if (std::optional<HeldLock> lock = TryLock(part)) return std::move(*lock);
+    wait.For(part);
+  }
 }
 
 }  // namespace tdefault::tables::foxpro

@@ -36,28 +36,56 @@ class HeldLock {
   std::uint64_t length_;
 };
 
-// Takes the locks of one table. They are taken in the order record, header, index, memo file and
-// given up in reverse, so that no two writers wait for each other for ever. All throw
-// kInUseByAnother, naming table, file and record, when another program does not give the range up
-// within the patience; FileFailure when the system refuses for another reason.
+// A range that stands for a part of the table, and how errors name it.
+struct LockPart {
+  platform::File* file;  // outlives the locks of it
+  std::wstring path;
+  std::uint64_t offset;
+  std::wstring name;
+};
+
+// The waiting for parts that other programs hold, all together no longer than the patience.
+class LockWait {
+ public:
+  LockWait(const TableIdentity& table, const LockPatience& patience);
+
+  // Pauses until it is time to try again. Throws kInUseByAnother, naming table, file and part, when
+  // the patience is at its end.
+  void For(const LockPart& part);
+
+ private:
+  const TableIdentity& table_;
+  const LockPatience& patience_;
+  const std::uint64_t start_;
+  // What the pauses add up to counts too: the wait ends even if the clock stands still.
+  std::uint64_t paused_ = 0;
+  std::uint32_t pause_;
+};
+
+// The locks of one table. They are taken in the order record, header, index, memo file, and nothing
+// but the row that a change is about is held while another one is waited for: so no two writers
+// wait for each other for ever, and the header, without which a workstation opens no table, is
+// never held for long.
 class TableLocks {
  public:
   // All arguments outlive the locks.
   TableLocks(const TableLayout& layout, const TableIdentity& table, const LockPatience& patience)
       : layout_(layout), table_(table), patience_(patience) {}
 
-  [[nodiscard]] HeldLock LockRecord(platform::File& table_file, std::uint32_t record_number) const;
-  // Does not wait: absent while another program holds the record.
-  [[nodiscard]] std::optional<HeldLock> TryLockRecord(platform::File& table_file,
-                                                      std::uint32_t record_number) const;
+  [[nodiscard]] LockPart Record(platform::File& table_file, std::uint32_t record_number) const;
   // For appending, and for what is allotted for the whole table (automatic numbers, memo blocks).
-  [[nodiscard]] HeldLock LockHeader(platform::File& table_file) const;
-  [[nodiscard]] HeldLock LockIndex(platform::File& index_file, const std::wstring& path) const;
-  [[nodiscard]] HeldLock LockMemo(platform::File& memo_file, const std::wstring& path) const;
+  [[nodiscard]] LockPart Header(platform::File& table_file) const;
+  [[nodiscard]] static LockPart Index(platform::File& index_file, const std::wstring& path);
+  [[nodiscard]] static LockPart Memo(platform::File& memo_file, const std::wstring& path);
+
+  // Does not wait: absent while another program holds the part. Throws FileFailure when the system
+  // refuses for another reason.
+  [[nodiscard]] std::optional<HeldLock> TryLock(const LockPart& part) const;
+  // Waits; throws what TryLock and LockWait throw.
+  [[nodiscard]] HeldLock Lock(const LockPart& part) const;
+  [[nodiscard]] LockWait Wait() const { return {table_, patience_}; }
 
  private:
-  [[nodiscard]] std::uint64_t RecordByte(std::uint32_t record_number) const;
-
   const TableLayout& layout_;
   const TableIdentity& table_;
   const LockPatience& patience_;

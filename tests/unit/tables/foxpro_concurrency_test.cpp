@@ -338,6 +338,34 @@ TEST_CASE("a header, index or memo file in use for too long stops a change befor
   }
 }
 
+TEST_CASE("while the index or the memo file is waited for, the header is free for workstations") {
+  struct Held {
+    std::wstring path;
+    std::uint64_t offset;
+    std::wstring statement;
+  };
+  const std::wstring insert = L"INSERT INTO T (ID, NOTE) VALUES ('b', 'n')";
+  const std::wstring update = L"UPDATE T SET ID = 'b', NOTE = 'n' WHERE ID = 'a'";
+  for (const Held& held : {Held{kIndex, kIndexLock, insert}, Held{kMemo, kMemoLock, insert},
+                           Held{kIndex, kIndexLock, update}, Held{kMemo, kMemoLock, update}}) {
+    CAPTURE(ToUtf8(held.path + L": " + held.statement));
+    Office office;
+    Insert(office.first(), L"a");
+    HeldFile other = office.Workstation(held.path);
+    other.Lock(held.offset, 1);
+    bool was_free = false;
+    office.DuringPause(2, [&] {
+      const auto workstation = office.machine().platform().files.Open(
+          kTable, platform::FileAccess::kReadWrite, platform::FileShare::kReadWrite);
+      was_free = workstation.value()->TryLock(kHeaderLock, 1).ok();
+      other.Release();
+    });
+    CHECK(Run(office.first(), held.statement) == 1);
+    CHECK(was_free);
+    CHECK(office.IsSound());
+  }
+}
+
 TEST_CASE("a table that another program has locked as a whole takes no new rows") {
   for (const bool indexed : {true, false}) {
     Office office(indexed);

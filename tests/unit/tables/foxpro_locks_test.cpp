@@ -109,12 +109,12 @@ TEST_CASE("tables of Visual FoxPro and tables with an index lock bytes below 2 G
     LockedShelf shelf(spec);
     const TableLocks locks = shelf.Locks();
     {
-      const HeldLock header = locks.LockHeader(shelf.table());
+      const HeldLock header = locks.Lock(locks.Header(shelf.table()));
       CHECK(shelf.OnlyLocked(kTable, 2147483646));
     }
-    const HeldLock first = locks.LockRecord(shelf.table(), 1);
+    const HeldLock first = locks.Lock(locks.Record(shelf.table(), 1));
     CHECK(shelf.OnlyLocked(kTable, 2147483645));
-    const HeldLock later = locks.LockRecord(shelf.table(), 1000);
+    const HeldLock later = locks.Lock(locks.Record(shelf.table(), 1000));
     CHECK(shelf.OnlyLocked(kTable, 2147482646));
   }
 }
@@ -124,13 +124,13 @@ TEST_CASE("tables of FoxPro 2.x without an index lock each record's place, moved
     LockedShelf shelf(SpecOf(static_cast<std::uint8_t>(version), false));
     const TableLocks locks = shelf.Locks();
     {
-      const HeldLock header = locks.LockHeader(shelf.table());
+      const HeldLock header = locks.Lock(locks.Header(shelf.table()));
       CHECK(shelf.OnlyLocked(kTable, 0x40000000));
     }
     // A header of 65 bytes and records of 10.
-    const HeldLock first = locks.LockRecord(shelf.table(), 1);
+    const HeldLock first = locks.Lock(locks.Record(shelf.table(), 1));
     CHECK(shelf.OnlyLocked(kTable, 0x40000000 + 65));
-    const HeldLock later = locks.LockRecord(shelf.table(), 8);
+    const HeldLock later = locks.Lock(locks.Record(shelf.table(), 8));
     CHECK(shelf.OnlyLocked(kTable, 0x40000000 + 65 + 70));
   }
 }
@@ -138,8 +138,8 @@ TEST_CASE("tables of FoxPro 2.x without an index lock each record's place, moved
 TEST_CASE("the index and the memo file are locked at one place whatever the table's version") {
   for (const TableSpec& spec : {SpecOf(0x30, true), SpecOf(0x03, false)}) {
     LockedShelf shelf(spec);
-    const HeldLock index = shelf.Locks().LockIndex(shelf.index(), kIndex);
-    const HeldLock memo = shelf.Locks().LockMemo(shelf.memo(), kMemo);
+    const HeldLock index = shelf.Locks().Lock(shelf.Locks().Index(shelf.index(), kIndex));
+    const HeldLock memo = shelf.Locks().Lock(shelf.Locks().Memo(shelf.memo(), kMemo));
     CHECK(shelf.OnlyLocked(kIndex, 2147483646));
     CHECK(shelf.OnlyLocked(kMemo, 0x40000000));
   }
@@ -148,8 +148,8 @@ TEST_CASE("the index and the memo file are locked at one place whatever the tabl
 TEST_CASE("a lock is given up when its holder is destroyed, released or replaced") {
   LockedShelf shelf(SpecOf(0x30, true));
   const TableLocks locks = shelf.Locks(0);
-  HeldLock held = locks.LockRecord(shelf.table(), 1);
-  held = locks.LockRecord(shelf.table(), 2);
+  HeldLock held = locks.Lock(locks.Record(shelf.table(), 1));
+  held = locks.Lock(locks.Record(shelf.table(), 2));
   CHECK_FALSE(shelf.OnlyLocked(kTable, 2147483645));
   CHECK(shelf.OnlyLocked(kTable, 2147483644));
   HeldLock moved = std::move(held);
@@ -161,7 +161,7 @@ TEST_CASE("a lock is given up when its holder is destroyed, released or replaced
 
 TEST_CASE("a lock is given up all the same when giving it up fails once") {
   LockedShelf shelf(SpecOf(0x30, true));
-  HeldLock held = shelf.Locks().LockRecord(shelf.table(), 1);
+  HeldLock held = shelf.Locks().Lock(shelf.Locks().Record(shelf.table(), 1));
   shelf.machine().FailNext("Unlock", 1117);
   held.Release();
   CHECK_FALSE(shelf.OnlyLocked(kTable, 2147483645));
@@ -173,7 +173,7 @@ TEST_CASE("a lock that another gives up in time is had") {
   other.Lock(2147483645, 1);
   shelf.act_at = 4;
   shelf.act = [&other] { other.Unlock(2147483645, 1); };
-  const HeldLock held = shelf.Locks().LockRecord(shelf.table(), 1);
+  const HeldLock held = shelf.Locks().Lock(shelf.Locks().Record(shelf.table(), 1));
   CHECK(shelf.OnlyLocked(kTable, 2147483645));
   // Tried again after 10, 20, 40 and 50 milliseconds.
   REQUIRE(shelf.machine().pauses().size() == 4);
@@ -187,8 +187,9 @@ TEST_CASE("a lock that another never gives up is an error after the wait, not be
     LockedShelf shelf(SpecOf(0x30, true));
     HeldFile other = shelf.Other(kTable);
     other.Lock(0x40000000, 0x3FFFFFFE);  // the whole table, as FLOCK does
-    const Error error =
-        ErrorOf([&] { static_cast<void>(shelf.Locks(wait).LockRecord(shelf.table(), 7)); });
+    const Error error = ErrorOf([&] {
+      static_cast<void>(shelf.Locks(wait).Lock(shelf.Locks(wait).Record(shelf.table(), 7)));
+    });
     CHECK(error.number() == error_number::kInUseByAnother);
     CHECK(Contains(error, L"in use by another"));
     CHECK(Contains(error, L"Table T"));
@@ -210,13 +211,15 @@ TEST_CASE("what another holds is named: header, index or memo file") {
   index.Lock(2147483646, 1);
   memo.Lock(0x40000000, 1);
   const TableLocks locks = shelf.Locks(0);
-  const Error header = ErrorOf([&] { static_cast<void>(locks.LockHeader(shelf.table())); });
+  const Error header = ErrorOf([&] { static_cast<void>(locks.Lock(locks.Header(shelf.table()))); });
   CHECK(Contains(header, L"header"));
   CHECK(Contains(header, kTable));
-  const Error indexed = ErrorOf([&] { static_cast<void>(locks.LockIndex(shelf.index(), kIndex)); });
+  const Error indexed =
+      ErrorOf([&] { static_cast<void>(locks.Lock(locks.Index(shelf.index(), kIndex))); });
   CHECK(Contains(indexed, L"the index is in use by another"));
   CHECK(Contains(indexed, kIndex));
-  const Error noted = ErrorOf([&] { static_cast<void>(locks.LockMemo(shelf.memo(), kMemo)); });
+  const Error noted =
+      ErrorOf([&] { static_cast<void>(locks.Lock(locks.Memo(shelf.memo(), kMemo))); });
   CHECK(Contains(noted, L"the memo file is in use by another"));
   CHECK(Contains(noted, kMemo));
 }
@@ -224,8 +227,8 @@ TEST_CASE("what another holds is named: header, index or memo file") {
 TEST_CASE("a lock that the system refuses for another reason is reported at once") {
   LockedShelf shelf(SpecOf(0x30, true));
   shelf.machine().FailNext("TryLock", 1117);
-  const Error error =
-      ErrorOf([&] { static_cast<void>(shelf.Locks().LockRecord(shelf.table(), 1)); });
+  const Error error = ErrorOf(
+      [&] { static_cast<void>(shelf.Locks().Lock(shelf.Locks().Record(shelf.table(), 1))); });
   CHECK(error.number() == error_number::kTableDamaged);
   CHECK(Contains(error, L"system error 1117"));
   CHECK(Contains(error, kTable));
@@ -235,7 +238,7 @@ TEST_CASE("a lock that the system refuses for another reason is reported at once
 TEST_CASE("the wait ends even when the clock stands still") {
   LockedShelf shelf(SpecOf(0x30, true));
   shelf.machine().FailFrom(shelf.machine().call_count() + 1, platform::system_code::kLockViolation);
-  const Error error =
-      ErrorOf([&] { static_cast<void>(shelf.Locks(300).LockRecord(shelf.table(), 1)); });
+  const Error error = ErrorOf(
+      [&] { static_cast<void>(shelf.Locks(300).Lock(shelf.Locks(300).Record(shelf.table(), 1))); });
   CHECK(error.number() == error_number::kInUseByAnother);
 }

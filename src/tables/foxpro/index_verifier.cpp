@@ -223,8 +223,16 @@ class RowReader {
 // The keys that the tag should hold, of a run of rows, ticked off as they are met in the index.
 class ExpectedKeys {
  public:
-  ExpectedKeys(const IndexTag& tag, const TagKeys& keys, RowReader& rows, Findings& findings)
-      : tag_(tag), keys_(keys), rows_(rows), findings_(findings) {}
+  // `disagreements` takes what is wrong only when the expressions read the columns that they are
+  // bound to, `findings` everything else; they may be the same. The report takes the rows untold.
+  ExpectedKeys(const IndexTag& tag, const TagKeys& keys, RowReader& rows, Findings& findings,
+               Findings& disagreements, TagReport& report)
+      : tag_(tag),
+        keys_(keys),
+        rows_(rows),
+        findings_(findings),
+        disagreements_(disagreements),
+        report_(report) {}
 
   // Takes rows from `first` on; gives the number of the row behind the last one.
   std::uint32_t Take(std::uint32_t first) {
@@ -242,13 +250,14 @@ class ExpectedKeys {
     const std::uint32_t i = record - first_;
     switch (states_[i]) {
       case State::kNone:
-        findings_.Add(L"it has a key of record " + std::to_wstring(record) +
-                      L", which should have none");
+        disagreements_.Add(L"it has a key of record " + std::to_wstring(record) +
+                           L", which should have none");
         return;
       case State::kMet:
         findings_.Add(L"it has two keys of record " + std::to_wstring(record));
         return;
       case State::kUnknown:
+        states_[i] = State::kMet;
         return;
       case State::kExpected:
         break;
@@ -257,34 +266,41 @@ class ExpectedKeys {
     const auto expected =
         std::string_view(bytes_).substr(std::size_t{i} * tag_.key_length, tag_.key_length);
     if (!keys_.SameKeys(expected, key))
-      findings_.Add(L"its key of record " + std::to_wstring(record) +
-                    L" is not the key of the row");
+      disagreements_.Add(L"its key of record " + std::to_wstring(record) +
+                         L" is not the key of the row");
   }
 
-  // A UNIQUE tag hides rows.
+  // A UNIQUE tag hides rows. Without condition every row has a key, of whatever column.
   void ReportMissing() {
     if (tag_.unique) return;
+    Findings& target = tag_.condition.empty() ? findings_ : disagreements_;
     for (std::uint32_t i = 0; i < states_.size(); ++i)
-      if (states_[i] == State::kExpected)
-        findings_.Add(L"it lacks the key of record " + std::to_wstring(std::uint64_t{first_} + i));
+      if (states_[i] == State::kExpected) target.Add(L"it lacks the key of " + Record(i));
   }
 
  private:
   enum class State : std::uint8_t { kNone, kExpected, kMet, kUnknown };
 
+  [[nodiscard]] std::wstring Record(std::uint32_t i) const {
+    return L"record " + std::to_wstring(std::uint64_t{first_} + i);
+  }
+
   void TakeRow(std::uint32_t i) {
     const std::uint8_t* const row = rows_.Row(first_ + i);
     try {
-      const std::optional<std::string> key = keys_.KeyOf(row, first_ + i);
+      const std::optional<std::string> key = keys_.Evaluate(row, first_ + i);
       if (!key) return;
       states_[i] = State::kExpected;
       std::copy(key->begin(), key->end(),
                 bytes_.begin() + static_cast<std::ptrdiff_t>(std::size_t{i} * tag_.key_length));
     } catch (const Error& error) {
-      if (error.number() != error_number::kTableDamaged) throw;
+      const bool untold = error.number() == error_number::kStatementError;
+      if (!untold && error.number() != error_number::kTableDamaged) throw;
       states_[i] = State::kUnknown;
-      findings_.Add(L"the key of record " + std::to_wstring(std::uint64_t{first_} + i) +
-                    L" cannot be told: " + error.description());
+      if (!untold)
+        findings_.Add(L"the key of " + Record(i) + L" cannot be told: " + error.description());
+      else if (report_.untold_rows++ == 0)
+        report_.untold_reason = Record(i) + L": " + error.description();
     }
   }
 
@@ -292,6 +308,8 @@ class ExpectedKeys {
   const TagKeys& keys_;
   RowReader& rows_;
   Findings& findings_;
+  Findings& disagreements_;
+  TagReport& report_;
   std::uint32_t first_ = 1;
   std::string bytes_;
   std::vector<State> states_;
@@ -375,8 +393,13 @@ class Verifier {
     } catch (const Error& error) {
       report.not_compared = error.description();
     }
+    const std::wstring cut_name = keys && layout_.has_backlink ? keys->cut_name() : std::wstring();
+    Findings doubtful;
+    Findings& disagreements = cut_name.empty() ? findings : doubtful;
+    const bool certain = keys && cut_name.empty();
+    const char padding = keys ? keys->padding() : '\0';
     const TreeShape shape{tag.name, tag.key_length,
-                          keys ? keys->padding() : GuessPadding(tag, use)};
+                          certain ? padding : GuessPadding(tag, padding, use)};
     const std::optional<std::string> unfinished =
         keys && tag.unique ? UnfinishedKey(*keys) : std::nullopt;
     bool met = !unfinished;
@@ -396,8 +419,19 @@ class Verifier {
     };
     TreeVerifier(pages_, shape, use, findings, count).Run(tag.root);
     if (!met && findings.none())
-      findings.Add(L"it lacks the key of record " + std::to_wstring(unfinished_record_));
-    if (keys && findings.none()) CompareRows(tag, *keys, shape, findings);
+      disagreements.Add(L"it lacks the key of record " + std::to_wstring(unfinished_record_));
+    if (!keys || !findings.none()) return;
+    ExpectedKeys expected(tag, *keys, rows_, findings, disagreements, report);
+    CompareRows(shape, tag.root, expected);
+    if (doubtful.none()) return;
+    report.untold_rows = 0;
+    report.untold_reason.clear();
+    report.not_compared =
+        L"the name " + cut_name +
+        L" stands in full only in the database container that the table belongs "
+        L"to, and the keys do not agree with the column that its first characters "
+        L"name, which may be another one. Have FoxPro check the table, or copy it "
+        L"to a free table, index that and check it.";
   }
 
   // A UNIQUE tag does not have every row, so that its keys alone do not tell of a change that was
@@ -412,20 +446,23 @@ class Verifier {
     }
   }
 
-  // What the pages leave out where the expression does not tell: what makes the tree look right.
-  char GuessPadding(const IndexTag& tag, const PageUse& use) {
-    const TreeShape shape{tag.name, tag.key_length, ' '};
+  // What the pages leave out where the expression does not tell: what makes the tree look right;
+  // where neither does, the likely one.
+  char GuessPadding(const IndexTag& tag, char likely, const PageUse& use) {
+    const char other = likely == ' ' ? '\0' : ' ';
+    return !LooksRight(tag, likely, use) && LooksRight(tag, other, use) ? other : likely;
+  }
+
+  bool LooksRight(const IndexTag& tag, char padding, PageUse use) {
+    const TreeShape shape{tag.name, tag.key_length, padding};
     const EntryVisitor ignore = [](std::string_view, std::uint32_t) {};
-    PageUse copy = use;
     Findings findings;
-    TreeVerifier(pages_, shape, copy, findings, ignore).Run(tag.root);
-    return findings.none() ? ' ' : '\0';
+    TreeVerifier(pages_, shape, use, findings, ignore).Run(tag.root);
+    return findings.none();
   }
 
   // The tree is whole, so it can be gone through again for every run of rows.
-  void CompareRows(const IndexTag& tag, const TagKeys& keys, const TreeShape& shape,
-                   Findings& findings) {
-    ExpectedKeys expected(tag, keys, rows_, findings);
+  void CompareRows(const TreeShape& shape, std::uint32_t root, ExpectedKeys& expected) {
     const EntryVisitor meet = [&](std::string_view key, std::uint32_t record) {
       expected.Meet(key, record);
     };
@@ -433,7 +470,7 @@ class Verifier {
       next = expected.Take(next);
       PageUse use(pages_.size());
       Findings known;
-      TreeVerifier(pages_, shape, use, known, meet).Run(tag.root);
+      TreeVerifier(pages_, shape, use, known, meet).Run(root);
       expected.ReportMissing();
     }
   }

@@ -17,8 +17,14 @@ struct TagReport {
   std::wstring name;
   std::uint64_t key_count = 0;
   // Why the tag could not be compared with the rows, so that its tree alone was verified; empty
-  // when it was compared.
+  // when it was compared. Under a name that only the database container knows in full this is told
+  // only of keys that do not agree with the rows.
   std::wstring not_compared;
+  // The rows of which nobody can tell whether, or with what key, the tag should hold them: it may
+  // have a key of theirs or not, and any one. The reason is that of the first of them and begins
+  // with its number.
+  std::uint64_t untold_rows = 0;
+  std::wstring untold_reason;
   // One sentence each, without the tag's name; of many of one kind the first ones and their number.
   std::vector<std::wstring> findings;
 };

@@ -294,18 +294,33 @@ class TableChecker {
       if (checked_.problems != problems) {
         tell(L"", broken + L" and has left the index behind the rows");
       } else {
-        findings_.Warning(Area::kIndex, subject + broken +
-                                            L", but all keys agree with the rows. The next change "
-                                            L"of the table clears this mark.");
+        const bool all = std::all_of(
+            report.tags.begin(), report.tags.end(),
+            [](const TagReport& tag) { return tag.not_compared.empty() && tag.untold_rows == 0; });
+        findings_.Warning(Area::kIndex, subject + broken + L", but all keys " +
+                                            (all ? L"" : L"that could be compared ") +
+                                            L"agree with the rows. The next change of the table "
+                                            L"clears this mark.");
       }
     }
-    for (const TagReport& tag : report.tags) {
-      if (tag.not_compared.empty()) continue;
+    for (const TagReport& tag : report.tags) TellUnchecked(subject + L"tag " + tag.name, tag);
+  }
+
+  void TellUnchecked(const std::wstring& place, const TagReport& tag) {
+    if (!tag.not_compared.empty()) {
       findings_.Unchecked(Area::kIndex,
-                          subject + L"tag " + tag.name +
-                              L": its keys could not be compared with the rows, only its tree was "
-                              L"checked: " +
+                          place +
+                              L": its keys could not be compared with the rows, only its tree "
+                              L"was checked: " +
                               tag.not_compared);
+    }
+    if (tag.untold_rows != 0) {
+      findings_.Unchecked(
+          Area::kIndex,
+          place + L": of " + std::to_wstring(tag.untold_rows) +
+              (tag.untold_rows == 1 ? L" row" : L" rows") +
+              L" nobody can tell which key it should hold, so these were not compared; " +
+              tag.untold_reason);
     }
   }
 

@@ -710,3 +710,177 @@ TEST_CASE("of many findings of one tag the first are told and the others counted
   CHECK(findings[9] == L"it lacks the key of record 10");
   CHECK(findings[10] == L"there are 15 more like these");
 }
+
+namespace {
+
+// The index with one text of a tag replaced by another one of the same length.
+std::string WithText(std::string index, std::string_view text, std::string_view other) {
+  REQUIRE(text.size() == other.size());
+  const std::size_t place = index.find(text);
+  REQUIRE(place != std::string::npos);
+  return index.replace(place, text.size(), other);
+}
+
+// A tag of the rows that are open, with the rows 1 to 4. Record 2 has a key in it, record 3 has
+// none, and of both SET EXACT decides.
+std::unique_ptr<IndexShelf> ShelfOfOpen(bool unique = false) {
+  IndexShelf shelf(NameTable({{.name = "OPEN",
+                               .expression = "name",
+                               .condition = "name=\"OPEN!\"",
+                               .key_length = 10,
+                               .unique = unique}}));
+  shelf.Append("ANNA");
+  shelf.Append("OPEN!");
+  shelf.WriteRow(3, "OPENED");
+  shelf.WriteRow(4, "BERTA");
+  return std::make_unique<IndexShelf>(
+      shelf.machine().Contents(L"C:\\Data\\T.dbf").value(),
+      WithText(shelf.IndexBytes(), "name=\"OPEN!\"", "name=\"OPEN\" "));
+}
+
+}  // namespace
+
+TEST_CASE("of a row of which SET EXACT decides a key may be there or not, and that is told") {
+  const auto shelf = ShelfOfOpen();
+  CHECK(shelf->Findings() == "");
+  const TagReport tag = shelf->Verify().tags[0];
+  CHECK(tag.untold_rows == 2);
+  CHECK(tag.untold_reason.find(L"record 2: ") == 0);
+  CHECK(tag.untold_reason.find(L"\"OPEN! ") != std::wstring::npos);
+  CHECK(tag.untold_reason.find(L"depends on SET EXACT") != std::wstring::npos);
+  CHECK(tag.not_compared.empty());
+}
+
+TEST_CASE(
+    "a row whose key cannot be told hides no key of another one, nor a second one of its own") {
+  auto shelf = ShelfOfOpen();
+  shelf->WriteRow(1, "OPEN");
+  shelf->WriteRow(5, "OPEN");
+  CHECK(shelf->Findings() ==
+        "OPEN: it lacks the key of record 1\n"
+        "OPEN: it lacks the key of record 5\n");
+  CHECK(shelf->Verify().tags[0].untold_rows == 2);
+  shelf = ShelfOfOpen();
+  shelf->Append("OPEN");
+  shelf->WriteRow(5, "CLOSED");
+  CHECK(shelf->Findings() == "OPEN: it has a key of record 5, which should have none\n");
+  shelf = ShelfOfOpen();
+  shelf->Append("OPEN");
+  // The entry of record 5 becomes one of record 2.
+  shelf->PutIndexByte(0xA00 + 24, 2);
+  CHECK(shelf->Findings() ==
+        "OPEN: it has two keys of record 2\n"
+        "OPEN: it lacks the key of record 5\n");
+}
+
+TEST_CASE(
+    "a row whose bytes are no value is a finding of the tag that reads it, not a row untold") {
+  IndexShelf shelf(TableSpec{.columns = {{.name = "DAY", .type = 'D'}},
+                             .tags = {{.name = "K", .expression = "day", .key_length = 8}}});
+  shelf.Append("20260101");
+  shelf.WriteRow(1, "20269901");
+  CHECK(shelf.Findings().find("K: the key of record 1 cannot be told: Table T") == 0);
+  CHECK(shelf.Verify().tags[0].untold_rows == 0);
+}
+
+TEST_CASE("a change that was broken off is over when every key that can be told is right") {
+  for (const bool unique : {false, true}) {
+    for (const std::uint32_t unfinished : {1U, 2U, 3U}) {
+      CAPTURE(unique);
+      CAPTURE(unfinished);
+      const auto shelf = ShelfOfOpen(unique);
+      shelf->PutIndexByte(480, static_cast<std::uint8_t>(unfinished));
+      shelf->index().Refresh();
+      CHECK(shelf->Verify().unfinished_record == 0);
+      shelf->Change(4, "OPEN");
+      CHECK(shelf->Findings() == "");
+    }
+  }
+  const auto behind = ShelfOfOpen();
+  behind->PutIndexByte(480, 1);
+  behind->WriteRow(1, "OPEN");
+  CHECK(Contains(ErrorOf([&] { behind->index().Refresh(); }), L"it lacks the key of record 1"));
+}
+
+namespace {
+
+// A table of a container, or a free one, with two columns of which the long names begin alike. The
+// tag's keys are those of the second column; by its first characters its name is the first one.
+std::unique_ptr<IndexShelf> ShelfOfLongName(bool owned, char first_type = 'I',
+                                            const TagSpec& options = {}) {
+  TagSpec tag = options;
+  tag.name = "TYPE";
+  tag.expression = "contact_t2     ";
+  tag.key_length = 4;
+  IndexShelf shelf(TableSpec{.columns = {{.name = "CONTACT_TY", .type = first_type, .length = 4},
+                                         {.name = "CONTACT_T2", .type = 'I'}},
+                             .tags = {tag}});
+  for (const char type : {'\1', '\2', '\3'})
+    shelf.Append(std::string("\7\0\0\0", 4) + std::string{'\0', type, '\0', '\0'});
+  std::string table = shelf.machine().Contents(L"C:\\Data\\T.dbf").value();
+  if (owned) table[shelf.layout().header_length - 263] = 'x';
+  return std::make_unique<IndexShelf>(
+      table, WithText(shelf.IndexBytes(), "contact_t2     ", "contact_type_id"));
+}
+
+}  // namespace
+
+TEST_CASE(
+    "keys that a long name of a container's table does not explain are told as not compared") {
+  for (const char type : {'I', 'C'}) {
+    CAPTURE(type);
+    const TagReport tag = ShelfOfLongName(true, type)->Verify().tags[0];
+    CHECK(tag.findings.empty());
+    CHECK(tag.key_count == 3);
+    CHECK(tag.untold_rows == 0);
+    CHECK(tag.not_compared.find(L"contact_type_id") != std::wstring::npos);
+    CHECK(tag.not_compared.find(L"database container") != std::wstring::npos);
+  }
+  const auto unique = ShelfOfLongName(true, 'I', {.unique = true});
+  unique->PutIndexByte(480, 2);
+  CHECK(unique->Verify().tags[0].findings.empty());
+  CHECK_FALSE(unique->Verify().tags[0].not_compared.empty());
+  CHECK(ShelfOfLongName(false)->Findings().find("its key of record 1 is not the key of the row") !=
+        std::string::npos);
+}
+
+TEST_CASE("a long name in a condition of a container's table leaves the tag uncompared, too") {
+  TableSpec spec = NameTable(
+      {{.name = "K", .expression = "name", .condition = "number_of_calls>0", .key_length = 10}});
+  spec.columns[1].name = "NUMBER_OF_";
+  IndexShelf shelf(spec);
+  shelf.Append("ANNA           1");
+  std::string table = shelf.machine().Contents(L"C:\\Data\\T.dbf").value();
+  table[shelf.layout().header_length - 263] = 'x';
+  IndexShelf owned(table, shelf.IndexBytes());
+  CHECK(owned.Findings() == "");
+  owned.WriteRow(2, "BERTA          1");
+  CHECK(owned.Verify().tags[0].findings.empty());
+  CHECK(owned.Verify().tags[0].not_compared.find(L"number_of_calls") != std::wstring::npos);
+}
+
+TEST_CASE("what is wrong under every column that a long name may mean stays a finding") {
+  // A byte of the page that names its neighbour.
+  const auto damaged = ShelfOfLongName(true);
+  damaged->PutIndexByte(0xA00 + 8, 7);
+  CHECK_FALSE(damaged->Verify().tags[0].findings.empty());
+  // Every row has one key in a tag without condition.
+  const auto missing = ShelfOfLongName(true);
+  missing->WriteRow(4, std::string(8, '\1'));
+  CHECK(missing->Verify().tags[0].findings ==
+        std::vector<std::wstring>{L"it lacks the key of record 4"});
+  const auto surplus = ShelfOfLongName(true);
+  surplus->PutTableByte(4, 2);
+  CHECK(surplus->Verify().tags[0].findings.size() == 1);
+}
+
+TEST_CASE("a short name in a table of a container is compared as in a free table") {
+  IndexShelf shelf(NameTable({{.name = "NAME", .expression = "name", .key_length = 10}}));
+  shelf.Append("ANNA");
+  std::string table = shelf.machine().Contents(L"C:\\Data\\T.dbf").value();
+  table[shelf.layout().header_length - 263] = 'x';
+  IndexShelf owned(table, shelf.IndexBytes());
+  CHECK(owned.Findings() == "");
+  owned.WriteRow(1, "BERTA");
+  CHECK(owned.Findings() == "NAME: its key of record 1 is not the key of the row\n");
+}

@@ -330,11 +330,12 @@ TEST_CASE("tables of Visual FoxPro are whole, with the keys of every tag") {
   }
 }
 
-// The table types with another key in its first row than in its index.
+// The table types, as a free table, with another key in its first row than in its index.
 std::string WithOtherKey() {
   std::string bytes = FileBytes("vfp-tables/types.dbf");
   const std::size_t header =
       static_cast<unsigned char>(bytes[8]) | static_cast<std::size_t>(bytes[9]) << 8U;
+  bytes[header - 263] = '\0';
   bytes[header + 1] = static_cast<char>(bytes[header + 1] + 7);
   return bytes;
 }
@@ -362,4 +363,71 @@ TEST_CASE("a change that was broken off is a warning while index and rows agree,
   checked = Check(machine);
   CHECK(
       Tells(checked, FindingKind::kProblem, {L"T.cdx", L"change of record 2", L"behind the rows"}));
+}
+
+// Visual FoxPro's table setup with its tag limited to the rows whose names begin with a letter that
+// all three begin with, as SET EXACT OFF has it.
+void PutConditional(platform::simulation::Simulation& machine) {
+  PutReal(machine, "setup");
+  constexpr std::size_t kTag = 0x600;
+  const std::string condition("key_name=\"C\"\0", 13);
+  std::string index = FileBytes("vfp-tables/setup.CDX");
+  index[kTag + 14] = static_cast<char>(index[kTag + 14] | 8);
+  index.replace(kTag + 504, 2, LittleEndian(9, 2));  // behind the key text
+  index.replace(kTag + 506, 2, LittleEndian(condition.size(), 2));
+  index.replace(kTag + 512 + 9, condition.size(), condition);
+  machine.PutFile(L"C:\\Data\\T.cdx", index);
+}
+
+TEST_CASE("rows of which SET EXACT decides are told once, as not checked, with number and reason") {
+  platform::simulation::Simulation machine;
+  PutConditional(machine);
+  CheckedTable checked = Check(machine);
+  CHECK(checked.problems == 0);
+  CHECK(checked.warnings == 0);
+  CHECK(checked.unchecked == 1);
+  CHECK(Tells(checked, FindingKind::kUnchecked,
+              {L"T.cdx", L"tag KEY_NAME", L"3 rows", L"record 1", L"depends on SET EXACT"}));
+  std::string index = machine.Contents(L"C:\\Data\\T.cdx").value();
+  machine.PutFile(L"C:\\Data\\T.cdx", index.replace(480, 4, LittleEndian(2, 4)));
+  checked = Check(machine);
+  CHECK(checked.problems == 0);
+  CHECK(checked.unchecked == 1);
+  CHECK(Tells(checked, FindingKind::kWarning,
+              {L"change of record 2", L"all keys that could be compared agree"}));
+}
+
+// Visual FoxPro's table contacts with CONTACT_ID and CONTACT_TY renamed, so that the first ten
+// characters of contact_type_id, which is the second one, name the first one.
+void PutClashingNames(platform::simulation::Simulation& machine, std::string table) {
+  PutReal(machine, "contacts");
+  table.replace(0x20, 10, "CONTACT_TY");
+  table.replace(0x2A0, 10, "CONTACT_T2");
+  machine.PutFile(kPath, table);
+  std::string index = FileBytes("vfp-tables/contacts.CDX");
+  index.replace(0x600 + 512, 10, "contact_ty");
+  machine.PutFile(L"C:\\Data\\T.cdx", index);
+}
+
+TEST_CASE("a tag whose long name cannot be told in a container's table is not checked, once") {
+  platform::simulation::Simulation machine;
+  std::string table = FileBytes("vfp-tables/contacts.dbf");
+  PutClashingNames(machine, table);
+  CheckedTable checked = Check(machine);
+  CHECK(checked.problems == 0);
+  CHECK(checked.unchecked == 1);
+  CHECK(Tells(checked, FindingKind::kUnchecked, {L"T.cdx", L"tag TYPE_ID", L"contact_type_id"}));
+  // The tag CONTACT_ID has a short name.
+  table[1224 + 1] = 77;
+  PutClashingNames(machine, table);
+  checked = Check(machine);
+  CHECK(checked.problems == 1);
+  CHECK(checked.unchecked == 1);
+  CHECK(Tells(checked, FindingKind::kProblem, {L"tag CONTACT_ID", L"record 1"}));
+}
+
+TEST_CASE("a container's tables are compared under long names that can be told") {
+  platform::simulation::Simulation machine;
+  PutReal(machine, "contacts");
+  CHECK(Check(machine).findings.empty());
 }

@@ -17,6 +17,7 @@ namespace tdefault::tables::foxpro {
 namespace {
 
 constexpr std::size_t kMostFindings = 10;  // of one tag
+constexpr std::size_t kLongestName = 10;   // of a column in its table
 constexpr std::size_t kRowStretch = 256 * std::size_t{1024};
 constexpr std::size_t kKeyMemory = 32 * std::size_t{1024} * 1024;
 
@@ -31,6 +32,7 @@ class Findings {
   }
 
   [[nodiscard]] bool none() const { return count_ == 0; }
+  [[nodiscard]] std::size_t count() const { return count_; }
 
   [[nodiscard]] std::vector<std::wstring> Take() {
     if (count_ > sentences_.size())
@@ -223,16 +225,10 @@ class RowReader {
 // The keys that the tag should hold, of a run of rows, ticked off as they are met in the index.
 class ExpectedKeys {
  public:
-  // `disagreements` takes what is wrong only when the expressions read the columns that they are
-  // bound to, `findings` everything else; they may be the same. The report takes the rows untold.
+  // The report takes the rows whose keys nobody can tell.
   ExpectedKeys(const IndexTag& tag, const TagKeys& keys, RowReader& rows, Findings& findings,
-               Findings& disagreements, TagReport& report)
-      : tag_(tag),
-        keys_(keys),
-        rows_(rows),
-        findings_(findings),
-        disagreements_(disagreements),
-        report_(report) {}
+               TagReport& report)
+      : tag_(tag), keys_(keys), rows_(rows), findings_(findings), report_(report) {}
 
   // Takes rows from `first` on; gives the number of the row behind the last one.
   std::uint32_t Take(std::uint32_t first) {
@@ -250,8 +246,8 @@ class ExpectedKeys {
     const std::uint32_t i = record - first_;
     switch (states_[i]) {
       case State::kNone:
-        disagreements_.Add(L"it has a key of record " + std::to_wstring(record) +
-                           L", which should have none");
+        findings_.Add(L"it has a key of record " + std::to_wstring(record) +
+                      L", which should have none");
         return;
       case State::kMet:
         findings_.Add(L"it has two keys of record " + std::to_wstring(record));
@@ -266,16 +262,15 @@ class ExpectedKeys {
     const auto expected =
         std::string_view(bytes_).substr(std::size_t{i} * tag_.key_length, tag_.key_length);
     if (!keys_.SameKeys(expected, key))
-      disagreements_.Add(L"its key of record " + std::to_wstring(record) +
-                         L" is not the key of the row");
+      findings_.Add(L"its key of record " + std::to_wstring(record) +
+                    L" is not the key of the row");
   }
 
-  // A UNIQUE tag hides rows. Without condition every row has a key, of whatever column.
+  // A UNIQUE tag hides rows.
   void ReportMissing() {
     if (tag_.unique) return;
-    Findings& target = tag_.condition.empty() ? findings_ : disagreements_;
     for (std::uint32_t i = 0; i < states_.size(); ++i)
-      if (states_[i] == State::kExpected) target.Add(L"it lacks the key of " + Record(i));
+      if (states_[i] == State::kExpected) findings_.Add(L"it lacks the key of " + Record(i));
   }
 
  private:
@@ -308,12 +303,50 @@ class ExpectedKeys {
   const TagKeys& keys_;
   RowReader& rows_;
   Findings& findings_;
-  Findings& disagreements_;
   TagReport& report_;
   std::uint32_t first_ = 1;
   std::string bytes_;
   std::vector<State> states_;
 };
+
+bool IsNameCharacter(wchar_t character) {
+  return character == L'_' || (character >= L'0' && character <= L'9') ||
+         (character >= L'A' && character <= L'Z') || (character >= L'a' && character <= L'z') ||
+         character >= 0x80;
+}
+
+// The names in the text that are longer than a table keeps.
+std::vector<std::wstring> LongNames(std::wstring_view text) {
+  std::vector<std::wstring> names;
+  while (!text.empty()) {
+    const auto end = std::find_if_not(text.begin(), text.end(), IsNameCharacter);
+    const auto length = static_cast<std::size_t>(end - text.begin());
+    if (length > kLongestName) names.emplace_back(text.substr(0, length));
+    text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return names;
+}
+
+// Whether the column may be that of the long name though the name's first characters are another's.
+bool MayMean(std::wstring_view name, std::wstring_view column) {
+  const std::size_t stem = column.find_last_not_of(L"0123456789") + 1;
+  return column.size() == kLongestName && stem != kLongestName &&
+         EqualIgnoringCase(column.substr(0, stem), name.substr(0, stem)) &&
+         !EqualIgnoringCase(column, name.substr(0, kLongestName));
+}
+
+void ReplaceName(std::wstring& text, std::wstring_view name, std::wstring_view column) {
+  std::wstring replaced;
+  for (std::size_t i = 0; i < text.size();) {
+    std::size_t end = i;
+    while (end < text.size() && IsNameCharacter(text[end])) ++end;
+    const std::wstring_view word =
+        std::wstring_view(text).substr(i, std::max<std::size_t>(end - i, 1));
+    replaced += word == name ? column : word;
+    i += word.size();
+  }
+  text = std::move(replaced);
+}
 
 class Verifier {
  public:
@@ -376,6 +409,8 @@ class Verifier {
       const IndexTag tag = ReadTag(pages_, index_, place, layout_.code_page);
       if (tag.signature == tag_signature::kBitmap)
         report.not_compared = L"it is a binary (bitmap) tag";
+      else if (layout_.has_backlink)
+        VerifyReadings(tag, use, findings, report);
       else
         VerifyTree(tag, use, findings, report);
     } catch (const Error& error) {
@@ -393,13 +428,8 @@ class Verifier {
     } catch (const Error& error) {
       report.not_compared = error.description();
     }
-    const std::wstring cut_name = keys && layout_.has_backlink ? keys->cut_name() : std::wstring();
-    Findings doubtful;
-    Findings& disagreements = cut_name.empty() ? findings : doubtful;
-    const bool certain = keys && cut_name.empty();
-    const char padding = keys ? keys->padding() : '\0';
     const TreeShape shape{tag.name, tag.key_length,
-                          certain ? padding : GuessPadding(tag, padding, use)};
+                          keys ? keys->padding() : GuessPadding(tag, use)};
     const std::optional<std::string> unfinished =
         keys && tag.unique ? UnfinishedKey(*keys) : std::nullopt;
     bool met = !unfinished;
@@ -419,19 +449,45 @@ class Verifier {
     };
     TreeVerifier(pages_, shape, use, findings, count).Run(tag.root);
     if (!met && findings.none())
-      disagreements.Add(L"it lacks the key of record " + std::to_wstring(unfinished_record_));
+      findings.Add(L"it lacks the key of record " + std::to_wstring(unfinished_record_));
     if (!keys || !findings.none()) return;
-    ExpectedKeys expected(tag, *keys, rows_, findings, disagreements, report);
+    ExpectedKeys expected(tag, *keys, rows_, findings, report);
     CompareRows(shape, tag.root, expected);
-    if (doubtful.none()) return;
-    report.untold_rows = 0;
-    report.untold_reason.clear();
-    report.not_compared =
-        L"the name " + cut_name +
-        L" stands in full only in the database container that the table belongs "
-        L"to, and the keys do not agree with the column that its first characters "
-        L"name, which may be another one. Have FoxPro check the table, or copy it "
-        L"to a free table, index that and check it.";
+  }
+
+  // Tables of a database container have columns whose long names are kept in full only there; of
+  // those that begin alike the table has the first characters and a number. A tag may mean any of
+  // them: it is judged by the one with which it agrees best.
+  void VerifyReadings(const IndexTag& tag, PageUse& use, Findings& findings, TagReport& report) {
+    const PageUse before = use;
+    VerifyTree(tag, use, findings, report);
+    if (findings.none() && report.not_compared.empty()) return;
+    for (const IndexTag& other : OtherReadings(tag)) {
+      PageUse other_use = before;
+      Findings other_findings;
+      TagReport other_report;
+      other_report.name = report.name;
+      VerifyTree(other, other_use, other_findings, other_report);
+      if (!other_report.not_compared.empty()) continue;
+      if (report.not_compared.empty() && other_findings.count() >= findings.count()) continue;
+      use = other_use;
+      findings = other_findings;
+      report = other_report;
+    }
+  }
+
+  // The tag with other columns in place of a long name.
+  [[nodiscard]] std::vector<IndexTag> OtherReadings(const IndexTag& tag) const {
+    std::vector<IndexTag> readings;
+    for (const std::wstring& name : LongNames(tag.expression + L" " + tag.condition)) {
+      for (const StoredColumn& stored : layout_.columns) {
+        if (!MayMean(name, stored.column.name)) continue;
+        IndexTag& reading = readings.emplace_back(tag);
+        ReplaceName(reading.expression, name, stored.column.name);
+        ReplaceName(reading.condition, name, stored.column.name);
+      }
+    }
+    return readings;
   }
 
   // A UNIQUE tag does not have every row, so that its keys alone do not tell of a change that was
@@ -446,19 +502,13 @@ class Verifier {
     }
   }
 
-  // What the pages leave out where the expression does not tell: what makes the tree look right;
-  // where neither does, the likely one.
-  char GuessPadding(const IndexTag& tag, char likely, const PageUse& use) {
-    const char other = likely == ' ' ? '\0' : ' ';
-    return !LooksRight(tag, likely, use) && LooksRight(tag, other, use) ? other : likely;
-  }
-
-  bool LooksRight(const IndexTag& tag, char padding, PageUse use) {
-    const TreeShape shape{tag.name, tag.key_length, padding};
+  // What the pages leave out where the expression does not tell: what makes the tree look right.
+  char GuessPadding(const IndexTag& tag, PageUse use) {
+    const TreeShape shape{tag.name, tag.key_length, ' '};
     const EntryVisitor ignore = [](std::string_view, std::uint32_t) {};
     Findings findings;
     TreeVerifier(pages_, shape, use, findings, ignore).Run(tag.root);
-    return findings.none();
+    return findings.none() ? ' ' : '\0';
   }
 
   // The tree is whole, so it can be gone through again for every run of rows.

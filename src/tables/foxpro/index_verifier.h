@@ -17,8 +17,7 @@ struct TagReport {
   std::wstring name;
   std::uint64_t key_count = 0;
   // Why the tag could not be compared with the rows, so that its tree alone was verified; empty
-  // when it was compared. Under a name that only the database container knows in full this is told
-  // only of keys that do not agree with the rows.
+  // when it was compared.
   std::wstring not_compared;
   // The rows of which nobody can tell whether, or with what key, the tag should hold them: it may
   // have a key of theirs or not, and any one. The reason is that of the first of them and begins

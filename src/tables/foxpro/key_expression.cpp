@@ -169,7 +169,6 @@ class TagKeys::Parts {
   }
 
   [[nodiscard]] KeyForm form() const { return form_; }
-  [[nodiscard]] const std::wstring& cut_name() const { return scope_.cut_name(); }
   [[nodiscard]] const IndexTag& tag() const { return tag_; }
   [[nodiscard]] bool Uses(std::size_t column) const {
     const std::vector<std::size_t>& used = scope_.own_columns();
@@ -379,8 +378,6 @@ std::optional<std::string> TagKeys::Evaluate(const std::uint8_t* record,
                                              std::uint32_t record_number) const {
   return parts_->KeyOf(record, record_number);
 }
-
-const std::wstring& TagKeys::cut_name() const { return parts_->cut_name(); }
 
 char TagKeys::padding() const { return parts_->form() == KeyForm::kText ? ' ' : '\0'; }
 

@@ -38,11 +38,6 @@ class TagKeys {
   [[nodiscard]] std::optional<std::string> Evaluate(const std::uint8_t* record,
                                                     std::uint32_t record_number) const;
 
-  // A name in the expressions of which the first characters alone have told the column; empty when
-  // there is none. Tables of a database container have columns whose names begin alike and are kept
-  // in full only there, so that it may stand for another column.
-  [[nodiscard]] const std::wstring& cut_name() const;
-
   // The filling that pages leave out at the end of keys.
   [[nodiscard]] char padding() const;
 

@@ -226,8 +226,6 @@ Scope::Place Scope::Resolve(const ColumnName& name, std::size_t position) {
     for (Scope* inner = this; inner != scope; inner = inner->outer_)
       inner->outer_slots_.push_back(&scope->slot_);
     scope->own_uses_.push_back(*index);
-    if (name.name.size() > kSignificantLength && scope->cut_name_.empty())
-      scope->cut_name_ = name.name;
     return {columns[*index], scope->slot_, *index};
   }
   if (!known_qualifier)

@@ -49,10 +49,6 @@ class Scope {
   // The own columns that are used in the scope and in subselects within, with repetitions.
   [[nodiscard]] const std::vector<std::size_t>& own_columns() const { return own_uses_; }
 
-  // The first name of an own column that was longer than tables keep, so that its first characters
-  // alone have told the column; empty when there was none.
-  [[nodiscard]] const std::wstring& cut_name() const { return cut_name_; }
-
   // The tables around the scope that are used in it or in subselects within, with repetitions.
   [[nodiscard]] const std::vector<const RowSlot*>& outer_slots() const { return outer_slots_; }
 
@@ -64,7 +60,6 @@ class Scope {
   const RowShape& table_;
   const RowSlot& slot_;
   std::vector<std::size_t> own_uses_;
-  std::wstring cut_name_;
   std::vector<const RowSlot*> outer_slots_;
   std::wstring refusal_;  // empty: columns are taken
 };

@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "tables/foxpro/memo_file.h"
 #include "tables/foxpro/table_format.h"
 
 namespace tdefault::tables::foxpro {
@@ -164,6 +165,9 @@ void MemoCheck::TellConflicts(const MemoReferences& references) {
 
 // Told first: where the file was cut short, it explains what is told of the values.
 void MemoCheck::TellEnd() {
+  const std::wstring wrong = WrongNextFree(next_free_, size_, block_size_);
+  if (!wrong.empty())
+    return findings_.Problem(CheckArea::kMemo, DamagedFile(table_, path_, wrong).description());
   const std::uint64_t blocks = BlocksFor(size_, block_size_);
   if (next_free_ <= blocks) return;
   findings_.Warning(CheckArea::kMemo,

@@ -12,7 +12,9 @@ namespace {
 constexpr std::size_t kWindowSize = 64 * std::size_t{1024};
 // What is read first for a single row, of which one value is wanted mostly.
 constexpr std::size_t kSmallWindowSize = std::size_t{1024};
-constexpr std::uint64_t kLargestFile = 0x7FFFFFFF;
+// Stands for the lock of the file: nothing that we write makes it data, which nobody could read
+// while the lock is held.
+constexpr std::uint64_t kLockByte = 0x40000000;
 
 void PutHeader(const MemoValue& value, std::span<std::uint8_t> block) {
   PutBigEndian32(block, memo_block::kSignature, value.signature);
@@ -20,7 +22,22 @@ void PutHeader(const MemoValue& value, std::span<std::uint8_t> block) {
   std::copy(value.bytes.begin(), value.bytes.end(), block.begin() + memo_block::kData);
 }
 
+std::uint64_t BlocksOf(std::uint64_t bytes, std::uint32_t block_size) {
+  return (bytes + block_size - 1) / block_size;
+}
+
 }  // namespace
+
+std::wstring WrongNextFree(std::uint64_t declared, std::uint64_t file_size,
+                           std::uint32_t block_size) {
+  const std::uint64_t first = BlocksOf(memo_header::kSize, block_size);
+  const std::uint64_t end = BlocksOf(file_size, block_size);
+  const std::uint64_t ahead = declared - std::min(declared, end);
+  if (declared >= first && ahead * block_size <= kFarthestNextFree) return {};
+  return L"its header says that block " + std::to_wstring(declared) +
+         L" is the next free one, where blocks start at " + std::to_wstring(first) +
+         L" and the file ends before block " + std::to_wstring(end);
+}
 
 MemoFile::MemoFile(std::unique_ptr<platform::File> file, std::wstring path,
                    const TableIdentity& table)
@@ -103,13 +120,25 @@ void MemoFile::FetchWindow(std::uint64_t offset, std::size_t size) {
 }
 
 std::uint64_t MemoFile::Blocks(std::size_t size) const {
-  return (memo_block::kData + std::uint64_t{size} + block_size_ - 1) / block_size_;
+  return BlocksOf(memo_block::kData + std::uint64_t{size}, block_size_);
+}
+
+void MemoFile::CheckEnd(std::uint64_t end) const {
+  if (end <= kLockByte) return;
+  throw FileFull(table_, path_,
+                 L"its values would reach the byte that stands for the lock of the file");
+}
+
+void MemoFile::CheckGrowable() {
+  Measure();
+  CheckEnd(size_);
 }
 
 // The first block behind all that are in use. A file that is longer than its header says has values
 // whose writer ended before it could say so, and nothing tells whether rows refer to them: they
-// stay. The last block of a file need not be whole.
-std::uint32_t MemoFile::NextFree() {
+// stay. One that is a little shorter has a writer that raised the number first: the blocks between
+// may become its values. The last block of a file need not be whole.
+std::uint64_t MemoFile::NextFree() {
   std::vector<std::uint8_t> header(4);
   const auto read = file_->ReadAt(memo_header::kNextFree, header);
   if (!read.ok()) throw FileFailure(table_, path_, L"read", read.code());
@@ -117,19 +146,9 @@ std::uint32_t MemoFile::NextFree() {
     throw DamagedFile(table_, path_, L"it became shorter while it was read");
   Measure();
   const std::uint64_t declared = BigEndian32(header, 0);
-  const std::uint64_t first = (memo_header::kSize + block_size_ - 1) / block_size_;
-  const std::uint64_t end = (size_ + block_size_ - 1) / block_size_;
-  if (declared < first || declared > std::max(first, end)) {
-    throw DamagedFile(table_, path_,
-                      L"its header says that block " + std::to_wstring(declared) +
-                          L" is the next free one, where blocks start at " +
-                          std::to_wstring(first) + L" and the file ends before block " +
-                          std::to_wstring(end));
-  }
-  const std::uint64_t next = std::max(declared, end);
-  if (next * block_size_ > kLargestFile)
-    throw FileFull(table_, path_, L"memo files hold at most 2 GB");
-  return static_cast<std::uint32_t>(next);
+  const std::wstring wrong = WrongNextFree(declared, size_, block_size_);
+  if (!wrong.empty()) throw DamagedFile(table_, path_, wrong);
+  return std::max(declared, BlocksOf(size_, block_size_));
 }
 
 void MemoFile::Write(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
@@ -146,8 +165,7 @@ void MemoFile::Append(std::span<MemoValue> values) {
   for (MemoValue& value : values) {
     value.block = static_cast<std::uint32_t>(next);
     next += Blocks(value.bytes.size());
-    if (next * block_size_ > kLargestFile)
-      throw FileFull(table_, path_, L"memo files hold at most 2 GB");
+    CheckEnd(next * block_size_);
   }
   std::vector<std::uint8_t> bytes(static_cast<std::size_t>((next - first) * block_size_));
   for (const MemoValue& value : values) {

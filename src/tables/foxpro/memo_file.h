@@ -13,6 +13,15 @@
 
 namespace tdefault::tables::foxpro {
 
+// How far ahead of the end of its file the next free block may be, in bytes: a program may raise it
+// before it writes its values, and end in between.
+inline constexpr std::uint64_t kFarthestNextFree = std::uint64_t{16} * 1024 * 1024;
+
+// Why `declared` is no next free block of a memo file of that size, as the end of a sentence about
+// the file; empty when it is one.
+[[nodiscard]] std::wstring WrongNextFree(std::uint64_t declared, std::uint64_t file_size,
+                                         std::uint32_t block_size);
+
 // A value on its way into the file.
 struct MemoValue {
   std::uint32_t signature = 0;
@@ -46,9 +55,14 @@ class MemoFile {
   // The values outlive that.
   void Announce(std::span<const MemoValue> values) { announced_ = values; }
 
+  // Throws FileFull when the file reaches behind the byte that stands for its lock, as those of
+  // other programs may: such a file is read and written over, not appended to.
+  void CheckGrowable();
+
   // Writes the values behind all blocks that are in use and settles their blocks; on failure those
   // in use are as before. Throws DamagedFile when the header's next free block is none, FileFull
-  // and WriteFailure. REQUIRES: the locks of the table's header and of the memo file are held.
+  // when they would reach the byte that stands for the lock of the file, and WriteFailure.
+  // REQUIRES: the locks of the table's header and of the memo file are held.
   void Append(std::span<MemoValue> values);
 
   // Whether the blocks of a value of `old_size` bytes have room for one of `new_size` bytes.
@@ -66,7 +80,9 @@ class MemoFile {
   std::span<const std::uint8_t> Fetch(std::uint64_t offset, std::size_t length);
   void FetchWindow(std::uint64_t offset, std::size_t size);
   [[nodiscard]] std::uint64_t Blocks(std::size_t size) const;
-  [[nodiscard]] std::uint32_t NextFree();
+  [[nodiscard]] std::uint64_t NextFree();
+  // Throws FileFull when a file of that size is one that does not grow to it.
+  void CheckEnd(std::uint64_t end) const;
   void Write(std::uint64_t offset, std::span<const std::uint8_t> bytes);
 
   std::unique_ptr<platform::File> file_;

@@ -308,7 +308,7 @@ std::optional<LockPart> RowChanges::TryLockFiles(ChangeLocks& locks, bool with_i
     if (!(locks.index = parts.TryLock(index))) return index;
   }
   if (with_memos) {
-    const LockPart memo = TableLocks::Memo(table_.memo()->file(), table_.memo()->path());
+    const LockPart memo = table_.MemoLock();
     if (!(locks.memo = parts.TryLock(memo))) return memo;
   }
   return std::nullopt;
@@ -399,7 +399,7 @@ bool RowChanges::LockRow(std::uint32_t record_number) {
   UnlockRow();
   if (record_number == 0) return false;
   if (record_number > table_.layout().record_count) {
-    table_.ReadRecordCount();
+    table_.AwaitRecordCount();
     if (record_number > table_.layout().record_count) return false;
   }
   HeldLock lock = table_.locks().Lock(table_.locks().Record(table_.file(), record_number));

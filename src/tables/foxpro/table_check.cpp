@@ -64,8 +64,12 @@ std::string Fingerprint(platform::Files& files, const TableIdentity& table) {
 // Checks one table once.
 class TableChecker {
  public:
-  TableChecker(platform::Files& files, const TableIdentity& table, const CheckSettings& settings)
-      : files_(files), settings_(settings), findings_(checked_, settings.findings_per_area) {
+  TableChecker(platform::Files& files, platform::Clock& clock, const TableIdentity& table,
+               const CheckSettings& settings)
+      : files_(files),
+        clock_(clock),
+        settings_(settings),
+        findings_(checked_, settings.findings_per_area) {
     checked_.table = table;
   }
 
@@ -104,6 +108,7 @@ class TableChecker {
     return CheckPart(Area::kTable, [this] {
       file_ = OpenForReading(files_, checked_.table, checked_.table.path);
       layout_ = ReadTableLayout(*file_, checked_.table, settings_.ansi_code_page);
+      AwaitRecords(*file_, checked_.table, *layout_, LockPatience{clock_});
       decoder_.emplace(*layout_, checked_.table, nullptr);
       checked_.has_header = true;
       checked_.records = layout_->record_count;
@@ -330,6 +335,7 @@ class TableChecker {
   }
 
   platform::Files& files_;
+  platform::Clock& clock_;
   const CheckSettings& settings_;
   CheckedTable checked_;
   CheckFindings findings_;
@@ -345,7 +351,7 @@ CheckedTable CheckTable(platform::Files& files, platform::Clock& clock, const Ta
                         const CheckSettings& settings) {
   for (int attempt = 1;; ++attempt) {
     const std::string before = Fingerprint(files, table);
-    CheckedTable checked = TableChecker(files, table, settings).Check();
+    CheckedTable checked = TableChecker(files, clock, table, settings).Check();
     if (checked.problems == 0 || before == Fingerprint(files, table)) return checked;
     if (attempt == kMostAttempts) {
       CheckFindings(checked, 1)

@@ -1,6 +1,8 @@
 #include "tables/foxpro/table_files.h"
 
 #include <algorithm>
+#include <array>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -16,6 +18,37 @@ bool IsMissing(std::uint32_t code) {
   return code == system_code::kFileNotFound || code == system_code::kPathNotFound;
 }
 
+// The looks at a file that is too short for the count of its records: for how long, and the pauses
+// between them, in milliseconds.
+constexpr std::uint32_t kLongestAppend = 250;
+constexpr std::uint32_t kFirstLookPause = 10;
+constexpr std::uint32_t kLongestLookPause = 50;
+
+std::uint32_t CountOfRecords(platform::File& file, const TableIdentity& table) {
+  std::array<std::uint8_t, 4> bytes{};
+  const auto read = file.ReadAt(table_header::kRecordCount, bytes);
+  if (!read.ok()) throw FileFailure(table, table.path, L"read", read.code());
+  if (read.value() < bytes.size())
+    throw DamagedFile(table, table.path, L"it became shorter while it was read");
+  return LittleEndian32(bytes, 0);
+}
+
+// How many records the file has room for. Ask after the count was read: then a record that is
+// being appended meanwhile is there before it is counted.
+std::uint64_t RoomForRecords(platform::File& file, const TableIdentity& table,
+                             const TableLayout& layout) {
+  const auto size = file.Size();
+  if (!size.ok()) throw FileFailure(table, table.path, L"read", size.code());
+  if (size.value() < layout.header_length) return 0;
+  return (size.value() - layout.header_length) / layout.record_length;
+}
+
+Error CutShort(const TableIdentity& table, const TableLayout& layout, std::uint64_t room) {
+  return DamagedFile(table, table.path,
+                     L"it is cut short and has room for " + std::to_wstring(room) + L" of its " +
+                         std::to_wstring(layout.record_count) + L" records");
+}
+
 std::unique_ptr<platform::File> OpenTableFile(platform::Files& files,
                                               const TableIdentity& identity) {
   auto file =
@@ -24,6 +57,13 @@ std::unique_ptr<platform::File> OpenTableFile(platform::Files& files,
   if (IsMissing(file.code()))
     throw NoSuchTable(identity.name, L"the file " + identity.path + L" does not exist");
   throw FileFailure(identity, identity.path, L"opened", file.code());
+}
+
+TableLayout ReadLayout(platform::File& file, const TableIdentity& identity, const TableView& view,
+                       const LockPatience& patience) {
+  TableLayout layout = ReadTableLayout(file, identity, view.ansi_code_page);
+  AwaitRecords(file, identity, layout, patience);
+  return layout;
 }
 
 std::unique_ptr<MemoFile> OpenMemoFile(platform::Files& files, const TableIdentity& identity) {
@@ -52,6 +92,27 @@ std::wstring CompanionPath(const TableIdentity& identity, std::wstring_view endi
          std::wstring(ending);
 }
 
+void AwaitRecords(platform::File& file, const TableIdentity& table, TableLayout& layout,
+                  const LockPatience& patience) {
+  std::uint64_t room = RoomForRecords(file, table, layout);
+  if (room >= layout.record_count) return;
+  const std::uint32_t longest = std::min(patience.milliseconds, kLongestAppend);
+  const std::uint64_t start = patience.clock.Milliseconds();
+  // What the pauses add up to counts too: the wait ends even if the clock stands still.
+  std::uint64_t paused = 0;
+  std::uint32_t pause = kFirstLookPause;
+  while (room < layout.record_count) {
+    const std::uint64_t waited = std::max(patience.clock.Milliseconds() - start, paused);
+    if (waited >= longest) throw CutShort(table, layout, room);
+    const std::uint32_t length = std::min(pause, static_cast<std::uint32_t>(longest - waited));
+    patience.clock.Pause(length, false);
+    paused += length;
+    pause = std::min(pause * 2, kLongestLookPause);
+    layout.record_count = CountOfRecords(file, table);
+    room = RoomForRecords(file, table, layout);
+  }
+}
+
 TableFiles::TableFiles(platform::Files& files, TableIdentity identity, const TableView& view,
                        const LockPatience& patience)
     : files_(files),
@@ -59,7 +120,7 @@ TableFiles::TableFiles(platform::Files& files, TableIdentity identity, const Tab
       view_(view),
       patience_(patience),
       file_(OpenTableFile(files, identity_)),
-      layout_(ReadTableLayout(*file_, identity_, view.ansi_code_page)),
+      layout_(ReadLayout(*file_, identity_, view, patience)),
       memo_(MemoFileOf(files, identity_, layout_)),
       decoder_(layout_, identity_, memo_.get()),
       encoder_(layout_, identity_),
@@ -100,16 +161,20 @@ bool TableFiles::Refresh() {
   if (!fixed_header_.empty() && header != fixed_header_) return false;
   fixed_header_ = std::move(header);
   layout_.record_count = count;
-  CheckFileSize(*file_, identity_, layout_);
+  AwaitRecords(*file_, identity_, layout_, patience_);
   if (memo_) memo_->Forget();
   return true;
 }
 
 void TableFiles::ReadRecordCount() {
-  std::vector<std::uint8_t> bytes(4);
-  Read(table_header::kRecordCount, bytes);
-  layout_.record_count = LittleEndian32(bytes, 0);
-  CheckFileSize(*file_, identity_, layout_);
+  layout_.record_count = CountOfRecords(*file_, identity_);
+  const std::uint64_t room = RoomForRecords(*file_, identity_, layout_);
+  if (room < layout_.record_count) throw CutShort(identity_, layout_, room);
+}
+
+void TableFiles::AwaitRecordCount() {
+  layout_.record_count = CountOfRecords(*file_, identity_);
+  AwaitRecords(*file_, identity_, layout_, patience_);
 }
 
 std::uint64_t TableFiles::RecordOffset(std::uint32_t record_number) const {
@@ -193,6 +258,11 @@ StructuralIndex* TableFiles::index() {
 void TableFiles::ForgetIndex() { index_.reset(); }
 
 LockPart TableFiles::IndexLock() const { return TableLocks::Index(*index_file_, index_path_); }
+
+LockPart TableFiles::MemoLock() const {
+  memo_->CheckGrowable();
+  return TableLocks::Memo(memo_->file(), memo_->path());
+}
 
 void TableFiles::Write(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
   const auto status = file_->WriteAt(offset, bytes);

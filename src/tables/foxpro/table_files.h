@@ -25,6 +25,13 @@ class StructuralIndex;
 // The path of the table's file with another ending, which stands beside it.
 [[nodiscard]] std::wstring CompanionPath(const TableIdentity& identity, std::wstring_view ending);
 
+// Sees to it that the file has the records that `layout` counts. A workstation that appends may
+// raise the count before its record is there: without the lock of the table's header, count and
+// file are looked at again for a moment, not longer than a lock is waited for. Settles the count.
+// Throws FileFailure, and DamagedFile when the file stays too short.
+void AwaitRecords(platform::File& file, const TableIdentity& table, TableLayout& layout,
+                  const LockPatience& patience);
+
 // How a connection sees its tables.
 struct TableView {
   CollatingSequence sequence = CollatingSequence::kMachine;
@@ -72,8 +79,11 @@ class TableFiles {
 
   // Fills `target` from `offset` of the table file.
   void Read(std::uint64_t offset, std::span<std::uint8_t> target) const;
-  // Reads the count of records anew, and checks that the file has them.
+  // Reads the count of records anew, and checks that the file has them. REQUIRES: the lock of the
+  // header is held, so that nobody appends.
   void ReadRecordCount();
+  // The same without that lock: what another program appends just now is awaited.
+  void AwaitRecordCount();
   void set_record_count(std::uint32_t count) { layout_.record_count = count; }
   [[nodiscard]] std::uint64_t RecordOffset(std::uint32_t record_number) const;
 
@@ -88,6 +98,9 @@ class TableFiles {
   // Forgets what is known of the index, after a change of it that failed.
   void ForgetIndex();
   [[nodiscard]] LockPart IndexLock() const;
+  // REQUIRES: there is a memo file. Throws FileFull when it has no place for further values: there
+  // the byte that stands for its lock may be data.
+  [[nodiscard]] LockPart MemoLock() const;
 
  private:
   void CheckChangeable() const;

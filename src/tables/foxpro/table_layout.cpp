@@ -92,7 +92,6 @@ class LayoutReader {
     layout.has_backlink =
         visual_ && header_[layout.header_length - table_header::kBacklinkSize] != 0;
     ReadDescriptors(layout);
-    CheckFileSize(file_, table_, layout);
     return layout;
   }
 
@@ -324,21 +323,6 @@ class LayoutReader {
 TableLayout ReadTableLayout(platform::File& file, const TableIdentity& table,
                             std::uint32_t ansi_code_page) {
   return LayoutReader(file, table).Read(ansi_code_page);
-}
-
-// The size is asked after the count was read, so a record that is being appended meanwhile is there
-// before it is counted.
-void CheckFileSize(platform::File& file, const TableIdentity& table, const TableLayout& layout) {
-  const auto size = file.Size();
-  if (!size.ok()) throw FileFailure(table, table.path, L"read", size.code());
-  const std::uint64_t room = size.value() < layout.header_length
-                                 ? 0
-                                 : (size.value() - layout.header_length) / layout.record_length;
-  if (room < layout.record_count) {
-    throw DamagedFile(table, table.path,
-                      L"it is cut short and has room for " + std::to_wstring(room) + L" of its " +
-                          std::to_wstring(layout.record_count) + L" records");
-  }
 }
 
 }  // namespace tdefault::tables::foxpro

@@ -54,12 +54,10 @@ struct TableLayout {
   bool has_hidden_columns = false;  // system columns other than _NullFlags
 };
 
-// Reads and checks the header against itself and the size of the file. `ansi_code_page` is the page
-// of tables without a code page mark. Throws FileFailure, DamagedFile and RefusedFile.
+// Reads the header and checks it against itself; whether the file has the records that it counts is
+// another question. `ansi_code_page` is the page of tables without a code page mark. Throws
+// FileFailure, DamagedFile and RefusedFile.
 [[nodiscard]] TableLayout ReadTableLayout(platform::File& file, const TableIdentity& table,
                                           std::uint32_t ansi_code_page);
-
-// Throws DamagedFile when the file is too short for `layout.record_count` records.
-void CheckFileSize(platform::File& file, const TableIdentity& table, const TableLayout& layout);
 
 }  // namespace tdefault::tables::foxpro

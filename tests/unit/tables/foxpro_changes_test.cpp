@@ -70,6 +70,18 @@ ColumnSpec Text(std::uint8_t length) { return {.name = "X", .type = 'C', .length
 
 Value Wide(const wchar_t* text) { return std::wstring(text); }
 
+// The farthest next free block of an empty memo file with blocks of 64 bytes: 16 MB ahead.
+constexpr std::uint32_t kFarthestBlock = (512 + 16 * 1024 * 1024) / 64;
+
+std::string WithNextFree(std::string memo, std::uint32_t block) {
+  return memo.replace(0, 4, BigEndian(block, 4));
+}
+
+foxpro::CheckedTable Check(TableShelf& shelf) {
+  platform::Platform& machine = shelf.machine().platform();
+  return foxpro::CheckTable(machine.files, machine.clock, {L"T", kTable}, {});
+}
+
 }  // namespace
 
 TEST_CASE("a new row stands behind the others with the end mark behind it, counted and dated") {
@@ -303,17 +315,47 @@ TEST_CASE("blocks behind the next free one are kept, and a next free one that is
   t.Insert({{0, Wide(L"x")}});
   CHECK(t.Records() == std::string(" \x0A\0\0\0\x1A", 6));
   CHECK(t.Memo().substr(512, 100) == std::string(100, 'k'));
-  for (const char next : {'\7', '\x40'}) {
+  for (const std::uint32_t next : {7U, 0U, kFarthestBlock + 1, 0xFFFFFFFFU}) {
+    CAPTURE(next);
     t.Close();
-    std::string damaged = memo;
-    damaged[3] = next;
-    t.shelf().machine().PutFile(kMemo, damaged);
+    t.shelf().machine().PutFile(kMemo, WithNextFree(memo, next));
     t.Open();
     const std::string before = t.Table();
     const Error error = ErrorOf([&] { t.Insert({{0, Wide(L"x")}}); });
     CHECK(error.number() == error_number::kTableDamaged);
-    CHECK(Contains(error, L"next free"));
+    CHECK(Contains(error, L"block " + std::to_wstring(next) + L" is the next free one"));
     CHECK(t.Table() == before);
+    // The check tells the same.
+    const auto checked = Check(t.shelf());
+    REQUIRE_FALSE(checked.findings.empty());
+    CHECK(checked.findings.front().kind == foxpro::FindingKind::kProblem);
+    CHECK(checked.findings.front().text == error.description());
+  }
+}
+
+TEST_CASE("a next free block ahead of the end of its file is taken, with zeros before it") {
+  for (const std::uint32_t next : {9U, 0x40U, kFarthestBlock}) {
+    CAPTURE(next);
+    Changing t({{.name = "M", .type = 'M'}});
+    const std::string memo = WithNextFree(t.Memo(), next);
+    t.Close();
+    t.shelf().machine().PutFile(kMemo, memo);
+    const auto before = Check(t.shelf());
+    CHECK(before.problems == 0);
+    REQUIRE(before.warnings == 1);
+    CHECK(before.findings.front().text.find(L"nothing is lost") != std::wstring::npos);
+    t.Open();
+    CHECK(t.Insert({{0, Wide(L"x")}}) == 1);
+    CHECK(t.Insert({{0, Wide(L"y")}}) == 2);
+    const std::size_t start = std::size_t{next} * 64;
+    REQUIRE(t.Memo().size() == start + 2 * 64);
+    CHECK(t.Memo().substr(0, 4) == BigEndian(next + 2, 4));
+    CHECK(t.Memo().substr(512, start - 512).find_first_not_of('\0') == std::string::npos);
+    CHECK(t.Memo().substr(start, 9) == std::string("\0\0\0\1\0\0\0\1x", 9));
+    CHECK(t.Records().substr(1, 4) == LittleEndian(next, 4));
+    t.Close();
+    CHECK(t.shelf().Rows() == std::vector<std::vector<Value>>{{Wide(L"x")}, {Wide(L"y")}});
+    CHECK(Check(t.shelf()).problems == 0);
   }
 }
 
@@ -376,7 +418,25 @@ TEST_CASE("the count is read anew for a new row, and a file too short for it is 
   std::string damaged = t.Table();
   damaged[4] = 9;
   t.shelf().machine().PutFile(kTable, damaged);
+  // Nobody else appends under the lock of the header: there is nothing to wait for.
   CHECK(Contains(ErrorOf([&] { t.Insert({}); }), L"3 of its 9 records"));
+  CHECK(t.shelf().machine().pauses().empty());
+}
+
+TEST_CASE("a row that is counted and not yet written is looked for again before it is locked") {
+  Changing t({Text(4)});
+  t.Insert({{0, Wide(L"mine")}});
+  std::string counted = t.Table();
+  counted[4] = 2;
+  const std::string whole = counted.substr(0, counted.size() - 1) + " thei\x1A";
+  t.shelf().machine().PutFile(kTable, counted);
+  t.shelf().machine().SetDuringPause([&] {
+    if (t.shelf().machine().pauses().size() == 2) t.shelf().machine().PutFile(kTable, whole);
+  });
+  REQUIRE(t.changes().LockRow(2));
+  CHECK(t.changes().row().Read(0) == Wide(L"thei"));
+  CHECK(t.shelf().machine().pauses().size() == 2);
+  t.changes().UnlockRow();
 }
 
 namespace {
@@ -394,11 +454,6 @@ void PutIndexed(TableShelf& shelf) {
   const auto files = BuildTable(Indexed());
   shelf.Put(files.table, files.memo);
   shelf.machine().PutFile(L"C:\\Data\\T.cdx", files.index);
-}
-
-foxpro::CheckedTable Check(TableShelf& shelf) {
-  platform::Platform& machine = shelf.machine().platform();
-  return foxpro::CheckTable(machine.files, machine.clock, {L"T", kTable}, {});
 }
 
 std::vector<ColumnValue> Row(const wchar_t* id, const wchar_t* note) {

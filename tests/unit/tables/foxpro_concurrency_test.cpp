@@ -19,7 +19,6 @@ using platform::simulation::Simulation;
 namespace {
 
 constexpr std::uint64_t kHeaderLock = 0x7FFFFFFE;
-constexpr std::uint64_t kMemoLock = 0x40000000;
 constexpr std::uint64_t kIndexLock = 0x7FFFFFFE;
 
 std::uint64_t RecordLock(std::uint32_t record) { return kHeaderLock - record; }
@@ -77,6 +76,14 @@ class Office {
       if (machine_.pauses().size() == due) action();
     });
   }
+
+  // The table with a row "b" that a workstation is appending: counted and not yet written, and
+  // then whole. Leaves the file whole.
+  struct Append {
+    std::string counted;
+    std::string whole;
+  };
+  [[nodiscard]] Append HalfAppended();
 
   [[nodiscard]] std::uint32_t paused() const {
     std::uint32_t sum = 0;
@@ -152,6 +159,14 @@ void AppendAsWorkstation(Simulation& machine, const std::string& id, std::uint32
   REQUIRE(file.Unlock(kHeaderLock, 1).ok());
 }
 
+Office::Append Office::HalfAppended() {
+  std::string counted = *machine_.Contents(kTable);
+  AppendAsWorkstation(machine_, "b   ", 2);
+  std::string whole = *machine_.Contents(kTable);
+  counted.replace(0, 8, whole, 0, 8);
+  return {std::move(counted), std::move(whole)};
+}
+
 }  // namespace
 
 TEST_CASE("a row that another program holds is waited for and changed when it is given up") {
@@ -212,6 +227,60 @@ TEST_CASE("the environment settles how long a row in use is waited for") {
     CHECK(ErrorOf([&] { Run(*connection, L"UPDATE T SET COUNT = 2"); }).number() ==
           error_number::kInUseByAnother);
     CHECK(office.paused() - before == wait);
+  }
+}
+
+TEST_CASE("a row that a workstation has counted and not yet written is looked for again") {
+  for (const bool known : {true, false}) {
+    CAPTURE(known);
+    Office office(false);
+    Insert(office.first(), L"a");
+    const auto [counted, whole] = office.HalfAppended();
+    office.machine().PutFile(kTable, counted);
+    const auto connection = known ? nullptr : office.Connect();
+    office.DuringPause(3, [&, whole = whole] { office.machine().PutFile(kTable, whole); });
+    CHECK(Rows(known ? office.first() : *connection) == L"a   1 note of a 1\nb   9  2\n");
+    CHECK(office.machine().pauses().size() == 3);
+    CHECK(office.paused() == 10 + 20 + 40);
+  }
+}
+
+TEST_CASE("a count that a workstation takes back while it is looked at again is no damage") {
+  Office office(false);
+  Insert(office.first(), L"a");
+  const std::string before = *office.machine().Contents(kTable);
+  office.machine().PutFile(kTable, office.HalfAppended().counted);
+  office.DuringPause(1, [&] { office.machine().PutFile(kTable, before); });
+  CHECK(Rows(office.first()) == L"a   1 note of a 1\n");
+  CHECK(office.machine().pauses().size() == 1);
+}
+
+TEST_CASE("a count that stays ahead of its file is damage after a moment, naming the file") {
+  struct Wait {
+    const wchar_t* setting;
+    std::uint32_t paused;
+  };
+  Office office(false);
+  Insert(office.first(), L"a");
+  const auto [counted, whole] = office.HalfAppended();
+  for (const Wait& wait : {Wait{L"5000", 250}, Wait{L"30", 30}, Wait{L"0", 0}}) {
+    CAPTURE(wait.paused);
+    office.machine().SetVariable(L"TDEFAULT_LOCK_WAIT", wait.setting);
+    office.machine().PutFile(kTable, whole);
+    const auto fresh = office.Connect();
+    const auto known = office.Connect();
+    static_cast<void>(Rows(*known));
+    office.machine().PutFile(kTable, counted);
+    for (Connection* connection : {fresh.get(), known.get()}) {
+      const std::uint32_t before = office.paused();
+      const Error error = ErrorOf([&] { static_cast<void>(Rows(*connection)); });
+      INFO(error.what());
+      CHECK(error.number() == error_number::kTableDamaged);
+      CHECK(Contains(error,
+                     L"Table T, file C:\\Data\\T.dbf: the file is damaged, it is cut "
+                     L"short and has room for 1 of its 2 records. Restore the file"));
+      CHECK(office.paused() - before == wait.paused);
+    }
   }
 }
 

@@ -16,6 +16,10 @@ using tests::ColumnSpec;
 
 namespace {
 
+bool IsFull(const Error& error) {
+  return error.number() == error_number::kTableDamaged && Contains(error, L"the file is full");
+}
+
 // What a file holds: its first bytes, those that were written, and blanks everywhere else.
 struct SparseContent {
   std::uint64_t size = 0;
@@ -63,8 +67,7 @@ class LargeFiles final : public tests::ForwardingFiles {
   LargeFiles(platform::Files& files, std::wstring path, std::string_view beginning,
              std::uint64_t size)
       : ForwardingFiles(files), path_(std::move(path)), content_{size} {
-    for (std::size_t i = 0; i < beginning.size(); ++i)
-      content_.bytes[i] = static_cast<std::uint8_t>(beginning[i]);
+    Put(0, beginning);
   }
 
   platform::SystemResult<std::unique_ptr<platform::File>> Open(const std::wstring& path,
@@ -77,6 +80,10 @@ class LargeFiles final : public tests::ForwardingFiles {
   }
 
   [[nodiscard]] const SparseContent& content() const { return content_; }
+
+  void Put(std::uint64_t offset, std::string_view bytes) {
+    for (const char byte : bytes) content_.bytes[offset++] = static_cast<std::uint8_t>(byte);
+  }
 
  private:
   std::wstring path_;
@@ -144,13 +151,12 @@ TEST_CASE("a table takes rows until they would reach the bytes that stand for lo
   }
 }
 
-TEST_CASE("a memo value that would make its file larger than 2 GB is refused with its row") {
+TEST_CASE("a memo value that would reach the byte that stands for its file's lock is refused") {
   TableShelf shelf;
   const auto built = BuildTable({.columns = {{.name = "M", .type = 'M'}}});
-  constexpr std::uint64_t kTwoGigabytes = 0x80000000;
   std::string memo = built.memo;
-  // Two blocks are left below 2 GB.
-  const std::uint64_t free = kTwoGigabytes / 64 - 3;
+  // Two blocks are left below that byte.
+  const std::uint64_t free = kMemoLock / 64 - 2;
   memo.replace(0, 4, BigEndian(free, 4));
   shelf.Put(built.table, memo);
   LargeFiles files(shelf.machine().platform().files, kMemo, memo, free * 64);
@@ -158,12 +164,51 @@ TEST_CASE("a memo value that would make its file larger than 2 GB is refused wit
   const auto changes = table->Change();
   const Error error =
       ErrorOf([&] { static_cast<void>(Insert(*changes, std::wstring(200, L'x'))); });
-  CHECK(Contains(error, L"Table T, file C:\\Data\\T.fpt: the file is full"));
+  CHECK(Contains(error,
+                 L"Table T, file C:\\Data\\T.fpt: the file is full, its values would reach the "
+                 L"byte that stands for the lock of the file. Nothing was stored"));
   CHECK(files.content().size == free * 64);
   CHECK(shelf.machine().Contents(kTable) == built.table);
   CHECK(Insert(*changes, std::wstring(120, L'y')) == 1);
+  CHECK(files.content().size == kMemoLock);
+  CHECK(IsFull(ErrorOf([&] { static_cast<void>(Insert(*changes, L"z")); })));
+  CHECK(files.content().size == kMemoLock);
   REQUIRE(changes->LockRow(1));
   CHECK(changes->row().Read(0) == Value(std::wstring(120, L'y')));
+}
+
+TEST_CASE("a memo file beyond the byte of its lock is read and written over, not appended to") {
+  constexpr std::uint64_t kBlock = kMemoLock / 64 + 100;
+  constexpr std::uint64_t kSize = (kBlock + 1) * 64;
+  TableShelf shelf;
+  TableBytes table;
+  table.Column("M", 'M', 4).Row({LittleEndian(kBlock, 4)});
+  std::string memo = MemoBytes().Bytes();
+  memo.replace(0, 4, BigEndian(kBlock + 1, 4));
+  shelf.Put(table.Bytes(), memo);
+  LargeFiles files(shelf.machine().platform().files, kMemo, memo, kSize);
+  files.Put(kBlock * 64, BigEndian(1, 4) + BigEndian(5, 4) + "value");
+  // Its byte is data, which nobody else could read while it is locked: it is not even asked for.
+  auto other = shelf.machine().HoldOpen(kMemo, platform::FileShare::kReadWrite,
+                                        platform::FileAccess::kReadWrite);
+  other.Lock(kMemoLock, 1);
+  const auto opened = OpenTable(shelf, files);
+  const auto changes = opened->Change();
+  CHECK(IsFull(ErrorOf([&] { static_cast<void>(Insert(*changes, L"more")); })));
+  CHECK(shelf.machine().pauses().empty());
+  REQUIRE(changes->LockRow(1));
+  CHECK(changes->row().Read(0) == Value(std::wstring(L"value")));
+  const std::vector<ColumnValue> other_value = {{0, Value(std::wstring(L"over"))}};
+  changes->Update(other_value);
+  CHECK(changes->row().Read(0) == Value(std::wstring(L"over")));
+  CHECK(IsFull(ErrorOf([&] {
+    const std::vector<ColumnValue> longer = {{0, Value(std::wstring(100, L'x'))}};
+    changes->Update(longer);
+  })));
+  changes->UnlockRow();
+  CHECK(files.content().size == kSize);
+  CHECK(shelf.machine().Contents(kTable)->substr(table.Bytes().size() - 6) ==
+        table.Bytes().substr(table.Bytes().size() - 6));
 }
 
 TEST_CASE("an index that cannot grow refuses the row for which it would have to") {

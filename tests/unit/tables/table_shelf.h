@@ -1,6 +1,7 @@
 // A data folder on a simulated machine, and short ways to read its tables in tests.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,6 +18,9 @@ namespace tdefault::tables::testing {
 inline const std::wstring kTable = L"C:\\Data\\T.dbf";
 inline const std::wstring kMemo = L"C:\\Data\\T.fpt";
 inline const std::wstring kIndex = L"C:\\Data\\T.cdx";
+
+// The byte of a memo file that stands for its lock.
+inline constexpr std::uint64_t kMemoLock = 0x40000000;
 
 class TableShelf {
  public:

@@ -85,7 +85,9 @@ void MemoCheck::CheckValue(const MemoReference& reference) {
   const Head head = HeadOf(reference);
   if (!head.starts_inside)
     return damaged(L"the value should start at " + block + L", which has no such block");
-  if (head.signature > kHighestSignature) return damaged(L"no value starts at " + block);
+  const bool unwritten = head.signature == 0 && head.length == 0;
+  if (unwritten || head.signature > kHighestSignature)
+    return damaged(L"no value starts at " + block);
   if (!head.ends_inside) {
     return damaged(L"the value at " + block + L" should be " + std::to_wstring(head.length) +
                    L" bytes long and reaches behind the end of that file");

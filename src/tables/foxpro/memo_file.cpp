@@ -82,8 +82,13 @@ std::string_view MemoFile::Read(std::uint32_t block, const ValuePlace& place) {
     throw DamagedValue(place, L"the value should start at block " + std::to_wstring(block) +
                                   L" of the memo file " + path_ + L", which has no such block");
   }
-  const std::uint32_t length =
-      BigEndian32(Fetch(start, memo_block::kData), memo_block::kDataLength);
+  const auto head = Fetch(start, memo_block::kData);
+  const std::uint32_t length = BigEndian32(head, memo_block::kDataLength);
+  // Never written: an empty value has no block.
+  if (length == 0 && BigEndian32(head, memo_block::kSignature) == 0) {
+    throw DamagedValue(place, L"no value starts at block " + std::to_wstring(block) +
+                                  L" of the memo file " + path_);
+  }
   if (!Holds(start + memo_block::kData, length)) {
     throw DamagedValue(place, L"the value at block " + std::to_wstring(block) +
                                   L" of the memo file " + path_ + L" should be " +

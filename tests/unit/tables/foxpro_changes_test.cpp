@@ -359,6 +359,24 @@ TEST_CASE("a next free block ahead of the end of its file is taken, with zeros b
   }
 }
 
+TEST_CASE("values that a shortened memo file has lost stay told when new ones are stored behind") {
+  Changing t({{.name = "M", .type = 'M'}});
+  t.Insert({{0, Wide(L"kept")}});
+  t.Insert({{0, Wide(L"lost")}});
+  const std::string memo = t.Memo();
+  t.Close();
+  t.shelf().machine().PutFile(kMemo, memo.substr(0, 512 + 64));
+  CHECK(Check(t.shelf()).problems == 1);
+  t.Open();
+  CHECK(t.Insert({{0, Wide(L"new")}}) == 3);
+  t.Close();
+  const Error error = ErrorOf([&] { static_cast<void>(t.shelf().Rows()); });
+  CHECK(Contains(error, L"record 2, column M: no value starts at block 9 of the memo file"));
+  const auto checked = Check(t.shelf());
+  REQUIRE(checked.problems == 1);
+  CHECK(checked.findings.front().text == error.description());
+}
+
 TEST_CASE("a table that cannot be kept whole refuses changes and says why, reading goes on") {
   const auto refusal = [](TableShelf& shelf) {
     const auto table = shelf.Open();

@@ -261,7 +261,7 @@ void MeasureInsert(const std::filesystem::path& path, std::uint32_t rows) {
 void MeasureSeek(const std::filesystem::path& path, std::uint32_t count) {
   bench::MeasuredFolder folder(FilledFolder(path));
   bench::SteadyClock clock;
-  foxpro::BuiltTable table(folder.files(), {L"Need", folder.PathOf(L"need.dbf")},
+  foxpro::TableFiles table(folder.files(), {L"Need", folder.PathOf(L"need.dbf")},
                            foxpro::TableView(), foxpro::LockPatience{clock});
   table.AllowChanges();
   std::vector<std::uint8_t> record(table.layout().record_length);

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "base/text.h"
 #include "tables/foxpro/index_errors.h"
 #include "tables/foxpro/index_pages.h"
 #include "tables/foxpro/key_expression.h"

@@ -18,7 +18,7 @@ namespace tdefault::tables::foxpro {
 namespace {
 
 constexpr std::size_t kMostFindings = 10;  // of one tag
-constexpr std::size_t kLongestName = 10;   // of a column in its table
+constexpr std::size_t kLongestName = field_descriptor::kNameSize - 1;
 constexpr std::size_t kRowStretch = 256 * std::size_t{1024};
 constexpr std::size_t kKeyMemory = 32 * std::size_t{1024} * 1024;
 

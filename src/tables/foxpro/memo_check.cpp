@@ -53,10 +53,6 @@ void MemoCheck::Fetch(std::uint64_t offset, std::span<std::uint8_t> target) {
     throw DamagedFile(table_, path_, L"it became shorter while it was read");
 }
 
-std::wstring MemoCheck::Subject() const {
-  return L"Table " + table_.name + L", file " + path_ + L": ";
-}
-
 ValuePlace MemoCheck::PlaceOf(const MemoReference& reference) const {
   return {table_, reference.record_number, reference.column};
 }
@@ -173,7 +169,7 @@ void MemoCheck::TellEnd() {
   const std::uint64_t blocks = BlocksFor(size_, block_size_);
   if (next_free_ <= blocks) return;
   findings_.Warning(CheckArea::kMemo,
-                    Subject() + L"it counts " + std::to_wstring(next_free_) +
+                    FileSubject(table_, path_) + L"it counts " + std::to_wstring(next_free_) +
                         L" blocks and ends behind block " + std::to_wstring(blocks) +
                         L". When no value is missing, a change was broken off and nothing is "
                         L"lost; else the file was cut short: restore it with the table.");
@@ -183,7 +179,8 @@ void MemoCheck::TellSpace() {
   const std::uint64_t blocks = BlocksFor(size_, block_size_);
   if (blocks > next_free_ && highest_end_ <= next_free_) {
     findings_.Warning(CheckArea::kMemo,
-                      Subject() + std::to_wstring(size_ - next_free_ * block_size_) +
+                      FileSubject(table_, path_) +
+                          std::to_wstring(size_ - next_free_ * block_size_) +
                           L" bytes behind the last counted block are unused. Nothing is lost; a "
                           L"change that was broken off may leave them.");
   }
@@ -192,7 +189,7 @@ void MemoCheck::TellSpace() {
   const std::uint64_t unused = counted - std::min(counted, first + used_blocks_);
   if (unused * block_size_ >= kUnusedWorthTelling && unused * 2 > counted) {
     findings_.Warning(CheckArea::kMemo,
-                      Subject() + std::to_wstring(unused * block_size_ / 1024) +
+                      FileSubject(table_, path_) + std::to_wstring(unused * block_size_ / 1024) +
                           L" KB of the file hold values that were replaced or removed. PACK MEMO "
                           L"in FoxPro would give the space back.");
   }

@@ -65,7 +65,6 @@ class MemoCheck {
   void TellConflicts(const MemoReferences& references);
   void TellEnd();
   void TellSpace();
-  [[nodiscard]] std::wstring Subject() const;
   [[nodiscard]] ValuePlace PlaceOf(const MemoReference& reference) const;
 
   std::unique_ptr<platform::File> file_;

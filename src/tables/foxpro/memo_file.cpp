@@ -5,6 +5,7 @@
 
 #include "tables/foxpro/change_errors.h"
 #include "tables/foxpro/table_format.h"
+#include "tables/foxpro/table_locks.h"
 
 namespace tdefault::tables::foxpro {
 namespace {
@@ -12,9 +13,6 @@ namespace {
 constexpr std::size_t kWindowSize = 64 * std::size_t{1024};
 // What is read first for a single row, of which one value is wanted mostly.
 constexpr std::size_t kSmallWindowSize = std::size_t{1024};
-// Stands for the lock of the file: nothing that we write makes it data, which nobody could read
-// while the lock is held.
-constexpr std::uint64_t kLockByte = 0x40000000;
 
 void PutHeader(const MemoValue& value, std::span<std::uint8_t> block) {
   PutBigEndian32(block, memo_block::kSignature, value.signature);
@@ -129,7 +127,8 @@ std::uint64_t MemoFile::Blocks(std::size_t size) const {
 }
 
 void MemoFile::CheckEnd(std::uint64_t end) const {
-  if (end <= kLockByte) return;
+  // Nothing that we write makes the byte data, which nobody could read while the lock is held.
+  if (end <= kLowLocks) return;
   throw FileFull(table_, path_,
                  L"its values would reach the byte that stands for the lock of the file");
 }

@@ -13,11 +13,6 @@
 namespace tdefault::tables::foxpro {
 namespace {
 
-// Where the bytes begin that stand for the locks of records: those of the first record at the end
-// of the file's 2 GB with the ones of later records before it, or in the older tables 1 GB.
-constexpr std::uint64_t kHeaderLock = 0x7FFFFFFE;
-constexpr std::uint64_t kOldLocks = 0x40000000;
-
 std::uint32_t SignatureOf(char type) {
   switch (type) {
     case 'G':
@@ -58,8 +53,7 @@ struct RowChanges::NextNumber {
   std::uint32_t next;
 };
 
-// What a change holds besides the row that it is about, in the order in which it is given up last
-// to first.
+// What a change holds besides the row that it is about. It is given up from the last to the first.
 struct RowChanges::ChangeLocks {
   std::optional<HeldLock> header = {};
   std::optional<HeldLock> record = {};  // the place of a row to come, behind all others
@@ -320,7 +314,7 @@ std::uint32_t RowChanges::NewRecordNumber() const {
   const std::uint64_t number = std::uint64_t{layout.record_count} + 1;
   const std::uint64_t end = layout.header_length + number * layout.record_length + 1;
   const bool new_locks = layout.visual || layout.has_structural_index;
-  const std::uint64_t limit = new_locks ? kHeaderLock - std::min(number, kHeaderLock) : kOldLocks;
+  const std::uint64_t limit = new_locks ? kHighLocks - std::min(number, kHighLocks) : kLowLocks;
   if (end > limit) {
     throw FileFull(table_.identity(), table_.identity().path,
                    L"its records reach the bytes that stand for the locks of records");

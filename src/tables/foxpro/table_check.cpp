@@ -24,7 +24,6 @@ namespace tdefault::tables::foxpro {
 namespace {
 
 constexpr std::size_t kReadSize = 256 * std::size_t{1024};
-constexpr std::uint8_t kEndMark = 0x1A;
 // A table that others change while it is checked.
 constexpr int kMostAttempts = 4;
 constexpr std::uint32_t kPauseBetweenAttempts = 250;
@@ -135,7 +134,7 @@ class TableChecker {
     std::array<std::uint8_t, 1> mark{};
     const auto read = file_->ReadAt(end, mark);
     if (!read.ok()) throw FileFailure(checked_.table, checked_.table.path, L"read", read.code());
-    if (mark[0] == kEndMark && more == 1) return;
+    if (mark[0] == record_mark::kEnd && more == 1) return;
     const bool row = mark[0] == record_mark::kLive || mark[0] == record_mark::kDeleted;
     if (row && more >= layout_->record_length) {
       Warn(Area::kTable,

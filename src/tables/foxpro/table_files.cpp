@@ -18,11 +18,8 @@ bool IsMissing(std::uint32_t code) {
   return code == system_code::kFileNotFound || code == system_code::kPathNotFound;
 }
 
-// The looks at a file that is too short for the count of its records: for how long, and the pauses
-// between them, in milliseconds.
-constexpr std::uint32_t kLongestAppend = 250;
-constexpr std::uint32_t kFirstLookPause = 10;
-constexpr std::uint32_t kLongestLookPause = 50;
+// For how long a file is looked at again that is too short for the count of its records.
+constexpr std::uint32_t kLongestAppend = 250;  // milliseconds
 
 std::uint32_t CountOfRecords(platform::File& file, const TableIdentity& table) {
   std::array<std::uint8_t, 4> bytes{};
@@ -96,18 +93,9 @@ void AwaitRecords(platform::File& file, const TableIdentity& table, TableLayout&
                   const LockPatience& patience) {
   std::uint64_t room = RoomForRecords(file, table, layout);
   if (room >= layout.record_count) return;
-  const std::uint32_t longest = std::min(patience.milliseconds, kLongestAppend);
-  const std::uint64_t start = patience.clock.Milliseconds();
-  // What the pauses add up to counts too: the wait ends even if the clock stands still.
-  std::uint64_t paused = 0;
-  std::uint32_t pause = kFirstLookPause;
+  PausedWait wait(patience.clock, std::min(patience.milliseconds, kLongestAppend));
   while (room < layout.record_count) {
-    const std::uint64_t waited = std::max(patience.clock.Milliseconds() - start, paused);
-    if (waited >= longest) throw CutShort(table, layout, room);
-    const std::uint32_t length = std::min(pause, static_cast<std::uint32_t>(longest - waited));
-    patience.clock.Pause(length, false);
-    paused += length;
-    pause = std::min(pause * 2, kLongestLookPause);
+    if (!wait.Pause()) throw CutShort(table, layout, room);
     layout.record_count = CountOfRecords(file, table);
     room = RoomForRecords(file, table, layout);
   }

@@ -8,11 +8,6 @@
 namespace tdefault::tables::foxpro {
 namespace {
 
-// The bytes lie behind everything that a file holds. Visual FoxPro's tables, and older ones with a
-// structural index, count their records down from just under 2 GB; older ones without index lock
-// each record at its own place, moved up by 1 GB.
-constexpr std::uint64_t kHighBase = 0x7FFFFFFE;
-constexpr std::uint64_t kLowBase = 0x40000000;
 constexpr std::uint64_t kLockLength = 1;
 
 constexpr std::uint32_t kFirstPause = 10;
@@ -41,42 +36,42 @@ void HeldLock::Release() noexcept {
   file_ = nullptr;
 }
 
-LockWait::LockWait(const TableIdentity& table, const LockPatience& patience)
-    : table_(table),
-      patience_(patience),
-      start_(patience.clock.Milliseconds()),
-      pause_(kFirstPause) {}
+PausedWait::PausedWait(platform::Clock& clock, std::uint32_t milliseconds)
+    : clock_(clock), longest_(milliseconds), start_(clock.Milliseconds()), pause_(kFirstPause) {}
 
-void LockWait::For(const LockPart& part) {
-  const std::uint64_t waited = std::max(patience_.clock.Milliseconds() - start_, paused_);
-  if (waited >= patience_.milliseconds)
-    throw LockedByAnother(table_, part.path, part.name, patience_.milliseconds);
-  const auto left = static_cast<std::uint32_t>(patience_.milliseconds - waited);
-  const std::uint32_t length = std::min(pause_, left);
-  patience_.clock.Pause(length, false);
+bool PausedWait::Pause() {
+  const std::uint64_t waited = std::max(clock_.Milliseconds() - start_, paused_);
+  if (waited >= longest_) return false;
+  const std::uint32_t length = std::min(pause_, static_cast<std::uint32_t>(longest_ - waited));
+  clock_.Pause(length, false);
   paused_ += length;
   pause_ = std::min(pause_ * 2, kLongestPause);
+  return true;
+}
+
+void LockWait::For(const LockPart& part) {
+  if (!wait_.Pause()) throw LockedByAnother(table_, part.path, part.name, patience_.milliseconds);
 }
 
 LockPart TableLocks::Record(platform::File& table_file, std::uint32_t record_number) const {
   const std::uint64_t offset = CountsDown(layout_)
-                                   ? kHighBase - record_number
-                                   : kLowBase + layout_.header_length +
+                                   ? kHighLocks - record_number
+                                   : kLowLocks + layout_.header_length +
                                          (std::uint64_t{record_number} - 1) * layout_.record_length;
   return {&table_file, table_.path, offset, L"record " + std::to_wstring(record_number)};
 }
 
 LockPart TableLocks::Header(platform::File& table_file) const {
-  return {&table_file, table_.path, CountsDown(layout_) ? kHighBase : kLowBase,
+  return {&table_file, table_.path, CountsDown(layout_) ? kHighLocks : kLowLocks,
           L"the table's header, which every new record needs,"};
 }
 
 LockPart TableLocks::Index(platform::File& index_file, const std::wstring& path) {
-  return {&index_file, path, kHighBase, L"the index"};
+  return {&index_file, path, kHighLocks, L"the index"};
 }
 
 LockPart TableLocks::Memo(platform::File& memo_file, const std::wstring& path) {
-  return {&memo_file, path, kLowBase, L"the memo file"};
+  return {&memo_file, path, kLowLocks, L"the memo file"};
 }
 
 std::optional<HeldLock> TableLocks::TryLock(const LockPart& part) const {

@@ -36,6 +36,30 @@ class HeldLock {
   std::uint64_t length_;
 };
 
+// The bytes that stand for locks. Visual FoxPro's tables, and older ones with a structural index,
+// count their records down from just under 2 GB; older ones without index lock each record at its
+// own place, moved up by 1 GB. Memo files are locked at the lower one, indexes at the higher one.
+inline constexpr std::uint64_t kHighLocks = 0x7FFFFFFE;
+inline constexpr std::uint64_t kLowLocks = 0x40000000;
+
+// Pauses of 10, 20, 40 and then 50 milliseconds until a time is over.
+class PausedWait {
+ public:
+  // The clock outlives the wait.
+  PausedWait(platform::Clock& clock, std::uint32_t milliseconds);
+
+  // False without a pause when the time is over.
+  [[nodiscard]] bool Pause();
+
+ private:
+  platform::Clock& clock_;
+  const std::uint32_t longest_;
+  const std::uint64_t start_;
+  // What the pauses add up to counts too: the wait ends even if the clock stands still.
+  std::uint64_t paused_ = 0;
+  std::uint32_t pause_;
+};
+
 // A range that stands for a part of the table, and how errors name it.
 struct LockPart {
   platform::File* file;  // outlives the locks of it
@@ -47,7 +71,8 @@ struct LockPart {
 // The waiting for parts that other programs hold, all together no longer than the patience.
 class LockWait {
  public:
-  LockWait(const TableIdentity& table, const LockPatience& patience);
+  LockWait(const TableIdentity& table, const LockPatience& patience)
+      : table_(table), patience_(patience), wait_(patience.clock, patience.milliseconds) {}
 
   // Pauses until it is time to try again. Throws kInUseByAnother, naming table, file and part, when
   // the patience is at its end.
@@ -56,10 +81,7 @@ class LockWait {
  private:
   const TableIdentity& table_;
   const LockPatience& patience_;
-  const std::uint64_t start_;
-  // What the pauses add up to counts too: the wait ends even if the clock stands still.
-  std::uint64_t paused_ = 0;
-  std::uint32_t pause_;
+  PausedWait wait_;
 };
 
 // The locks of one table. They are taken in the order record, header, index, memo file, and nothing

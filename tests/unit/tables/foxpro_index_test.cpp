@@ -804,6 +804,13 @@ TEST_CASE("a change that was broken off is over when every key that can be told 
 
 namespace {
 
+// The shelf's table as one of a database container.
+std::string OwnedTable(IndexShelf& shelf) {
+  std::string table = shelf.machine().Contents(kTable).value();
+  table[shelf.layout().header_length - 263] = 'x';
+  return table;
+}
+
 // A table of a container, or a free one, with two columns of which the long names begin alike. The
 // tag's keys are those of the second column; by its first characters its name is the first one.
 std::unique_ptr<IndexShelf> ShelfOfLongName(bool owned, char first_type = 'I',
@@ -817,10 +824,9 @@ std::unique_ptr<IndexShelf> ShelfOfLongName(bool owned, char first_type = 'I',
                              .tags = {tag}});
   for (const char type : {'\1', '\2', '\3'})
     shelf.Append(std::string("\7\0\0\0", 4) + std::string{'\0', type, '\0', '\0'});
-  std::string table = shelf.machine().Contents(L"C:\\Data\\T.dbf").value();
-  if (owned) table[shelf.layout().header_length - 263] = 'x';
   return std::make_unique<IndexShelf>(
-      table, WithText(shelf.IndexBytes(), "contact_t2     ", "contact_type_id"));
+      owned ? OwnedTable(shelf) : shelf.machine().Contents(kTable).value(),
+      WithText(shelf.IndexBytes(), "contact_t2     ", "contact_type_id"));
 }
 
 }  // namespace
@@ -845,9 +851,7 @@ TEST_CASE("a long name in a condition of a container's table is looked for in th
   spec.columns.push_back({.name = "NUMBER_OF2", .type = 'N', .length = 1});
   IndexShelf shelf(spec);
   shelf.Append("ANNA           10");
-  std::string table = shelf.machine().Contents(L"C:\\Data\\T.dbf").value();
-  table[shelf.layout().header_length - 263] = 'x';
-  IndexShelf owned(table, shelf.IndexBytes());
+  IndexShelf owned(OwnedTable(shelf), shelf.IndexBytes());
   owned.WriteRow(1, "ANNA           01");
   CHECK(owned.Findings() == "");
   owned.WriteRow(1, "ANNA           00");
@@ -863,9 +867,7 @@ TEST_CASE("a long name that only one column can have is compared as a short one"
     spec.columns.push_back({.name = other, .type = 'N', .length = 1});
     IndexShelf shelf(spec);
     shelf.Append("ANNA           11");
-    std::string table = shelf.machine().Contents(L"C:\\Data\\T.dbf").value();
-    table[shelf.layout().header_length - 263] = 'x';
-    IndexShelf owned(table, shelf.IndexBytes());
+    IndexShelf owned(OwnedTable(shelf), shelf.IndexBytes());
     owned.WriteRow(1, "ANNA           31");
     CHECK(owned.Verify().tags[0].findings.empty() == may_be_meant);
   }
@@ -889,9 +891,7 @@ TEST_CASE("what is wrong under every column that a long name may mean is a findi
 TEST_CASE("a short name in a table of a container is compared as in a free table") {
   IndexShelf shelf(NameTable({{.name = "NAME", .expression = "name", .key_length = 10}}));
   shelf.Append("ANNA");
-  std::string table = shelf.machine().Contents(L"C:\\Data\\T.dbf").value();
-  table[shelf.layout().header_length - 263] = 'x';
-  IndexShelf owned(table, shelf.IndexBytes());
+  IndexShelf owned(OwnedTable(shelf), shelf.IndexBytes());
   CHECK(owned.Findings() == "");
   owned.WriteRow(1, "BERTA");
   CHECK(owned.Findings() == "NAME: its key of record 1 is not the key of the row\n");

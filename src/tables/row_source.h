@@ -114,9 +114,16 @@ struct ColumnValue {
   Value value;
 };
 
+// Rows that stand together and are changed in the same way.
+struct RowRun {
+  std::uint32_t first;  // record number
+  std::uint32_t count;
+  std::span<const std::size_t> columns;  // that are given values; none: the rows are deleted
+};
+
 // Changes rows of one table, each whole and at once: memo, row and structural index agree after
-// every call, whatever it throws. At most one row is locked at a time. Errors name the table and
-// the record. Destruction gives up the lock.
+// every call, whatever it throws. Errors name the table and the record. Destruction gives up all
+// locks.
 class TableChanges {
  public:
   virtual ~TableChanges() = default;
@@ -132,14 +139,19 @@ class TableChanges {
   // kIntegrityViolation naming the tag whose key another row has, kInUseByAnother, kTableDamaged.
   virtual std::uint32_t Insert(std::span<const ColumnValue> values) = 0;
 
-  // Locks the record and reads it anew; false when it is no record, or is deleted and the
-  // connection hides deleted rows. Throws kInUseByAnother when the lock could not be had in time.
+  // Says that the rows of the run are about to be locked and changed in turn, so that they may be
+  // locked together.
+  virtual void Expect(const RowRun& run) = 0;
+  // Locks the record and reads it anew, after the lock of another one was given up; false when it
+  // is no record, or is deleted and the connection hides deleted rows. Throws kInUseByAnother when
+  // the lock could not be had in time.
   virtual bool LockRow(std::uint32_t record_number) = 0;
   // The locked row, also after its update.
   [[nodiscard]] virtual const RowCursor& row() const = 0;
   virtual void Update(std::span<const ColumnValue> values) = 0;
   virtual void Delete() = 0;
-  // Gives up the lock; nothing to do without one.
+  // Gives up the lock; nothing to do without one. Rows that are locked together are given up when
+  // all of them have been, or after some milliseconds.
   virtual void UnlockRow() noexcept = 0;
 };
 

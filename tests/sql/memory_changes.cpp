@@ -135,6 +135,11 @@ class MemoryChanges final : public tables::TableChanges {
     return static_cast<std::uint32_t>(table_.rows.size());
   }
 
+  void Expect(const tables::RowRun& run) override {
+    if (locked_) throw std::logic_error("a run begins while a row is locked");
+    table_.runs.push_back({run.first, run.count, {run.columns.begin(), run.columns.end()}});
+  }
+
   bool LockRow(std::uint32_t record_number) override {
     if (locked_) throw std::logic_error("a second row is locked");
     if (table_.before_lock) table_.before_lock(table_, record_number);

@@ -36,6 +36,15 @@ struct MemoryTable {
   std::set<std::uint32_t> locked_by_others;  // locking one of them is the Error kInUseByAnother
   // What somebody else does just before a record is locked.
   std::function<void(MemoryTable& table, std::uint32_t record_number)> before_lock;
+  // Rows that were announced together, and the columns that they are given.
+  struct Run {
+    std::uint32_t first;
+    std::uint32_t count;
+    std::vector<std::size_t> columns;
+
+    friend bool operator==(const Run&, const Run&) = default;
+  };
+  std::vector<Run> runs;
   std::size_t writes = 0;  // rows inserted, updated and deleted
 };
 

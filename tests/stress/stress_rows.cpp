@@ -96,6 +96,10 @@ std::wstring CountStatement(const std::wstring& id) {
   return L"UPDATE STRESS SET VER = VER + 1" + Where(id);
 }
 
+std::wstring CountAllStatement() {
+  return L"UPDATE STRESS SET VER = VER + 1 WHERE ID LIKE 'shared-%'";
+}
+
 std::wstring DeleteStatement(const std::wstring& id) { return L"DELETE FROM STRESS" + Where(id); }
 
 std::wstring WrongInRow(tables::Recordset& row, std::uint32_t version, bool counts) {

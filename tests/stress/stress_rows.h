@@ -12,7 +12,7 @@
 
 namespace tdefault::tests {
 
-inline constexpr int kSharedRows = 2;
+inline constexpr int kSharedRows = 8;
 
 // STRESS.dbf: a memo column, automatic numbers, and tags with unique keys, texts, numbers and a
 // condition. `empty` tells which.
@@ -25,6 +25,7 @@ inline constexpr int kSharedRows = 2;
 [[nodiscard]] std::wstring InsertStatement(const std::wstring& id, std::uint32_t version);
 [[nodiscard]] std::wstring UpdateStatement(const std::wstring& id, std::uint32_t version);
 [[nodiscard]] std::wstring CountStatement(const std::wstring& id);
+[[nodiscard]] std::wstring CountAllStatement();
 [[nodiscard]] std::wstring DeleteStatement(const std::wstring& id);
 
 // What is wrong with the row that the recordset stands on, as that version of its ID; empty when

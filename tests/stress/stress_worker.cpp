@@ -65,13 +65,13 @@ class Worker {
     return *row;
   }
 
-  // Whether the statement was acknowledged to have changed one row.
-  bool Execute(const std::wstring& statement) {
+  // Whether the statement was acknowledged to have changed that many rows.
+  bool Execute(const std::wstring& statement, std::int32_t rows = 1) {
     const std::uint64_t start = clock_.Milliseconds();
     bool done = false;
     try {
       static_cast<void>(connection_->Execute(statement));
-      done = connection_->records_affected() == 1;
+      done = connection_->records_affected() == rows;
       if (!done) {
         Fail(statement + L" changed " + std::to_wstring(connection_->records_affected()) +
              L" rows");
@@ -115,11 +115,22 @@ class Worker {
 
   // Several times, so that the processes meet at the row.
   void Count() {
+    if (Random(2) == 0) return CountAll();
     const std::wstring id = SharedId(static_cast<int>(Random(kSharedRows)));
     for (int time = 0; time < kCountsInTurn; ++time) {
       if (!Execute(CountStatement(id))) return;
       ++report_.counts[id];
       ++report_.updates;
+    }
+  }
+
+  // Rows that stand together, which a statement changes under one lock where it can.
+  void CountAll() {
+    for (int time = 0; time < kCountsInTurn; ++time) {
+      if (!Execute(CountAllStatement(), kSharedRows))
+        return Fail(L"which of the shared rows were counted is no longer known");
+      for (int number = 0; number < kSharedRows; ++number) ++report_.counts[SharedId(number)];
+      report_.updates += kSharedRows;
     }
   }
 

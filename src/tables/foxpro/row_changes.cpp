@@ -164,7 +164,10 @@ class RowChanges::IndexChange {
 };
 
 RowChanges::RowChanges(std::shared_ptr<TableFiles> table)
-    : shared_(std::move(table)), table_(*shared_), row_(std::make_unique<LockedRow>(*this)) {}
+    : shared_(std::move(table)),
+      table_(*shared_),
+      run_(table_),
+      row_(std::make_unique<LockedRow>(*this)) {}
 
 RowChanges::~RowChanges() = default;
 
@@ -389,6 +392,21 @@ void RowChanges::WriteDay() {
   day_written_ = true;
 }
 
+// Rows are locked together for a moment only, so none that may have to wait for index, memo file or
+// header on its way.
+bool RowChanges::NeedsNoOtherLock(const RowRun& run) {
+  const StructuralIndex* const index = table_.index();
+  if (run.columns.empty()) return index == nullptr || !index->UsesDeletionMark();
+  return std::none_of(run.columns.begin(), run.columns.end(), [&](std::size_t column) {
+    return table_.encoder().IsMemo(column) || (index != nullptr && index->Uses(column));
+  });
+}
+
+void RowChanges::Expect(const RowRun& run) {
+  UnlockRow();
+  run_.Expect(run.first, run.count > 1 && NeedsNoOtherLock(run) ? run.count : 0);
+}
+
 bool RowChanges::LockRow(std::uint32_t record_number) {
   UnlockRow();
   if (record_number == 0) return false;
@@ -396,15 +414,18 @@ bool RowChanges::LockRow(std::uint32_t record_number) {
     table_.AwaitRecordCount();
     if (record_number > table_.layout().record_count) return false;
   }
-  HeldLock lock = table_.locks().Lock(table_.locks().Record(table_.file(), record_number));
-  record_.resize(table_.layout().record_length);
-  table_.Read(table_.RecordOffset(record_number), record_);
+  std::optional<HeldLock> lock;
+  if (!run_.Take(record_number, record_)) {
+    lock = table_.locks().Lock(table_.locks().Record(table_.file(), record_number));
+    record_.resize(table_.layout().record_length);
+    table_.Read(table_.RecordOffset(record_number), record_);
+  }
   if (table_.memo() != nullptr) table_.memo()->Forget();
   const bool deleted = record_.front() == record_mark::kDeleted;
   if (deleted && table_.view().hides_deleted) return false;
   if (!deleted && record_.front() != record_mark::kLive)
     throw NoRecord(table_.identity(), record_number);
-  row_lock_.emplace(std::move(lock));
+  row_lock_ = std::move(lock);
   row_number_ = record_number;
   return true;
 }
@@ -412,6 +433,7 @@ bool RowChanges::LockRow(std::uint32_t record_number) {
 void RowChanges::UnlockRow() noexcept {
   row_lock_.reset();
   row_number_ = 0;
+  run_.GiveUpTaken();
 }
 
 void RowChanges::Update(std::span<const ColumnValue> values) {
@@ -429,7 +451,7 @@ void RowChanges::Delete() {
 }
 
 void RowChanges::ReplaceRow(NewRow row) {
-  assert(row_lock_);
+  assert(row_number_ != 0);
   if (row.memos.empty() && row.record == record_) return;
   const std::optional<MemoValue> old_memo = InPlace(row);
   const bool appends = !row.memos.empty() && !old_memo;

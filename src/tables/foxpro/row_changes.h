@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "tables/foxpro/record_run.h"
 #include "tables/foxpro/table_files.h"
 #include "tables/row_source.h"
 
@@ -28,6 +29,7 @@ class RowChanges final : public TableChanges {
 
   [[nodiscard]] Value Stored(std::size_t column, const Value& value) const override;
   std::uint32_t Insert(std::span<const ColumnValue> values) override;
+  void Expect(const RowRun& run) override;
   bool LockRow(std::uint32_t record_number) override;
   [[nodiscard]] const RowCursor& row() const override;
   void Update(std::span<const ColumnValue> values) override;
@@ -76,14 +78,16 @@ class RowChanges final : public TableChanges {
   void WriteCount(std::uint32_t count);
   void WriteDay();
 
+  [[nodiscard]] bool NeedsNoOtherLock(const RowRun& run);
   void ReplaceRow(NewRow row);
   bool TakeBackReplaced(const std::optional<MemoValue>& old_memo);
 
   const std::shared_ptr<TableFiles> shared_;
   TableFiles& table_;
-  std::optional<HeldLock> row_lock_;
-  std::uint32_t row_number_ = 0;
-  Record record_;  // the locked row's bytes
+  RecordRun run_;
+  std::optional<HeldLock> row_lock_;  // of a row that is locked alone
+  std::uint32_t row_number_ = 0;      // of the locked row
+  Record record_;                     // the locked row's bytes
   std::unique_ptr<LockedRow> row_;
   bool day_written_ = false;
 };

@@ -8,8 +8,6 @@
 namespace tdefault::tables::foxpro {
 namespace {
 
-constexpr std::uint64_t kLockLength = 1;
-
 constexpr std::uint32_t kFirstPause = 10;
 constexpr std::uint32_t kLongestPause = 50;
 
@@ -61,6 +59,16 @@ LockPart TableLocks::Record(platform::File& table_file, std::uint32_t record_num
   return {&table_file, table_.path, offset, L"record " + std::to_wstring(record_number)};
 }
 
+LockPart TableLocks::Records(platform::File& table_file, std::uint32_t first,
+                             std::uint32_t count) const {
+  const std::uint32_t last = first + count - 1;
+  const std::uint64_t one = Record(table_file, first).offset;
+  const std::uint64_t other = Record(table_file, last).offset;
+  return {&table_file, table_.path, std::min(one, other),
+          L"records " + std::to_wstring(first) + L" to " + std::to_wstring(last),
+          std::max(one, other) - std::min(one, other) + 1};
+}
+
 LockPart TableLocks::Header(platform::File& table_file) const {
   return {&table_file, table_.path, CountsDown(layout_) ? kHighLocks : kLowLocks,
           L"the table's header, which every new record needs,"};
@@ -75,8 +83,8 @@ LockPart TableLocks::Memo(platform::File& memo_file, const std::wstring& path) {
 }
 
 std::optional<HeldLock> TableLocks::TryLock(const LockPart& part) const {
-  const platform::SystemStatus status = part.file->TryLock(part.offset, kLockLength);
-  if (status.ok()) return HeldLock(*part.file, part.offset, kLockLength);
+  const platform::SystemStatus status = part.file->TryLock(part.offset, part.length);
+  if (status.ok()) return HeldLock(*part.file, part.offset, part.length);
   if (status.code() == platform::system_code::kLockViolation) return std::nullopt;
   throw FileFailure(table_, part.path, L"locked", status.code());
 }

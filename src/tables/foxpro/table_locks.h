@@ -66,6 +66,7 @@ struct LockPart {
   std::wstring path;
   std::uint64_t offset;
   std::wstring name;
+  std::uint64_t length = 1;
 };
 
 // The waiting for parts that other programs hold, all together no longer than the patience.
@@ -95,6 +96,9 @@ class TableLocks {
       : layout_(layout), table_(table), patience_(patience) {}
 
   [[nodiscard]] LockPart Record(platform::File& table_file, std::uint32_t record_number) const;
+  // Those of `count` records that stand together, at least one, in one range.
+  [[nodiscard]] LockPart Records(platform::File& table_file, std::uint32_t first,
+                                 std::uint32_t count) const;
   // For appending, and for what is allotted for the whole table (automatic numbers, memo blocks).
   [[nodiscard]] LockPart Header(platform::File& table_file) const;
   [[nodiscard]] static LockPart Index(platform::File& index_file, const std::wstring& path);
@@ -106,6 +110,8 @@ class TableLocks {
   // Waits; throws what TryLock and LockWait throw.
   [[nodiscard]] HeldLock Lock(const LockPart& part) const;
   [[nodiscard]] LockWait Wait() const { return {table_, patience_}; }
+  // The clock by which it is told how long a lock is held.
+  [[nodiscard]] std::uint64_t Milliseconds() const { return patience_.clock.Milliseconds(); }
 
  private:
   const TableLayout& layout_;

@@ -97,6 +97,13 @@ Error AfterChanges(const Error& error, std::int64_t count) {
   return {error.number(), error.source(), std::move(text)};
 }
 
+// Behind the last of the rows from `begin` that stand side by side.
+std::size_t EndOfRun(const std::vector<RowMark>& rows, std::size_t begin) {
+  std::size_t end = begin + 1;
+  while (end < rows.size() && rows[end].record_number == rows[end - 1].record_number + 1) ++end;
+  return end;
+}
+
 // The two passes of UPDATE and DELETE.
 class RowChanger {
  public:
@@ -119,8 +126,15 @@ class RowChanger {
     }
     std::int64_t count = 0;
     try {
-      for (const RowMark& mark : found)
-        if (ChangeRow(*changes, marker, mark)) ++count;
+      const std::vector<std::size_t> columns = ChangedColumns();
+      for (std::size_t i = 0, end = 0; i < found.size(); ++i) {
+        if (i == end) {
+          end = EndOfRun(found, i);
+          const auto rows = static_cast<std::uint32_t>(end - i);
+          changes->Expect({found[i].record_number, rows, columns});
+        }
+        if (ChangeRow(*changes, marker, found[i])) ++count;
+      }
     } catch (const Error& error) {
       throw AfterChanges(error, count);
     }
@@ -132,6 +146,8 @@ class RowChanger {
   virtual void Prepare(const TableChanges& /*changes*/) {}
   // Finds out, without writing, whether the row can be changed.
   virtual void Rehearse(const TableChanges& /*changes*/, const RowCursor& /*row*/) {}
+  // Those that rows are given values for; none where rows are deleted.
+  [[nodiscard]] virtual std::vector<std::size_t> ChangedColumns() const { return {}; }
   // Changes the locked row.
   virtual void Change(TableChanges& changes) = 0;
 
@@ -182,6 +198,12 @@ class Updater final : public RowChanger {
 
   void Rehearse(const TableChanges& changes, const RowCursor& row) override {
     if (!all_constant_) Evaluate(changes, row);
+  }
+
+  [[nodiscard]] std::vector<std::size_t> ChangedColumns() const override {
+    std::vector<std::size_t> columns;
+    for (const Target& target : targets_) columns.push_back(target.column);
+    return columns;
   }
 
   void Change(TableChanges& changes) override {

@@ -54,8 +54,9 @@ class LockedShelf {
                              platform::FileAccess::kReadWrite);
   }
 
-  // Whether the byte and not its neighbours are locked by this process.
-  [[nodiscard]] bool OnlyLocked(const std::wstring& path, std::uint64_t offset) {
+  // Whether these bytes and not their neighbours are locked by this process.
+  [[nodiscard]] bool AreLocked(const std::wstring& path, std::uint64_t offset,
+                               std::uint64_t count) {
     HeldFile other = Other(path);
     const auto locked = [&other](std::uint64_t byte) {
       try {
@@ -66,7 +67,12 @@ class LockedShelf {
       other.Unlock(byte, 1);
       return false;
     };
-    return locked(offset) && !locked(offset - 1) && !locked(offset + 1);
+    for (std::uint64_t byte = offset; byte < offset + count; ++byte)
+      if (!locked(byte)) return false;
+    return !locked(offset - 1) && !locked(offset + count);
+  }
+  [[nodiscard]] bool OnlyLocked(const std::wstring& path, std::uint64_t offset) {
+    return AreLocked(path, offset, 1);
   }
 
   [[nodiscard]] std::uint32_t paused() const {
@@ -133,6 +139,16 @@ TEST_CASE("tables of FoxPro 2.x without an index lock each record's place, moved
     const HeldLock later = locks.Lock(locks.Record(shelf.table(), 8));
     CHECK(shelf.OnlyLocked(kTable, 0x40000000 + 65 + 70));
   }
+}
+
+TEST_CASE("records that stand together are locked in one range that covers each of them") {
+  LockedShelf visual(SpecOf(0x30, false));
+  const HeldLock counted = visual.Locks().Lock(visual.Locks().Records(visual.table(), 5, 3));
+  CHECK(visual.AreLocked(kTable, 0x7FFFFFFE - 7, 3));
+  LockedShelf old(SpecOf(0x03, false));
+  const HeldLock placed = old.Locks().Lock(old.Locks().Records(old.table(), 5, 3));
+  // From the fifth record's first byte to the seventh's.
+  CHECK(old.AreLocked(kTable, 0x40000000 + 65 + 40, 21));
 }
 
 TEST_CASE("the index and the memo file are locked at one place whatever the table's version") {

@@ -98,6 +98,16 @@ TEST_CASE_FIXTURE(OneTable, "a row that somebody changes in between is judged an
   CHECK(Amount(6) == 600);
 }
 
+TEST_CASE_FIXTURE(OneTable, "rows that stand side by side are changed as one run") {
+  CHECK(Run(L"UPDATE T SET Name = 'x', Amount = 1 WHERE Id < 4 OR Id = 6 OR Id > 8") == 6);
+  CHECK(table.runs ==
+        std::vector<MemoryTable::Run>{{1, 3, {2, 1}}, {6, 1, {2, 1}}, {9, 2, {2, 1}}});
+  table.runs.clear();
+  CHECK(Run(L"DELETE FROM T WHERE Id > 4") == 6);
+  CHECK(Run(L"DELETE FROM T WHERE Id > 3") == 1);
+  CHECK(table.runs == std::vector<MemoryTable::Run>{{5, 6, {}}, {4, 1, {}}});
+}
+
 TEST_CASE_FIXTURE(OneTable, "what somebody changes in other columns stays beside the new values") {
   table.before_lock = [](MemoryTable& changed, std::uint32_t record) {
     changed.rows[record - 1][2] = Value(std::wstring(L"new"));

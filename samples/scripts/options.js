@@ -70,7 +70,8 @@ function openCatalogue() {
   try {
     options = new ActiveXObject("TovoDefaults.Options");
   } catch (error) {
-    fail(1, "The library is not registered: " + error.message);
+    fail(1, "The library is not registered for this script host (" + error.message +
+      "). Register it once: regsvr32 tdefault.dll");
   }
   if (settings.data != "") options.DataPath = settings.data;
   if (settings.ini != "") {

@@ -69,7 +69,10 @@ Sub OpenCatalogue
   Dim loaded
   On Error Resume Next
   Set options = CreateObject("TovoDefaults.Options")
-  If Err.Number <> 0 Then Fail 1, "The library is not registered: " & Err.Description
+  If Err.Number <> 0 Then
+    Fail 1, "The library is not registered for this script host (" & Err.Description & _
+        "). Register it once: regsvr32 tdefault.dll"
+  End If
   ' Routes the events to the Subs below whose names begin with options_. Not every host has it.
   WScript.ConnectObject options, "options_"
   Err.Clear

@@ -17,6 +17,7 @@
 #include "tables/foxpro/index_verifier.h"
 #include "tables/foxpro/record_decoder.h"
 #include "tables/foxpro/structural_index.h"
+#include "tables/foxpro/table_files.h"
 #include "tables/foxpro/table_layout.h"
 
 namespace {
@@ -38,11 +39,13 @@ std::unique_ptr<platform::File> OpenFile(platform::Files& files, const std::wstr
 // The open files of the table, and changes of its rows as the engine makes them.
 class Subject {
  public:
-  explicit Subject(platform::Files& files)
-      : table_file_(OpenFile(files, table_.path)),
-        index_file_(OpenFile(files, kIndexPath)),
+  explicit Subject(platform::Platform& machine)
+      : table_file_(OpenFile(machine.files, table_.path)),
+        index_file_(OpenFile(machine.files, kIndexPath)),
         layout_(ReadTableLayout(*table_file_, table_, 1252)),
-        decoder_(layout_, table_, nullptr) {}
+        decoder_(layout_, table_, nullptr) {
+    AwaitRecords(*table_file_, table_, layout_, LockPatience{machine.clock, 0});
+  }
 
   // Whether every tag was compared with the rows and found right.
   [[nodiscard]] bool IsRight() {
@@ -110,9 +113,9 @@ void CheckNamesFile(const Error& error) {
   Require(error.description().find(L"C:\\Data\\T.") != std::wstring::npos);
 }
 
-void Run(platform::Files& files) {
+void Run(platform::Platform& machine) {
   try {
-    Subject subject(files);
+    Subject subject(machine);
     const bool right = subject.IsRight();
     try {
       Require(subject.ChangeRows());
@@ -139,7 +142,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::size_t table_length = std::min(declared, rest.size());
   machine.PutFile(L"C:\\Data\\T.dbf", rest.substr(0, table_length));
   machine.PutFile(kIndexPath, rest.substr(table_length));
-  Run(machine.platform().files);
+  Run(machine.platform());
   Require(machine.open_handles() == 0);
   machine.Restart();
   return 0;

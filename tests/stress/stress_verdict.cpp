@@ -58,11 +58,18 @@ void JudgeRows(platform::Platform& platform, const std::wstring& folder, Expecte
   for (const auto& [id, count] : expected.counts) wrong.push_back(id + L" is lost");
 }
 
+// Memo values that were replaced often enough leave more space than the check passes over.
+bool TellsOfUnusedSpace(const tables::foxpro::Finding& finding) {
+  return finding.kind == tables::foxpro::FindingKind::kWarning &&
+         finding.text.find(L"PACK MEMO") != std::wstring::npos;
+}
+
 std::wstring JudgeFiles(platform::Platform& platform, const std::wstring& folder,
                         std::vector<std::wstring>& wrong) {
   const auto check = tables::foxpro::CheckTable(
       platform.files, platform.clock, {.name = L"STRESS", .path = folder + L"\\STRESS.dbf"}, {});
-  for (const auto& finding : check.findings) wrong.push_back(L"check: " + finding.text);
+  for (const auto& finding : check.findings)
+    if (!TellsOfUnusedSpace(finding)) wrong.push_back(L"check: " + finding.text);
   std::wstring summary = std::to_wstring(check.records) + L" records, " +
                          std::to_wstring(check.deleted) + L" deleted, " +
                          std::to_wstring(check.memo_values.value_or(0)) + L" memo values; keys";

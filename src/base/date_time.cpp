@@ -64,4 +64,12 @@ std::wstring ToText(DateTime date_time) {
   return ToText(date_time.date) + buffer.data();
 }
 
+std::wstring ToMonthDayYear(Date date) {
+  if (date.empty()) return {};
+  const CalendarDay day = ToCalendarDay(date);
+  std::array<wchar_t, 40> buffer{};
+  std::swprintf(buffer.data(), buffer.size(), L"%02d-%02d-%04d", day.month, day.day, day.year);
+  return buffer.data();
+}
+
 }  // namespace tdefault

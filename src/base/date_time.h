@@ -51,4 +51,7 @@ struct DateTime {
 [[nodiscard]] std::wstring ToText(Date date);
 [[nodiscard]] std::wstring ToText(DateTime date_time);
 
+// "MM-DD-YYYY", as the suite writes days into its tables and files; empty text for the empty date.
+[[nodiscard]] std::wstring ToMonthDayYear(Date date);
+
 }  // namespace tdefault

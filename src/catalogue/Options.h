@@ -129,9 +129,11 @@ class Options {
   void RunAdditionalProcs();
   void TellError(const Error& error);
 
+  // numbering.cpp. True when the counters are as they should be, also where the site has none.
+  bool WOInvoiceNumAdjust(bool same_number);
+
   // side_effects.cpp
   bool SetDefKits(const std::wstring& kit_choice);
-  bool WOInvoiceNumAdjust(bool same_number);
   void RunAdditionalProc(const std::wstring& module);
 
   platform::Platform& platform_;

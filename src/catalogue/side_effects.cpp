@@ -29,15 +29,6 @@ bool Options::SetDefKits(const std::wstring& kit_choice) {
           L"option back to its current value and save again.");
 }
 
-bool Options::WOInvoiceNumAdjust(bool same_number) {
-  ThrowNotImplemented(
-      L":WOInvoiceNumAdjust",
-      std::wstring(L"The option MAKEWOANDINVOICESAMENUMBER was changed to ") +
-          (same_number ? L"True" : L"False") +
-          L", but this version cannot adjust the counters in table Numbers. Set the "
-          L"option back to its current value and save again.");
-}
-
 void Options::RunAdditionalProc(const std::wstring& module) {
   addtnl_proc_error_.clear();
   if (!NamesModule(module)) return;

@@ -11,6 +11,7 @@
 #include "support/location_state.h"
 #include "tables/foxpro/embedded_table_access.h"
 #include "unit/readable.h"
+#include "unit/recording_tables.h"
 
 namespace tdefault::testing {
 
@@ -49,8 +50,9 @@ class SampleShop {
   }
 
   platform::simulation::Simulation machine;
-  tables::foxpro::EmbeddedTableAccess tables{
+  tables::foxpro::EmbeddedTableAccess engine{
       machine.platform().files, tables::foxpro::LockPatience{machine.platform().clock}, 1252};
+  RecordingTables tables{engine};
   support::LocationState location;
   catalogue::Options options{machine.platform(), tables, location};
 };

@@ -42,3 +42,10 @@ TEST_CASE("dates and times show as text, the empty date as nothing") {
   CHECK(ToText(DateTime{*MakeDate(2001, 3, 7), 3723004}) == L"2001-03-07 01:02:03");
   CHECK(ToText(DateTime{}).empty());
 }
+
+TEST_CASE("a day as the suite writes it has two digits for month and day and four for the year") {
+  CHECK(ToMonthDayYear(*MakeDate(2001, 3, 7)) == L"03-07-2001");
+  CHECK(ToMonthDayYear(*MakeDate(1999, 12, 31)) == L"12-31-1999");
+  CHECK(ToMonthDayYear(*MakeDate(87, 1, 1)) == L"01-01-0087");
+  CHECK(ToMonthDayYear(Date{}).empty());
+}

@@ -390,16 +390,20 @@ TEST_CASE("the kit update is reached although the write before it failed") {
   CheckUntouched(shop);
 }
 
-TEST_CASE("changing the numbering option in any section fails the save and says so") {
-  Shop shop;
-  LoadOne(shop, {L"A", false, L"Anything", 3, L"MakeWOandInvoiceSameNumber"});
-  shop.SetNew(L"A", L"True");
-  CHECK_FALSE(shop.options.Save());
-  REQUIRE(shop.host.errors.size() == 1);
-  CHECK(shop.host.errors[0].number == error_number::kNotImplemented);
-  CHECK(shop.host.errors[0].description.find(L":WOInvoiceNumAdjust:SaveChanges, ") == 0);
-  CHECK(shop.host.errors[0].description.find(L"True") != std::wstring::npos);
-  CheckUntouched(shop);
+TEST_CASE("changing the numbering option in any section looks at the site's counters") {
+  for (const bool has_table : {true, false}) {
+    Shop shop;
+    LoadOne(shop, {L"A", false, L"Anything", 3, L"MakeWOandInvoiceSameNumber"});
+    const std::wstring query = L"SELECT * FROM Numbers WHERE Location = 3";
+    if (has_table) shop.tables.store.results[query].columns = {L"NAME", L"NUMBER"};
+    shop.SetNew(L"A", L"True");
+    CHECK(shop.options.Save() == has_table);
+    CHECK(std::count(shop.tables.store.log.begin(), shop.tables.store.log.end(),
+                     L"recordset.open 1 2 " + query) == 1);
+    CHECK(shop.host.errors.empty());
+    CHECK(shop.host.modified == (has_table ? 1 : 0));
+    if (!has_table) CheckUntouched(shop);
+  }
 }
 
 TEST_CASE("a numbering option that is no Boolean is a type mismatch that names it") {

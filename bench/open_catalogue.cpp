@@ -112,8 +112,9 @@ Measurement Measure(platform::win32::Win32Platform& windows, const std::wstring&
                     int repetitions) {
   const platform::Platform& real = windows.platform();
   TimedProfileFiles timed(real.profile_files);
-  platform::Platform platform{timed,      real.files,       real.session,
-                              real.clock, real.guid_source, real.dialogs};
+  platform::Platform platform{timed,         real.files,       real.session,
+                              real.clock,    real.guid_source, real.dialogs,
+                              real.registry, real.processes};
   support::LocationState location;
   const auto tables = tables::MakeTableAccess(platform);
   Measurement best;

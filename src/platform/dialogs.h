@@ -1,4 +1,5 @@
-// Message boxes: modal, owned by the host's active window, brought to the front.
+// The user and the host's windows. Message boxes are modal, owned by the host's active window,
+// brought to the front.
 #pragma once
 
 #include <optional>
@@ -16,6 +17,10 @@ class Dialogs {
   // Absent when no box can be shown (no desktop).
   virtual std::optional<MessageAnswer> AskYesNoCancel(const std::wstring& title,
                                                       const std::wstring& text) = 0;
+
+  // Has the messages that wait for the windows of the calling thread handled, those that come
+  // meanwhile included, and returns. The host's own code may run, and call the library, in it.
+  virtual void ProcessPendingMessages() = 0;
 };
 
 }  // namespace tdefault::platform

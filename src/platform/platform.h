@@ -6,7 +6,9 @@
 #include "platform/dialogs.h"
 #include "platform/files.h"
 #include "platform/guid_source.h"
+#include "platform/processes.h"
 #include "platform/profile_files.h"
+#include "platform/registry.h"
 #include "platform/session.h"
 
 namespace tdefault::platform {
@@ -19,6 +21,8 @@ struct Platform {
   Clock& clock;
   GuidSource& guid_source;
   Dialogs& dialogs;
+  Registry& registry;
+  Processes& processes;
 };
 
 }  // namespace tdefault::platform

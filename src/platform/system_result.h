@@ -14,6 +14,7 @@ inline constexpr std::uint32_t kSuccess = 0;
 inline constexpr std::uint32_t kFileNotFound = 2;
 inline constexpr std::uint32_t kPathNotFound = 3;
 inline constexpr std::uint32_t kAccessDenied = 5;
+inline constexpr std::uint32_t kInvalidHandle = 6;
 inline constexpr std::uint32_t kNoMoreFiles = 18;
 inline constexpr std::uint32_t kSharingViolation = 32;
 inline constexpr std::uint32_t kLockViolation = 33;
@@ -24,6 +25,8 @@ inline constexpr std::uint32_t kInvalidName = 123;
 inline constexpr std::uint32_t kNotLocked = 158;
 inline constexpr std::uint32_t kAlreadyExists = 183;
 inline constexpr std::uint32_t kNameTooLong = 206;
+inline constexpr std::uint32_t kMoreData = 234;
+inline constexpr std::uint32_t kNoMoreItems = 259;
 inline constexpr std::uint32_t kInvalidFolder = 267;
 }  // namespace system_code
 

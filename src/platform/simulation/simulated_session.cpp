@@ -117,4 +117,9 @@ std::optional<MessageAnswer> SimulatedDialogs::AskYesNoCancel(const std::wstring
   return answer;
 }
 
+void SimulatedDialogs::ProcessPendingMessages() {
+  if (world_.calls.Begin("ProcessPendingMessages")) return;
+  if (world_.during_messages) world_.during_messages();
+}
+
 }  // namespace tdefault::platform::simulation

@@ -51,6 +51,7 @@ class SimulatedDialogs final : public Dialogs {
   explicit SimulatedDialogs(World& world) : world_(world) {}
   std::optional<MessageAnswer> AskYesNoCancel(const std::wstring& title,
                                               const std::wstring& text) override;
+  void ProcessPendingMessages() override;
 
  private:
   World& world_;

@@ -6,7 +6,9 @@
 
 #include "platform/simulation/path_rules.h"
 #include "platform/simulation/simulated_files.h"
+#include "platform/simulation/simulated_processes.h"
 #include "platform/simulation/simulated_profile_files.h"
+#include "platform/simulation/simulated_registry.h"
 #include "platform/simulation/simulated_session.h"
 
 namespace tdefault::platform::simulation {
@@ -50,7 +52,9 @@ struct Simulation::Ports {
         clock(world),
         guid_source(world),
         dialogs(world),
-        platform{profile_files, files, session, clock, guid_source, dialogs} {}
+        registry(world),
+        processes(world),
+        platform{profile_files, files, session, clock, guid_source, dialogs, registry, processes} {}
 
   SimulatedProfileFiles profile_files;
   SimulatedFiles files;
@@ -58,6 +62,8 @@ struct Simulation::Ports {
   SimulatedClock clock;
   SimulatedGuidSource guid_source;
   SimulatedDialogs dialogs;
+  SimulatedRegistry registry;
+  SimulatedProcesses processes;
   Platform platform;
 };
 
@@ -200,6 +206,22 @@ void Simulation::SetDuringPause(std::function<void()> action) {
   world_.during_pause = std::move(action);
 }
 
+void Simulation::SetDuringMessages(std::function<void()> action) {
+  world_.during_messages = std::move(action);
+}
+
+void Simulation::SetDuringProgram(std::function<void(const StartedProgram&)> action) {
+  world_.during_program = std::move(action);
+}
+
+void Simulation::SetProgramExitCode(std::uint32_t code) { world_.program_exit_code = code; }
+
+const std::vector<StartedProgram>& Simulation::started_programs() const noexcept {
+  return world_.started_programs;
+}
+
+RegistryStore& Simulation::registry() noexcept { return world_.registry; }
+
 void Simulation::SetToday(Date today) { world_.today = today; }
 
 const std::vector<RecordedPause>& Simulation::pauses() const noexcept { return world_.pauses; }
@@ -232,6 +254,10 @@ void Simulation::Restart() {
   world_.shown_boxes.clear();
   world_.pauses.clear();
   world_.during_pause = nullptr;
+  world_.during_messages = nullptr;
+  world_.during_program = nullptr;
+  world_.started_programs.clear();
+  world_.registry.ForgetOpenings();
 }
 
 std::size_t Simulation::call_count() const noexcept { return world_.calls.calls().size(); }

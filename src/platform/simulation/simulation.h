@@ -24,6 +24,7 @@
 #include "base/date_time.h"
 #include "platform/platform.h"
 #include "platform/simulation/call_log.h"
+#include "platform/simulation/registry_store.h"
 #include "platform/simulation/world.h"
 
 namespace tdefault::platform::simulation {
@@ -109,6 +110,19 @@ class Simulation {
   // Called during every pause: what other processes do meanwhile. Absent: nothing.
   void SetDuringPause(std::function<void()> action);
 
+  // Called each time the messages of the process's windows are handled: what its own code does
+  // then. Absent: nothing.
+  void SetDuringMessages(std::function<void()> action);
+
+  // What a program that the process waits for does before it ends. Absent: nothing. A program is
+  // any file of the disk; all of them answer the same code, 0 at the start.
+  void SetDuringProgram(std::function<void(const StartedProgram&)> action);
+  void SetProgramExitCode(std::uint32_t code);
+  [[nodiscard]] const std::vector<StartedProgram>& started_programs() const noexcept;
+
+  // Keys and values, and how the process opened them. Empty at the start.
+  [[nodiscard]] RegistryStore& registry() noexcept;
+
   // The clock's day; 7 March 2001 at the start. Milliseconds pass with pauses only.
   void SetToday(Date today);
 
@@ -120,7 +134,8 @@ class Simulation {
   // Every operation of a port is a call, counted from 1, but for the clock's Milliseconds and
   // Today. A call told to fail has no effect and reports the code, in the way its port has:
   // ReadEntry gives the fallback, WriteEntry 0, Next the end, an operation with an optional result
-  // its absence, HostTitle the executable name, Pause the code, Unlock 158. A failing Copy has
+  // its absence, HostTitle the executable name, Pause the code, Unlock 158,
+  // ProcessPendingMessages nothing at all. A failing Copy has
   // written the first half of its target. AnsiCodePage and HostExecutableName count, but cannot
   // fail.
 
@@ -140,12 +155,13 @@ class Simulation {
   void TearWrites();
 
   // A new process on the same machine: no faults, no calls, no scripted answers; the records of
-  // boxes and pauses are empty. REQUIRES: open_handles() == 0.
+  // boxes, pauses,
+  // programs and opened keys are empty. REQUIRES: open_handles() == 0.
   void Restart();
 
   [[nodiscard]] std::size_t call_count() const noexcept;
   [[nodiscard]] const std::vector<RecordedCall>& calls() const noexcept;
-  // Files and enumerations that the process has open.
+  // Files, enumerations, registry keys and processes that the process has open.
   [[nodiscard]] std::size_t open_handles() const noexcept;
 
  private:

@@ -20,6 +20,7 @@
 #include "platform/session.h"
 #include "platform/simulation/call_log.h"
 #include "platform/simulation/disk.h"
+#include "platform/simulation/registry_store.h"
 
 namespace tdefault::platform::simulation {
 
@@ -33,10 +34,17 @@ struct RecordedPause {
   bool alertable = false;
 };
 
+// A program that the process started, with both texts as the system got them.
+struct StartedProgram {
+  std::wstring application;
+  std::wstring command_line;
+};
+
 struct World {
   Disk disk;
   CallLog calls;
   CodePage code_page;
+  RegistryStore registry;
   std::size_t open_handles = 0;
   bool writes_tear = false;  // a write that breaks off has been done by half
 
@@ -58,8 +66,13 @@ struct World {
   std::vector<ShownBox> shown_boxes;
   std::vector<RecordedPause> pauses;
   std::function<void()> during_pause;
+  std::function<void()> during_messages;
   std::uint64_t milliseconds = 0;
   Date today = *MakeDate(2001, 3, 7);
+
+  std::vector<StartedProgram> started_programs;
+  std::function<void(const StartedProgram&)> during_program;
+  std::uint32_t program_exit_code = 0;
 
   std::uint64_t random_state = 0;
   std::deque<Guid> next_guids;
@@ -73,7 +86,7 @@ struct World {
   // The full path that a call's argument names. A path with a NUL is refused, not cut.
   [[nodiscard]] SystemResult<std::wstring> Resolve(std::wstring_view path) const;
 
-  World(CodePage page, std::uint64_t seed) : code_page(page), random_state(seed) {}
+  World(CodePage page, std::uint64_t seed) : code_page(page), registry(page), random_state(seed) {}
 };
 
 }  // namespace tdefault::platform::simulation

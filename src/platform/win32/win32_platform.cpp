@@ -1,7 +1,9 @@
 #include "platform/win32/win32_platform.h"
 
 #include "platform/win32/win32_files.h"
+#include "platform/win32/win32_processes.h"
 #include "platform/win32/win32_profile_files.h"
+#include "platform/win32/win32_registry.h"
 #include "platform/win32/win32_session.h"
 
 namespace tdefault::platform::win32 {
@@ -13,7 +15,10 @@ struct Win32Platform::Ports {
   Win32Clock clock;
   Win32GuidSource guid_source;
   Win32Dialogs dialogs;
-  Platform platform{profile_files, files, session, clock, guid_source, dialogs};
+  Win32Registry registry;
+  Win32Processes processes;
+  Platform platform{profile_files, files,   session,  clock,
+                    guid_source,   dialogs, registry, processes};
 };
 
 Win32Platform::Win32Platform() : ports_(std::make_unique<Ports>()) {}

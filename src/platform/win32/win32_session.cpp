@@ -139,4 +139,17 @@ std::optional<MessageAnswer> Win32Dialogs::AskYesNoCancel(const std::wstring& ti
   }
 }
 
+void Win32Dialogs::ProcessPendingMessages() {
+  MSG message{};
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    if (message.message == WM_QUIT) {
+      // Meant for the host's own loop.
+      PostQuitMessage(static_cast<int>(message.wParam));
+      return;
+    }
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
+  }
+}
+
 }  // namespace tdefault::platform::win32

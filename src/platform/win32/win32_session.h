@@ -36,6 +36,7 @@ class Win32Dialogs final : public Dialogs {
  public:
   std::optional<MessageAnswer> AskYesNoCancel(const std::wstring& title,
                                               const std::wstring& text) override;
+  void ProcessPendingMessages() override;
 };
 
 }  // namespace tdefault::platform::win32

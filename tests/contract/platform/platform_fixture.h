@@ -21,7 +21,10 @@ namespace tdefault::platform {
 
 // Each fixture has: platform(); folder(), an empty folder of its own that is the current folder;
 // windows_folder(), program_folder(); set-up and inspection of files; Hold, which opens a file as
-// another process would; is_wine(), and ignores_read_only(), which Wine does for the root user.
+// another process would; AddProgram, which makes a program that writes its command line into the
+// file of its own name with ".txt" behind it and answers 42; registry_path(), a key below the
+// current user's root that is not there yet, and KeyClass for keys there; is_wine(), and
+// ignores_read_only(), which Wine does for the root user.
 class SimulationFixture {
  public:
   using Held = simulation::HeldFile;
@@ -44,6 +47,18 @@ class SimulationFixture {
   }
   Held Hold(const std::wstring& path, FileShare share, FileAccess access) {
     return machine_.HoldOpen(path, share, access);
+  }
+  std::wstring AddProgram(const std::wstring& name) {
+    machine_.PutFile(name, "a program");
+    machine_.SetProgramExitCode(42);
+    machine_.SetDuringProgram([this](const simulation::StartedProgram& program) {
+      machine_.PutFile(program.application + L".txt", ToUtf8(program.command_line));
+    });
+    return folder() + L"\\" + name;
+  }
+  static std::wstring registry_path() { return L"Software\\tdefault contract"; }
+  std::wstring KeyClass(const std::wstring& path) {
+    return machine_.registry().ClassOf(registry_root::kCurrentUser, path);
   }
   static bool is_wine() { return false; }
   static bool ignores_read_only() { return false; }

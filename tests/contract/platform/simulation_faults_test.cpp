@@ -370,3 +370,94 @@ TEST_CASE("text goes through the code page that the machine was given") {
   CHECK(machine.Contents(L"a.ini") == "[S]\r\nk=\xB3 \xE9 ?\r\n");
   CHECK(platform.profile_files.ReadEntry(L"S", L"k", L"", 100, L".\\a.ini") == L"\u0142 \u00E9 ?");
 }
+
+TEST_CASE("a started program is recorded, and acts while it is waited for") {
+  Simulation machine;
+  machine.PutFile(L"C:\\Kits\\run.exe", "a program");
+  machine.SetProgramExitCode(7);
+  std::vector<std::wstring> acted;
+  machine.SetDuringProgram(
+      [&](const simulation::StartedProgram& program) { acted.push_back(program.command_line); });
+  const auto process = machine.platform().processes.Start(L"c:\\kits\\run.exe", L"run now");
+  REQUIRE(process.ok());
+  CHECK(machine.open_handles() == 1);
+  CHECK(acted.empty());
+  CHECK(process.value()->ExitCode().value() == 259);
+  CHECK(process.value()->Wait().ok());
+  CHECK(process.value()->Wait().ok());
+  CHECK(acted == std::vector<std::wstring>{L"run now"});
+  CHECK(process.value()->ExitCode().value() == 7);
+  REQUIRE(machine.started_programs().size() == 1);
+  CHECK(machine.started_programs()[0].application == L"c:\\kits\\run.exe");
+}
+
+TEST_CASE("a start, a wait and an exit code can be told to fail, and then have no effect") {
+  Simulation machine;
+  machine.PutFile(L"run.exe", "a program");
+  bool acted = false;
+  machine.SetDuringProgram([&](const simulation::StartedProgram&) { acted = true; });
+  Processes& processes = machine.platform().processes;
+  machine.FailNext("Start", system_code::kAccessDenied);
+  CHECK(processes.Start(L"run.exe", L"run").code() == 5);
+  CHECK(machine.started_programs().empty());
+  const auto process = processes.Start(L"run.exe", L"run");
+  REQUIRE(process.ok());
+  machine.FailNext("Wait", 6);
+  CHECK(process.value()->Wait().code() == 6);
+  CHECK_FALSE(acted);
+  machine.FailNext("ExitCode", 6);
+  CHECK(process.value()->ExitCode().code() == 6);
+}
+
+TEST_CASE("the host's own code acts when its messages are handled, unless that call fails") {
+  Simulation machine;
+  int acted = 0;
+  machine.SetDuringMessages([&] { ++acted; });
+  machine.platform().dialogs.ProcessPendingMessages();
+  machine.FailNext("ProcessPendingMessages", 5);
+  machine.platform().dialogs.ProcessPendingMessages();
+  CHECK(acted == 1);
+  CHECK(machine.call_count() == 2);
+}
+
+TEST_CASE("the openings of registry keys are recorded with access and class, refused ones too") {
+  Simulation machine;
+  Registry& registry = machine.platform().registry;
+  static_cast<void>(registry.OpenKey(registry_root::kCurrentUser, L"A\\B", 0x20019));
+  machine.FailNext("CreateKey", system_code::kAccessDenied);
+  CHECK(registry.CreateKey(registry_root::kLocalMachine, L"C", L"4", 0x4001F).code() == 5);
+  CHECK_FALSE(machine.registry().HasKey(registry_root::kLocalMachine, L"C"));
+  const auto& openings = machine.registry().openings();
+  REQUIRE(openings.size() == 2);
+  CHECK(openings[0].root == registry_root::kCurrentUser);
+  CHECK(openings[0].path == L"A\\B");
+  CHECK(openings[0].access == 0x20019);
+  CHECK_FALSE(openings[0].class_text);
+  CHECK(openings[1].access == 0x4001F);
+  CHECK(openings[1].class_text == L"4");
+}
+
+TEST_CASE("every call of an open registry key can be told to fail, and then has no effect") {
+  Simulation machine;
+  constexpr std::uint32_t kUser = registry_root::kCurrentUser;
+  machine.registry().PutText(kUser, L"Key", L"Value", L"text");
+  machine.registry().PutKey(kUser, L"Key\\Below");
+  const auto opened = machine.platform().registry.OpenKey(kUser, L"Key", 0x4001F);
+  REQUIRE(opened.ok());
+  CHECK(machine.open_handles() == 1);
+  RegistryKey& key = *opened.value();
+  for (const char* operation : {"QueryNumber", "QueryText", "SetNumber", "SetText", "RemoveValue",
+                                "RemoveKey", "KeyAt", "ValueAt"})
+    machine.FailNext(operation, 1450);
+  CHECK(key.QueryNumber(L"Value").code() == 1450);
+  CHECK(key.QueryText(L"Value", 255).code() == 1450);
+  CHECK(key.SetNumber(L"Value", 1).code() == 1450);
+  CHECK(key.SetText(L"Value", L"other").code() == 1450);
+  CHECK(key.RemoveValue(L"Value").code() == 1450);
+  CHECK(key.RemoveKey(L"Below").code() == 1450);
+  CHECK(key.KeyAt(0).code() == 1450);
+  CHECK(key.ValueAt(0, 255).code() == 1450);
+  CHECK(machine.registry().DataOf(kUser, L"Key", L"Value") == std::string("text\0", 5));
+  CHECK(machine.registry().TypeOf(kUser, L"Key", L"Value") == registry_type::kText);
+  CHECK(machine.registry().HasKey(kUser, L"Key\\Below"));
+}

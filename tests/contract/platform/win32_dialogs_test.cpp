@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "platform/win32/win32_platform.h"
 
@@ -99,4 +100,43 @@ TEST_CASE("No and Cancel are answers, and closing the box is Cancel") {
   CHECK(AskAndReply(adapter.platform(), L"Path three", WM_COMMAND, IDCANCEL, seen) ==
         MessageAnswer::kCancel);
   CHECK(AskAndReply(adapter.platform(), L"Path four", WM_CLOSE, 0, seen) == MessageAnswer::kCancel);
+}
+
+TEST_CASE("waiting messages are handled in order, with those that their handling sends") {
+  struct Received {
+    std::vector<UINT> messages;
+    static LRESULT CALLBACK Note(HWND window, UINT message, WPARAM wide, LPARAM parameter) {
+      auto* received = reinterpret_cast<Received*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+      if (received == nullptr || message < WM_APP)
+        return DefWindowProcW(window, message, wide, parameter);
+      received->messages.push_back(message);
+      if (message == WM_APP) PostMessageW(window, WM_APP + 9, 0, 0);
+      return 0;
+    }
+  };
+  win32::Win32Platform adapter;
+  Received received;
+  const HWND window = CreateWindowExW(0, L"Static", L"", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                      GetModuleHandleW(nullptr), nullptr);
+  REQUIRE(window != nullptr);
+  SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&received));
+  SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Received::Note));
+  for (const UINT message : {WM_APP, WM_APP + 1}) PostMessageW(window, message, 0, 0);
+  CHECK(received.messages.empty());
+  adapter.platform().dialogs.ProcessPendingMessages();
+  CHECK(received.messages == std::vector<UINT>{WM_APP, WM_APP + 1, WM_APP + 9});
+  // There is nothing to wait for.
+  adapter.platform().dialogs.ProcessPendingMessages();
+  CHECK(received.messages.size() == 3);
+  DestroyWindow(window);
+}
+
+TEST_CASE("a message that ends the host's own loop is left to it") {
+  win32::Win32Platform adapter;
+  PostQuitMessage(7);
+  adapter.platform().dialogs.ProcessPendingMessages();
+  MSG message{};
+  REQUIRE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+  CHECK(message.message == WM_QUIT);
+  CHECK(message.wParam == 7);
 }

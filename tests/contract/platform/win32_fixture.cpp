@@ -22,6 +22,11 @@ void Require(bool succeeded, const char* what) {
   }
 }
 
+void RequireCode(LSTATUS code) {
+  SetLastError(static_cast<DWORD>(code));
+  Require(code == ERROR_SUCCESS, "a registry call");
+}
+
 OVERLAPPED PlaceAt(std::uint64_t offset) {
   OVERLAPPED place{};
   place.Offset = static_cast<DWORD>(offset);
@@ -56,11 +61,14 @@ Win32Fixture::Win32Fixture() : former_folder_(fs::current_path().wstring()) {
       (fs::temp_directory_path() / ("tdefault contract " + std::to_string(GetCurrentProcessId()) +
                                     "-" + std::to_string(++count)))
           .wstring();
+  registry_path_ = L"Software\\tdefault contract " + std::to_wstring(GetCurrentProcessId()) + L"-" +
+                   std::to_wstring(count);
   Require(CreateDirectoryW(folder_.c_str(), nullptr), "making the folder of the case");
   Require(SetCurrentDirectoryW(folder_.c_str()), "entering the folder of the case");
 }
 
 Win32Fixture::~Win32Fixture() {
+  RegDeleteTreeW(HKEY_CURRENT_USER, registry_path_.c_str());
   SetCurrentDirectoryW(former_folder_.c_str());
   std::error_code ignored;
   for (const auto& entry : fs::recursive_directory_iterator(folder_, ignored)) {
@@ -125,6 +133,27 @@ Win32Fixture::Held Win32Fixture::Hold(const std::wstring& path, FileShare share,
       CreateFileW(path.c_str(), access_flags, share_flags, nullptr, OPEN_EXISTING, 0, nullptr);
   Require(handle != INVALID_HANDLE_VALUE, "holding a file open");
   return Held(handle);
+}
+
+std::wstring Win32Fixture::AddProgram(const std::wstring& name) {
+  const std::wstring path = folder_ + L"\\" + name;
+  // Under Wine the file system of the machine that built it is Z:.
+  std::wstring program = fs::path(TDEFAULT_RECORD_RUN).make_preferred().wstring();
+  if (program.front() == L'\\') program = L"Z:" + program;
+  Require(CopyFileW(program.c_str(), path.c_str(), FALSE), "copying a program");
+  return path;
+}
+
+std::wstring Win32Fixture::KeyClass(const std::wstring& path) {
+  HKEY key = nullptr;
+  std::wstring text(256, L'\0');
+  auto count = static_cast<DWORD>(text.size());
+  RequireCode(RegOpenKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, KEY_READ, &key));
+  const LSTATUS code = RegQueryInfoKeyW(key, text.data(), &count, nullptr, nullptr, nullptr,
+                                        nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+  RegCloseKey(key);
+  RequireCode(code);
+  return text.substr(0, count);
 }
 
 bool Win32Fixture::is_wine() {

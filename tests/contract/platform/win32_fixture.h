@@ -50,6 +50,9 @@ class Win32Fixture {
   bool IsReadOnly(const std::wstring& path);
   void SetVariable(const std::wstring& name, const std::optional<std::wstring>& value);
   Held Hold(const std::wstring& path, FileShare share, FileAccess access);
+  std::wstring AddProgram(const std::wstring& name);
+  std::wstring registry_path() const { return registry_path_; }
+  static std::wstring KeyClass(const std::wstring& path);
   static bool is_wine();
   static bool ignores_read_only();
 
@@ -57,6 +60,7 @@ class Win32Fixture {
   win32::Win32Platform adapter_;
   std::wstring folder_;
   std::wstring former_folder_;
+  std::wstring registry_path_;
 };
 
 }  // namespace tdefault::platform

@@ -257,3 +257,31 @@ TEST_CASE("today is the local day") {
   const tdefault::Date last = *tdefault::MakeDate(after.wYear, after.wMonth, after.wDay);
   CHECK((today == first || today == last));
 }
+
+TEST_CASE("a program inherits handles, and has no exit code but 259 while it runs") {
+  Win32Fixture fixture;
+  SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+  const HANDLE started = CreateEventW(&inheritable, TRUE, FALSE, nullptr);
+  const HANDLE end = CreateEventW(&inheritable, TRUE, FALSE, nullptr);
+  const auto number = [](HANDLE handle) {
+    return std::to_wstring(reinterpret_cast<ULONG_PTR>(handle));
+  };
+  const std::wstring program = fixture.AddProgram(L"program.exe");
+  const auto process = fixture.platform().processes.Start(
+      program, L"program 0 " + number(started) + L" " + number(end));
+  REQUIRE(process.ok());
+  CHECK(WaitForSingleObject(started, kGenerous) == WAIT_OBJECT_0);
+  CHECK(process.value()->ExitCode().value() == 259);
+  SetEvent(end);
+  CHECK(process.value()->Wait().ok());
+  CHECK(process.value()->ExitCode().value() == 42);
+  CloseHandle(started);
+  CloseHandle(end);
+}
+
+TEST_CASE("a file that is no program is not started") {
+  Win32Fixture fixture;
+  fixture.PutFile(fixture.folder() + L"\\text.exe", "no program");
+  CHECK(fixture.platform().processes.Start(fixture.folder() + L"\\text.exe", L"text").code() ==
+        193);
+}

@@ -578,8 +578,9 @@ TEST_CASE("a file path too short to name its previous version is an overflow and
   shop.Define({L"LOCAL", true, L"S", 0, L"local"});
   RootedFiles files(shop.machine.platform().files);
   platform::Platform& machine = shop.machine.platform();
-  platform::Platform rooted{machine.profile_files, files,          machine.session, machine.clock,
-                            machine.guid_source,   machine.dialogs};
+  platform::Platform rooted{
+      machine.profile_files, files,           machine.session,  machine.clock,
+      machine.guid_source,   machine.dialogs, machine.registry, machine.processes};
   catalogue::Options options(rooted, shop.tables, shop.location);
   options.ListenTo(&shop.host);
   options.SetDataPath(L"C:\\SHOP");
@@ -627,8 +628,9 @@ TEST_CASE("a catalogue that is loaded again in the middle of its save writes wha
   LoadFour(shop);
   ReloadingProfileFiles profile_files(shop.machine.platform().profile_files);
   platform::Platform& machine = shop.machine.platform();
-  platform::Platform reloading{profile_files, machine.files,       machine.session,
-                               machine.clock, machine.guid_source, machine.dialogs};
+  platform::Platform reloading{profile_files,    machine.files,       machine.session,
+                               machine.clock,    machine.guid_source, machine.dialogs,
+                               machine.registry, machine.processes};
   catalogue::Options options(reloading, shop.tables, shop.location);
   REQUIRE(options.Initialize());
   for (std::int32_t i = 1; i <= 4; ++i) options.Item(i)->SetNewValue(L"new");

@@ -1,0 +1,45 @@
+// record_run [MILLISECONDS [SET [AWAIT]]]: a program that takes a while, writes its command line
+// into the file of its own name with ".txt" behind it, and answers 42. SET and AWAIT are inherited
+// events by their handles: one to set at the start and one to wait for.
+#include <windows.h>
+
+#include <array>
+#include <string>
+
+namespace {
+
+HANDLE HandleOf(const wchar_t* number) {
+  return reinterpret_cast<HANDLE>(static_cast<ULONG_PTR>(std::stoull(number)));
+}
+
+bool WriteFileText(const std::wstring& path, const std::string& text) {
+  const HANDLE file =
+      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  DWORD written = 0;
+  const BOOL done =
+      WriteFile(file, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+  CloseHandle(file);
+  return done && written == text.size();
+}
+
+std::string Utf8(const std::wstring& text) {
+  const int length = static_cast<int>(text.size());
+  const int size =
+      WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+  std::string converted(static_cast<std::size_t>(size), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), length, converted.data(), size, nullptr, nullptr);
+  return converted;
+}
+
+}  // namespace
+
+int wmain(int count, wchar_t** arguments) {
+  const DWORD milliseconds = count > 1 ? static_cast<DWORD>(std::stoul(arguments[1])) : 0;
+  if (count > 2 && !SetEvent(HandleOf(arguments[2]))) return 2;
+  if (count > 3) WaitForSingleObject(HandleOf(arguments[3]), 120000);
+  Sleep(milliseconds);
+  std::array<wchar_t, MAX_PATH> program{};
+  GetModuleFileNameW(nullptr, program.data(), MAX_PATH);
+  return WriteFileText(std::wstring(program.data()) + L".txt", Utf8(GetCommandLineW())) ? 42 : 3;
+}

@@ -19,6 +19,7 @@
 namespace tdefault::catalogue {
 
 class IniBackup;
+class ProcessingModules;
 
 // What a catalogue tells its host while it works. Called on the host's thread.
 class OptionsEvents {
@@ -58,6 +59,10 @@ class Options {
 
   // Not owned; null for none.
   void ListenTo(OptionsEvents* events) noexcept { events_ = events; }
+
+  // Where the objects come from that options name to be run after a save. Not owned; null for none,
+  // when each is told to the user as one that cannot be created.
+  void RunModulesOf(ProcessingModules* modules) noexcept { modules_ = modules; }
 
   // Finds data folder and table, loads the catalogue and the reports. False when the data folder
   // is missing (the user has been told); throws when the table is missing, not writable or cannot
@@ -134,12 +139,15 @@ class Options {
 
   // side_effects.cpp
   bool SetDefKits(const std::wstring& kit_choice);
-  void RunAdditionalProc(const std::wstring& module);
+
+  // additional_processing.cpp. Every outcome is told to the user, none to the caller.
+  void RunAdditionalProc(const std::wstring& module_text);
 
   platform::Platform& platform_;
   tables::TableAccess& tables_;
   support::LocationState& location_;
   OptionsEvents* events_ = nullptr;
+  ProcessingModules* modules_ = nullptr;
   records::Collection<records::INIOption> options_;
   std::shared_ptr<reports::Reports> reports_;
   std::wstring addtnl_proc_error_;

@@ -23,8 +23,10 @@ VARIANT TextArgument(const Bstr& text) {
 
 OptionsObject::OptionsObject()
     : thread_(Module::Instance().CurrentThread()),
+      modules_(this, thread_->platform().session),
       options_(thread_->platform(), thread_->tables(), thread_->location()) {
   options_.ListenTo(this);
+  options_.RunModulesOf(&modules_);
 }
 
 void OptionsObject::Modified() { events().Fire(kModified, {}); }

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "catalogue/Options.h"
+#include "interface/automation_modules.h"
 #include "interface/automation_object.h"
 
 namespace tdefault::automation {
@@ -50,6 +51,7 @@ class OptionsObject final : public EventSource<::_Options, ::Options, ::__Option
   void DLLError(std::int32_t number, const std::wstring& description) override;
 
   std::shared_ptr<HostThread> thread_;
+  AutomationModules modules_;
   catalogue::Options options_;
 };
 

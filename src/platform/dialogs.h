@@ -21,6 +21,10 @@ class Dialogs {
   // Has the messages that wait for the windows of the calling thread handled, those that come
   // meanwhile included, and returns. The host's own code may run, and call the library, in it.
   virtual void ProcessPendingMessages() = 0;
+
+  // One button, OK, and no icon. Returns when the user has closed the box, or at once when none can
+  // be shown.
+  virtual void Tell(const std::wstring& title, const std::wstring& text) = 0;
 };
 
 }  // namespace tdefault::platform

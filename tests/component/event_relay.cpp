@@ -1,69 +1,21 @@
-// A test-only automation object "TovoDefaultsTest.EventRelay" that hands the events of an object to
-// the methods of a script's object of the same names. Wine's script hosts cannot connect events
-// themselves (WScript.ConnectObject).
-//
-//   Set relay = CreateObject("TovoDefaultsTest.EventRelay")
-//   relay.Connect options, handler      ' handler.Modified, handler.Status text, ...
-//   relay.Disconnect
-#include <windows.h>
-// After windows.h.
+#include "event_relay.h"
+
 #include <dispex.h>
 #include <ocidl.h>
 
-#include <atomic>
 #include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "automation/com_types.h"
+#include "late_bound_object.h"
+
+namespace tdefault::component {
 
 namespace {
 
-using tdefault::automation::ComPtr;
-
-// {5B0E5C1A-3B1B-4C57-9A3E-6C6A3C2F9D51}
-constexpr GUID kClassId = {
-    0x5B0E5C1A, 0x3B1B, 0x4C57, {0x9A, 0x3E, 0x6C, 0x6A, 0x3C, 0x2F, 0x9D, 0x51}};
-constexpr wchar_t kClassKey[] = L"CLSID\\{5B0E5C1A-3B1B-4C57-9A3E-6C6A3C2F9D51}";
-constexpr wchar_t kProgId[] = L"TovoDefaultsTest.EventRelay";
-
-std::atomic<long> users = 0;
-
-// What all late-bound objects here share.
-class LateBoundObject : public IDispatch {
- public:
-  LateBoundObject() { ++users; }
-  LateBoundObject(const LateBoundObject&) = delete;
-  LateBoundObject& operator=(const LateBoundObject&) = delete;
-
-  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-    const bool known = iid == IID_IUnknown || iid == IID_IDispatch;
-    *object = known ? this : nullptr;
-    if (!known) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
-  STDMETHODIMP GetTypeInfoCount(UINT* count) override {
-    *count = 0;
-    return S_OK;
-  }
-  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return DISP_E_BADINDEX; }
-  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override {
-    return DISP_E_UNKNOWNNAME;
-  }
-
- protected:
-  virtual ~LateBoundObject() { --users; }
-
- private:
-  ULONG references_ = 1;
-};
+using automation::ComPtr;
 
 // Calls a method of a script's object by name. Scripts' classes want IDispatchEx and variables by
 // reference to a variant.
@@ -168,58 +120,8 @@ class Relay final : public LateBoundObject {
   DWORD cookie_ = 0;
 };
 
-class Factory final : public IClassFactory {
- public:
-  virtual ~Factory() = default;
-
-  STDMETHODIMP QueryInterface(REFIID iid, void** object) override {
-    const bool known = iid == IID_IUnknown || iid == IID_IClassFactory;
-    *object = known ? this : nullptr;
-    return known ? S_OK : E_NOINTERFACE;
-  }
-  STDMETHODIMP_(ULONG) AddRef() override { return 2; }
-  STDMETHODIMP_(ULONG) Release() override { return 1; }
-  STDMETHODIMP CreateInstance(IUnknown*, REFIID iid, void** object) override {
-    ComPtr<IDispatch> made;
-    made.Attach(new Relay());
-    return made->QueryInterface(iid, object);
-  }
-  STDMETHODIMP LockServer(BOOL) override { return S_OK; }
-};
-
-Factory factory;
-
-LSTATUS SetText(const std::wstring& key, const wchar_t* name, const std::wstring& text) {
-  return RegSetKeyValueW(HKEY_CLASSES_ROOT, key.c_str(), name, REG_SZ, text.c_str(),
-                         static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
-}
-
 }  // namespace
 
-STDAPI DllGetClassObject(REFCLSID class_id, REFIID iid, void** object) {
-  *object = nullptr;
-  return class_id == kClassId ? factory.QueryInterface(iid, object) : CLASS_E_CLASSNOTAVAILABLE;
-}
+IDispatch* NewEventRelay() { return new Relay(); }
 
-STDAPI DllCanUnloadNow() { return users == 0 ? S_OK : S_FALSE; }
-
-STDAPI DllRegisterServer() {
-  wchar_t path[MAX_PATH];
-  HMODULE library = nullptr;
-  GetModuleHandleExW(
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-      reinterpret_cast<LPCWSTR>(&DllRegisterServer), &library);
-  GetModuleFileNameW(library, path, MAX_PATH);
-  const std::wstring server = kClassKey + std::wstring(L"\\InprocServer32");
-  const bool done =
-      SetText(server, nullptr, path) == ERROR_SUCCESS &&
-      SetText(server, L"ThreadingModel", L"Apartment") == ERROR_SUCCESS &&
-      SetText(kProgId + std::wstring(L"\\CLSID"), nullptr, kClassKey + 6) == ERROR_SUCCESS;
-  return done ? S_OK : E_FAIL;
-}
-
-STDAPI DllUnregisterServer() {
-  RegDeleteTreeW(HKEY_CLASSES_ROOT, kClassKey);
-  RegDeleteTreeW(HKEY_CLASSES_ROOT, kProgId);
-  return S_OK;
-}
+}  // namespace tdefault::component

@@ -27,6 +27,8 @@ keys=(
   'TovoDefaults.Options'
   'CLSID\{5B0E5C1A-3B1B-4C57-9A3E-6C6A3C2F9D51}'
   'TovoDefaultsTest.EventRelay'
+  'CLSID\{7D1C8F42-05A6-4E0B-8E57-21C96B0D3FA4}'
+  'TovoDefaultsTest.Module'
 )
 
 # Runs a Windows program. Its output goes through a file: on a fresh prefix it may start Wine's

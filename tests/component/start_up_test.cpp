@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "host.h"
+#include "message_boxes.h"
 
 using namespace tdefault::component;
 
@@ -56,12 +57,6 @@ void RepeatFirstId(const std::wstring& table) {
   SetFilePointer(file, static_cast<LONG>(first + length), nullptr, FILE_BEGIN);
   REQUIRE(WriteFile(file, id.data(), 36, &moved, nullptr) != 0);
   CloseHandle(file);
-}
-
-std::string WindowText(HWND window) {
-  std::array<wchar_t, 1024> text{};
-  GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
-  return Utf8(text.data());
 }
 
 struct Question {

@@ -122,4 +122,8 @@ void SimulatedDialogs::ProcessPendingMessages() {
   if (world_.during_messages) world_.during_messages();
 }
 
+void SimulatedDialogs::Tell(const std::wstring& title, const std::wstring& text) {
+  if (!world_.calls.Begin("Tell")) world_.shown_boxes.push_back({title, text});
+}
+
 }  // namespace tdefault::platform::simulation

@@ -52,6 +52,7 @@ class SimulatedDialogs final : public Dialogs {
   std::optional<MessageAnswer> AskYesNoCancel(const std::wstring& title,
                                               const std::wstring& text) override;
   void ProcessPendingMessages() override;
+  void Tell(const std::wstring& title, const std::wstring& text) override;
 
  private:
   World& world_;

@@ -101,8 +101,8 @@ class Simulation {
 
   // --- Scripts and records ------------------------------------------------------------------
 
-  // The answer to the next message box that has none yet. A box without an answer is not shown:
-  // the machine then counts as one without a desktop.
+  // The answer to the next question that has none yet. A question without an answer is not shown:
+  // the machine then counts as one without a desktop. A box that only tells something needs none.
   void Answer(MessageAnswer answer);
   [[nodiscard]] const std::vector<ShownBox>& shown_boxes() const noexcept;
 
@@ -134,10 +134,9 @@ class Simulation {
   // Every operation of a port is a call, counted from 1, but for the clock's Milliseconds and
   // Today. A call told to fail has no effect and reports the code, in the way its port has:
   // ReadEntry gives the fallback, WriteEntry 0, Next the end, an operation with an optional result
-  // its absence, HostTitle the executable name, Pause the code, Unlock 158,
-  // ProcessPendingMessages nothing at all. A failing Copy has
-  // written the first half of its target. AnsiCodePage and HostExecutableName count, but cannot
-  // fail.
+  // its absence, HostTitle the executable name, Pause the code, Unlock 158, Tell shows no box,
+  // ProcessPendingMessages nothing at all. A failing Copy has written the first half of its target.
+  // AnsiCodePage and HostExecutableName count, but cannot fail.
 
   // The call of that number fails, once; may be given for several numbers.
   void FailCall(std::size_t number, std::uint32_t code);

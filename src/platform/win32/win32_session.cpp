@@ -34,6 +34,14 @@ std::wstring FileNameWithoutExtension(const std::wstring& path) {
   return name.substr(0, name.rfind(L'.'));
 }
 
+// The button that closed the box; 0 when it could not be shown.
+int ShowBox(const std::wstring& title, const std::wstring& text, UINT kind) {
+  const HWND owner = GetActiveWindow();
+  // Without an owner the box has to lock the thread's windows itself.
+  const UINT modality = owner == nullptr ? MB_TASKMODAL : MB_APPLMODAL;
+  return MessageBoxW(owner, text.c_str(), title.c_str(), kind | MB_SETFOREGROUND | modality);
+}
+
 }  // namespace
 
 std::optional<NameBuffer> Win32Session::DisplayName(std::uint32_t capacity) {
@@ -123,11 +131,7 @@ std::optional<Guid> Win32GuidSource::Create() {
 
 std::optional<MessageAnswer> Win32Dialogs::AskYesNoCancel(const std::wstring& title,
                                                           const std::wstring& text) {
-  const HWND owner = GetActiveWindow();
-  // Without an owner the box has to lock the thread's windows itself.
-  const UINT modality = owner == nullptr ? MB_TASKMODAL : MB_APPLMODAL;
-  switch (MessageBoxW(owner, text.c_str(), title.c_str(),
-                      MB_YESNOCANCEL | MB_ICONQUESTION | MB_SETFOREGROUND | modality)) {
+  switch (ShowBox(title, text, MB_YESNOCANCEL | MB_ICONQUESTION)) {
     case IDYES:
       return MessageAnswer::kYes;
     case IDNO:
@@ -150,6 +154,10 @@ void Win32Dialogs::ProcessPendingMessages() {
     TranslateMessage(&message);
     DispatchMessageW(&message);
   }
+}
+
+void Win32Dialogs::Tell(const std::wstring& title, const std::wstring& text) {
+  ShowBox(title, text, MB_OK);
 }
 
 }  // namespace tdefault::platform::win32

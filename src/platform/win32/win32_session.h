@@ -37,6 +37,7 @@ class Win32Dialogs final : public Dialogs {
   std::optional<MessageAnswer> AskYesNoCancel(const std::wstring& title,
                                               const std::wstring& text) override;
   void ProcessPendingMessages() override;
+  void Tell(const std::wstring& title, const std::wstring& text) override;
 };
 
 }  // namespace tdefault::platform::win32

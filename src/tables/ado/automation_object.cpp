@@ -5,49 +5,11 @@
 #include <utility>
 #include <vector>
 
+#include "automation/failure_information.h"
 #include "base/error.h"
 
 namespace tdefault::tables::ado {
 namespace {
-
-std::wstring Hexadecimal(HRESULT result) {
-  std::wstring text = L"0x";
-  for (int shift = 28; shift >= 0; shift -= 4)
-    text += L"0123456789ABCDEF"[(static_cast<std::uint32_t>(result) >> shift) & 0xFU];
-  return text;
-}
-
-// What a call filled in about its failure.
-class ExceptionInformation {
- public:
-  ExceptionInformation() noexcept = default;
-  ~ExceptionInformation() {
-    SysFreeString(information_.bstrSource);
-    SysFreeString(information_.bstrDescription);
-    SysFreeString(information_.bstrHelpFile);
-  }
-  ExceptionInformation(const ExceptionInformation&) = delete;
-  ExceptionInformation& operator=(const ExceptionInformation&) = delete;
-
-  [[nodiscard]] EXCEPINFO* Receive() noexcept { return &information_; }
-
-  // The rest of it may be filled in only when it is wanted.
-  void Complete() noexcept {
-    if (information_.pfnDeferredFillIn == nullptr) return;
-    information_.pfnDeferredFillIn(&information_);
-    information_.pfnDeferredFillIn = nullptr;
-  }
-
-  [[nodiscard]] std::int32_t number() const noexcept {
-    if (information_.scode != 0) return information_.scode;
-    return information_.wCode != 0 ? information_.wCode : DISP_E_EXCEPTION;
-  }
-  [[nodiscard]] std::wstring source() const { return TextOf(information_.bstrSource); }
-  [[nodiscard]] std::wstring description() const { return TextOf(information_.bstrDescription); }
-
- private:
-  EXCEPINFO information_{};
-};
 
 Error CreationFailure(const std::wstring& name, HRESULT result) {
   std::wstring text =
@@ -63,10 +25,6 @@ Error CreationFailure(const std::wstring& name, HRESULT result) {
 }
 
 }  // namespace
-
-std::wstring TextOf(BSTR text) {
-  return text == nullptr ? std::wstring() : std::wstring(text, SysStringLen(text));
-}
 
 VARIANT Argument(std::int32_t number) noexcept {
   VARIANT argument;
@@ -141,7 +99,7 @@ DISPID AutomationObject::NumberOf(const wchar_t* member) const {
 Variant AutomationObject::Invoke(const wchar_t* member, WORD kind, DISPPARAMS& arguments) const {
   const DISPID number = NumberOf(member);
   Variant result;
-  ExceptionInformation exception;
+  FailureInformation exception;
   UINT wrong_argument = 0;
   const HRESULT called =
       object_->Invoke(number, IID_NULL, kLocale, kind, &arguments,

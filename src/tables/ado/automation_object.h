@@ -1,7 +1,7 @@
 // Objects of other libraries, used late bound as script hosts use them.
 #pragma once
 
-#include "automation/com_types.h"
+#include "automation/failure_information.h"
 // After windows.h.
 #include <cstdint>
 #include <initializer_list>
@@ -14,6 +14,9 @@ namespace tdefault::tables::ado {
 
 using automation::Bstr;
 using automation::ComPtr;
+using automation::FailureInformation;
+using automation::Hexadecimal;
+using automation::TextOf;
 using automation::Variant;
 
 // US English: names and conversions must not depend on the user's settings.
@@ -72,7 +75,5 @@ class AutomationObject {
 [[nodiscard]] VARIANT Argument(IDispatch* object) noexcept;
 // By reference.
 [[nodiscard]] VARIANT Argument(Variant& value) noexcept;
-
-[[nodiscard]] std::wstring TextOf(BSTR text);
 
 }  // namespace tdefault::tables::ado

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -47,32 +48,41 @@ BOOL CALLBACK NoteControl(HWND control, LPARAM parameter) {
   return TRUE;
 }
 
-// Shows a box and closes it from another thread with the message given, as a user would.
-std::optional<MessageAnswer> AskAndReply(Platform& platform, const std::wstring& title,
-                                         UINT message, WPARAM parameter, SeenBox& seen) {
+// Closes the box that `show` shows, which has that button, from another thread with the message
+// given, as a user would.
+void ReplyTo(const std::wstring& title, int button, UINT message, WPARAM parameter, SeenBox& seen,
+             const std::function<void()>& show) {
   std::atomic<bool> answered = false;
   std::thread user([&] {
     HWND box = nullptr;
     while (!answered && (box = FindWindowW(L"#32770", title.c_str())) == nullptr) Sleep(5);
     // The box appears before its controls do.
-    while (!answered && GetDlgItem(box, IDCANCEL) == nullptr) Sleep(5);
+    while (!answered && GetDlgItem(box, button) == nullptr) Sleep(5);
     while (!answered && !IsWindowVisible(box)) Sleep(5);
     if (answered) return;
     seen.shown = true;
     seen.title = WindowText(box);
     EnumChildWindows(box, NoteControl, reinterpret_cast<LPARAM>(&seen));
     seen.text = WindowText(GetDlgItem(box, kTextControl));
-    for (const int id : {IDYES, IDNO, IDCANCEL}) {
+    for (const int id : {IDOK, IDYES, IDNO, IDCANCEL}) {
       const LONG kind = GetWindowLongW(GetDlgItem(box, id), GWL_STYLE) & BS_TYPEMASK;
       if (kind == BS_DEFPUSHBUTTON) seen.default_button = id;
     }
     seen.in_front = GetForegroundWindow() == box;
     PostMessageW(box, message, parameter, 0);
   });
-  const std::optional<MessageAnswer> answer =
-      platform.dialogs.AskYesNoCancel(title, L"The path 'C:\\D\u0105ta' was not found.\r\n\r\nSo?");
+  show();
   answered = true;
   user.join();
+}
+
+std::optional<MessageAnswer> AskAndReply(Platform& platform, const std::wstring& title,
+                                         UINT message, WPARAM parameter, SeenBox& seen) {
+  std::optional<MessageAnswer> answer;
+  ReplyTo(title, IDCANCEL, message, parameter, seen, [&] {
+    answer = platform.dialogs.AskYesNoCancel(title,
+                                             L"The path 'C:\\D\u0105ta' was not found.\r\n\r\nSo?");
+  });
   return answer;
 }
 
@@ -139,4 +149,20 @@ TEST_CASE("a message that ends the host's own loop is left to it") {
   REQUIRE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
   CHECK(message.message == WM_QUIT);
   CHECK(message.wParam == 7);
+}
+
+TEST_CASE("a message box tells in front with OK alone and without an icon, until it is closed") {
+  win32::Win32Platform adapter;
+  for (const UINT message : {UINT{WM_COMMAND}, UINT{WM_CLOSE}}) {
+    SeenBox seen;
+    ReplyTo(L"Host \u0142", IDOK, message, message == WM_COMMAND ? IDOK : 0, seen,
+            [&] { adapter.platform().dialogs.Tell(L"Host \u0142", L"One \u0105.\r\n\r\nTwo."); });
+    CHECK(seen.shown);
+    CHECK(seen.in_front);
+    CHECK(seen.text == L"One \u0105.\r\n\r\nTwo.");
+    CHECK(seen.title == L"Host \u0142");
+    CHECK(seen.buttons == std::set<int>{IDOK});
+    CHECK(seen.icon == nullptr);
+    CHECK(seen.default_button == IDOK);
+  }
 }

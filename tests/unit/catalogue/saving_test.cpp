@@ -292,49 +292,6 @@ TEST_CASE("a failed save leaves older previous versions alone") {
   CHECK(shop.machine.Contents(kLocalOld) == "older");
 }
 
-TEST_CASE("additional modules run after a failed write as well") {
-  Shop shop;
-  PutInis(shop);
-  shop.Define({L"A", false, L"S", 0, L"global"});
-  Definition with_module{L"B", false, L"S", 0, L"third"};
-  with_module.additional_proc = L"Shop.Tools:Run";
-  shop.Define(with_module);
-  REQUIRE(shop.options.Initialize());
-  shop.SetNew(L"A", L"new");
-  shop.machine.FailNext("WriteEntry", platform::system_code::kDiskFull);
-  CHECK_FALSE(shop.options.Save());
-  REQUIRE(shop.host.errors.size() == 1);
-  CHECK(shop.host.errors[0].description.find(L"'Shop.Tools:Run'") != std::wstring::npos);
-  CheckUntouched(shop);
-}
-
-TEST_CASE("an additional module fails the save through DLLError and the files are as before") {
-  Shop shop;
-  Definition definition{L"A", false, L"S", 0, L"global"};
-  definition.additional_proc = L"Shop.Tools:Run";
-  LoadOne(shop, definition);
-  shop.SetNew(L"A", L"new");
-  CHECK_FALSE(shop.options.Save());
-  REQUIRE(shop.host.errors.size() == 1);
-  CHECK(shop.host.errors[0].number == error_number::kNotImplemented);
-  CHECK(shop.host.errors[0].description ==
-        L":RunAdditionalProc:SaveChanges, An option names the additional processing module "
-        L"'Shop.Tools:Run', but this version cannot run such modules.");
-  CHECK(shop.host.modified == 0);
-  CheckUntouched(shop);
-}
-
-TEST_CASE("a module text that names no module is passed over in silence") {
-  for (const wchar_t* text : {L"Shop.Tools:", L":Run", L"Shop.Tools", L":", L"::Run"}) {
-    Shop shop;
-    Definition definition{L"A", false, L"S", 0, L"global"};
-    definition.additional_proc = text;
-    LoadOne(shop, definition);
-    CHECK(shop.options.Save());
-    CHECK(shop.host.errors.empty());
-  }
-}
-
 TEST_CASE("changing a kit choice of section OPTIONS fails the save and says so") {
   for (const wchar_t* key : {L"KITCHOICE", L"KitChoice1"}) {
     Shop shop;

@@ -40,11 +40,6 @@ void RemoveFolder(const std::wstring& folder) {
   RemoveDirectoryW(folder.c_str());
 }
 
-std::wstring UniqueName(const wchar_t* prefix) {
-  static int count = 0;
-  return prefix + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
-}
-
 std::wstring ProgramFolder() {
   std::array<wchar_t, MAX_PATH> path{};
   GetModuleFileNameW(nullptr, path.data(), MAX_PATH);
@@ -86,19 +81,28 @@ Shop::~Shop() {
   RemoveFolder(folder_);
 }
 
-HeldFile::HeldFile(const std::wstring& path, DWORD share) {
-  const std::wstring name = UniqueName(L"tdefault-held-");
-  const HANDLE held = CreateEventW(nullptr, TRUE, FALSE, (name + L"-held").c_str());
-  release_ = CreateEventW(nullptr, TRUE, FALSE, (name + L"-release").c_str());
-  std::wstring command = L"\"" + ProgramFolder() + L"\\keep_open.exe\" \"" + path + L"\" " +
-                         std::to_wstring(share) + L" " + name;
+std::wstring UniqueName(const wchar_t* prefix) {
+  static int count = 0;
+  return prefix + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
+}
+
+HANDLE StartProgram(const std::wstring& name, const std::wstring& arguments) {
+  std::wstring command = L"\"" + ProgramFolder() + L"\\" + name + L".exe\" " + arguments;
   STARTUPINFOW start{};
   start.cb = sizeof start;
   PROCESS_INFORMATION made{};
   REQUIRE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                          &start, &made) != 0);
-  process_ = made.hProcess;
   CloseHandle(made.hThread);
+  return made.hProcess;
+}
+
+HeldFile::HeldFile(const std::wstring& path, DWORD share) {
+  const std::wstring name = UniqueName(L"tdefault-held-");
+  const HANDLE held = CreateEventW(nullptr, TRUE, FALSE, (name + L"-held").c_str());
+  release_ = CreateEventW(nullptr, TRUE, FALSE, (name + L"-release").c_str());
+  process_ =
+      StartProgram(L"keep_open", L"\"" + path + L"\" " + std::to_wstring(share) + L" " + name);
   const std::array<HANDLE, 2> either{held, process_};
   const DWORD first = WaitForMultipleObjects(2, either.data(), FALSE, 60000);
   CloseHandle(held);

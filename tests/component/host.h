@@ -56,6 +56,11 @@ class Shop {
   std::wstring folder_;
 };
 
+// The prefix and what no other process of this machine has.
+[[nodiscard]] std::wstring UniqueName(const wchar_t* prefix);
+// Starts a program that lies beside this one. The handle is the caller's to close.
+[[nodiscard]] HANDLE StartProgram(const std::wstring& name, const std::wstring& arguments);
+
 // Holds a file open in another process, which shares it as FILE_SHARE_* says.
 class HeldFile {
  public:

@@ -31,6 +31,7 @@ void RemoveGuards(Request& request) {
   RemoveGuards(request.library_file);
   RemoveGuards(request.section);
   RemoveGuards(request.table);
+  RemoveGuards(request.layout);
   for (std::string& word : request.words) RemoveGuards(word);
 }
 
@@ -99,6 +100,28 @@ void AddSet(CLI::App& app, Request& request) {
       "The previous files are kept beside the new ones with the ending .old.");
 }
 
+void AddReports(CLI::App& app, Request& request) {
+  CLI::App* reports = app.add_subcommand("reports", "Shows the invoice layouts, or chooses one");
+  reports->add_flag("--json", request.json, "Writes JSON");
+  reports->require_subcommand(0, 1);
+  reports->group("Commands");
+  reports->footer(
+      "Examples:\n"
+      "  tovocfg reports\n"
+      "  tovocfg reports use INV2 --hide-prices\n\n"
+      "The layout in use is marked with a star.");
+  CLI::App* use = reports->add_subcommand("use", "Makes a layout the one in use");
+  use->add_option("layout", request.layout, "Its code or its name")
+      ->required()
+      ->type_name("LAYOUT");
+  use->add_flag("--hide-prices", request.hide_prices,
+                "Chooses the form of the layout without prices");
+  use->footer(
+      "Example:\n"
+      "  tovocfg reports use INV2\n\n"
+      "The choice is written into section InvoiceControl of the local INI file at once.");
+}
+
 void AddWhere(CLI::App& app, Request& request) {
   CLI::App* where =
       app.add_subcommand("where", "Shows which files, library and table access are in use");
@@ -132,10 +155,16 @@ ParsedArguments Checked(const CLI::App& app, Request request) {
   if (app.got_subcommand("list")) request.command = Command::kList;
   if (app.got_subcommand("get")) request.command = Command::kGet;
   if (app.got_subcommand("set")) request.command = Command::kSet;
+  if (app.got_subcommand("reports")) {
+    const bool use = app.get_subcommand("reports")->got_subcommand("use");
+    request.command = use ? Command::kUseReport : Command::kReports;
+    if (use && request.layout.empty())
+      return Refused("reports use: name the layout by its code or its name");
+  }
   if (app.got_subcommand("where")) request.command = Command::kWhere;
   if (app.got_subcommand("check")) request.command = Command::kCheck;
   if (request.command == Command::kNone)
-    return Refused("name a command: list, get, set, where or check; --help explains them");
+    return Refused("name a command: list, get, set, reports, where or check; --help explains them");
   if (request.local_only && request.global_only)
     return Refused("--local and --global exclude each other");
   const std::size_t words = request.words.size();
@@ -167,7 +196,7 @@ ParsedArguments Ended(const CLI::App& app, const CLI::ParseError& error, const R
   const std::vector<std::string> left = app.remaining();
   if (app.get_subcommands().empty() && !left.empty() && !left.front().starts_with('-'))
     return Refused("there is no command " + left.front() +
-                   "; use list, get, set, where or check; --help explains them");
+                   "; use list, get, set, reports, where or check; --help explains them");
   return Refused(problems.str());
 }
 
@@ -195,6 +224,7 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   AddList(app, request);
   AddGet(app, request);
   AddSet(app, request);
+  AddReports(app, request);
   AddWhere(app, request);
   AddCheck(app, request);
   SpellHelp(arguments);

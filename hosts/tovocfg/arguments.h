@@ -18,7 +18,7 @@ enum class ExitCode {
   kNoLibrary = 6,
 };
 
-enum class Command { kNone, kList, kGet, kSet, kWhere, kCheck };
+enum class Command { kNone, kList, kGet, kSet, kReports, kUseReport, kWhere, kCheck };
 
 struct Request {
   Command command = Command::kNone;
@@ -27,10 +27,12 @@ struct Request {
   std::string library_file;  // empty: the registered library, else the one beside the program
   bool json = false;
   bool dry_run = false;
+  bool hide_prices = false;
   bool local_only = false;
   bool global_only = false;
   std::string section;             // of list; empty for all
   std::string table;               // of check; empty for all
+  std::string layout;              // of reports use
   std::vector<std::string> words;  // of get and set
 };
 

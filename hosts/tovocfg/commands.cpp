@@ -1,20 +1,18 @@
 #include "tovocfg/commands.h"
 
-#include <windows.h>
-
 #include <algorithm>
 #include <iostream>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "tables/ado/ado_table_access.h"
 #include "tovocfg/checks.h"
 #include "tovocfg/library.h"
 #include "tovocfg/output.h"
 #include "tovocfg/paths.h"
+#include "tovocfg/report_commands.h"
 #include "tovocfg/selection.h"
+#include "tovocfg/session.h"
 #include "tovocfg/text.h"
 #include "tovocfg/wide_text.h"
 
@@ -22,115 +20,10 @@ namespace tovocfg {
 
 namespace {
 
-// Ends a command that cannot go on: what to tell the user, and the exit code.
-struct Stop {
-  ExitCode exit_code;
-  std::string text;
-};
-
 std::string DataFolderProblem(const std::string& path) {
   if (!IsFolder(path)) return "there is no folder " + path;
   return IsFile(path + "\\defaults.dbf") ? std::string() : path + " holds no defaults.dbf";
 }
-
-// Empty when there is no such variable.
-std::string EnvironmentValue(const wchar_t* name) {
-  const DWORD size = GetEnvironmentVariableW(name, nullptr, 0);
-  if (size == 0) return {};
-  std::wstring value(size, L'\0');
-  value.resize(GetEnvironmentVariableW(name, value.data(), size));
-  return ToUtf8(value);
-}
-
-Scope ScopeOf(const Request& request) {
-  if (request.local_only) return Scope::kLocal;
-  return request.global_only ? Scope::kGlobal : Scope::kBoth;
-}
-
-// Points the library at the folder and the file that were named. The library looks for a bare INI
-// name in the current folder only, so it gets a full path. Setting the name also loads the options;
-// that error is left to Initialize, which reports it better.
-void Locate(Library& library, const Request& request) {
-  if (!request.data_folder.empty()) library.SetDataPath(FullPath(request.data_folder));
-  if (request.ini_file.empty()) return;
-  const std::string file = FullPath(request.ini_file);
-  if (!IsFile(file)) throw Stop{ExitCode::kFolderNotFound, NoSuchIniFile(file)};
-  try {
-    library.SetIniFile(file);
-  } catch (const LibraryError&) {
-    if (!SameText(library.IniFile(), file)) throw;
-  }
-}
-
-Whereabouts WhereaboutsOf(const Library& library) {
-  Whereabouts where;
-  where.data_folder = library.DataPath();
-  where.data_folder_exists = !where.data_folder.empty() && IsFolder(where.data_folder);
-  where.local_ini = library.IniFile();
-  where.global_ini = library.GlobalIni();
-  where.global_ini_exists = IsFile(where.global_ini);
-  where.location = library.Location();
-  where.tables = DescribeTables(EnvironmentValue(L"TDEFAULT_TABLES"),
-                                tdefault::tables::ado::IsProviderRegistered());
-  where.library_version = library.Version();
-  where.library_file = library.LibraryFile();
-  where.library_registered = library.registered();
-  where.program_version = TOVOCFG_VERSION;
-  return where;
-}
-
-// A library with its options loaded.
-class Session {
- public:
-  explicit Session(const Request& request) : library_(OpenLibrary(request)) {
-    Locate(*library_, request);
-    where_ = WhereaboutsOf(*library_);
-    if (!where_.data_folder_exists)
-      throw Stop{ExitCode::kFolderNotFound, MissingFolder(where_, !request.data_folder.empty())};
-    if (!library_->Initialize())
-      throw Stop{ExitCode::kFolderNotFound, "the library found no data folder"};
-    options_ = library_->Options();
-  }
-
-  static std::unique_ptr<Library> OpenLibrary(const Request& request) {
-    try {
-      return std::make_unique<Library>(
-          request.library_file.empty() ? std::string() : FullPath(request.library_file));
-    } catch (const LibraryError& error) {
-      std::string text = error.report().description;
-      if (request.library_file.empty()) {
-        text = "the library is not registered, and " + text +
-               " Put tdefault.dll beside tovocfg.exe, register it with regsvr32, or name it with "
-               "--library.";
-      }
-      throw Stop{ExitCode::kNoLibrary, text};
-    }
-  }
-
-  [[nodiscard]] Library& library() const { return *library_; }
-  [[nodiscard]] const Whereabouts& where() const { return where_; }
-  [[nodiscard]] const std::vector<Option>& options() const { return options_; }
-
-  // Throws Stop when there is no such option or there are several.
-  [[nodiscard]] const Option& Find(const std::string& section, const std::string& key,
-                                   const Request& request) const {
-    return Found(FindByKey(options_, section, key, where_.location, ScopeOf(request)));
-  }
-  [[nodiscard]] const Option& Find(const std::string& id) const {
-    return Found(FindById(options_, id));
-  }
-
- private:
-  static const Option& Found(const Selection& selection) {
-    if (selection.option != nullptr) return *selection.option;
-    throw Stop{selection.ambiguous ? ExitCode::kUsage : ExitCode::kOptionNotFound,
-               selection.problem};
-  }
-
-  std::unique_ptr<Library> library_;
-  Whereabouts where_;
-  std::vector<Option> options_;
-};
 
 ExitCode List(const Request& request) {
   const Session session(request);
@@ -153,7 +46,7 @@ ExitCode Get(const Request& request) {
 }
 
 ExitCode Where(const Request& request) {
-  const std::unique_ptr<Library> library = Session::OpenLibrary(request);
+  const auto library = OpenLibrary(request);
   Locate(*library, request);
   const Whereabouts where = WhereaboutsOf(*library);
   std::cout << (request.json ? WhereaboutsToJson(where) : FormatWhereabouts(where));
@@ -162,8 +55,9 @@ ExitCode Where(const Request& request) {
 
 // The changes that were asked for. Throws Stop when any value is refused; all refusals are told.
 std::vector<Change> CheckedChanges(Session& session, const Request& request) {
-  const Surroundings surroundings{session.library().ReportNames(), FitsSystemCodePage,
-                                  DataFolderProblem};
+  std::vector<std::string> codes;
+  for (const Layout& layout : session.library().Layouts()) codes.push_back(layout.code);
+  const Surroundings surroundings{codes, FitsSystemCodePage, DataFolderProblem};
   std::vector<Change> changes;
   std::string refusals;
   for (std::size_t word = 0; word + 2 < request.words.size(); word += 3) {
@@ -272,6 +166,10 @@ ExitCode RunCommand(const Request& request) {
       return Get(request);
     case Command::kSet:
       return Set(request);
+    case Command::kReports:
+      return ListReports(request);
+    case Command::kUseReport:
+      return UseReport(request);
     case Command::kWhere:
       return Where(request);
     case Command::kCheck:

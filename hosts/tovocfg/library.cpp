@@ -127,6 +127,28 @@ Option OptionOf(_INIOption* record) {
   return option;
 }
 
+ComPtr<_Reports> ReportsOf(_Options* options) {
+  ComPtr<_Reports> reports;
+  Check(options->ReportTypes(&reports));
+  CheckStep(reports ? S_OK : E_POINTER, "tovocfg", "The library has no report layouts loaded.");
+  return reports;
+}
+
+Layout LayoutOf(_Report* report) {
+  Layout layout;
+  layout.code = TextFrom(report, &_Report::get_ReportName);
+  layout.name = TextFrom(report, &_Report::get_Name);
+  layout.description = TextFrom(report, &_Report::get_Description);
+  layout.in_use = NumberFrom(report, &_Report::get_CurrentReport) != VARIANT_FALSE;
+  VARIANT picture;
+  VariantInit(&picture);
+  Check(report->get_Picture(&picture));
+  if (picture.vt == (VT_ARRAY | VT_UI1))
+    layout.picture_size = picture.parray->rgsabound[0].cElements;
+  VariantClear(&picture);
+  return layout;
+}
+
 std::wstring FileOfModule(HMODULE module) {
   std::wstring name(MAX_PATH, L'\0');
   for (;;) {
@@ -264,18 +286,26 @@ std::vector<Option> Library::Options() const {
   return options;
 }
 
-std::vector<std::string> Library::ReportNames() const {
-  ComPtr<_Reports> reports;
-  Check(objects_->options->ReportTypes(&reports));
-  std::vector<std::string> names;
-  if (!reports) return names;
+std::vector<Layout> Library::Layouts() const {
+  const ComPtr<_Reports> reports = ReportsOf(objects_->options.Get());
+  std::vector<Layout> layouts;
   const long count = NumberFrom(reports.Get(), &_Reports::Count);
   for (long position = 1; position <= count; ++position) {
     ComPtr<_Report> report;
     Check(reports->Item(Position(position), &report));
-    names.push_back(TextFrom(report.Get(), &_Report::get_ReportName));
+    layouts.push_back(LayoutOf(report.Get()));
   }
-  return names;
+  return layouts;
+}
+
+void Library::RefreshLayouts() { Check(ReportsOf(objects_->options.Get())->Refresh()); }
+
+void Library::UseLayout(const std::string& code, bool show_prices, const std::string& ini_file) {
+  VARIANT_BOOL prices = show_prices ? VARIANT_TRUE : VARIANT_FALSE;
+  Bstr file(ini_file);
+  VARIANT_BOOL told_nothing = VARIANT_FALSE;
+  Check(ReportsOf(objects_->options.Get())
+            ->SaveReports(Bstr(code).get(), &prices, file.Receive(), &told_nothing));
 }
 
 void Library::SetNewValue(const std::string& id, const std::string& value) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "tovocfg/layout.h"
 #include "tovocfg/option.h"
 #include "tovocfg/output.h"
 
@@ -60,7 +61,12 @@ class Library {
 
   // Copies of all options, in catalogue order.
   [[nodiscard]] std::vector<Option> Options() const;
-  [[nodiscard]] std::vector<std::string> ReportNames() const;
+  // The report layouts, in table order; read again with the options.
+  [[nodiscard]] std::vector<Layout> Layouts() const;
+  // Reads the layouts again. What could not be read is left out without an error.
+  void RefreshLayouts();
+  // Writes the choice; whether that went well, only reading it again tells.
+  void UseLayout(const std::string& code, bool show_prices, const std::string& ini_file);
 
   void SetNewValue(const std::string& id, const std::string& value);
   // Throws only what is raised before anything is written.

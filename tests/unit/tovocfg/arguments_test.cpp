@@ -57,7 +57,8 @@ TEST_CASE("get and set without words say what belongs there") {
 
 TEST_CASE("an unknown command is named and answered with the commands there are") {
   CHECK(ParseArguments({"frobnicate", "x"}).text ==
-        "there is no command frobnicate; use list, get, set, where or check; --help explains them");
+        "there is no command frobnicate; use list, get, set, reports, where or check; --help "
+        "explains them");
   CHECK(ParseArguments({"--frobnicate"}).text.find("not expected: --frobnicate") !=
         std::string::npos);
 }

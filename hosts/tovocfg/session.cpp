@@ -1,0 +1,98 @@
+#include "tovocfg/session.h"
+
+#include <windows.h>
+
+#include "tables/ado/ado_table_access.h"
+#include "tovocfg/paths.h"
+#include "tovocfg/text.h"
+#include "tovocfg/wide_text.h"
+
+namespace tovocfg {
+
+namespace {
+
+// Empty when there is no such variable.
+std::string EnvironmentValue(const wchar_t* name) {
+  const DWORD size = GetEnvironmentVariableW(name, nullptr, 0);
+  if (size == 0) return {};
+  std::wstring value(size, L'\0');
+  value.resize(GetEnvironmentVariableW(name, value.data(), size));
+  return ToUtf8(value);
+}
+
+const Option& Found(const Selection& selection) {
+  if (selection.option != nullptr) return *selection.option;
+  throw Stop{selection.ambiguous ? ExitCode::kUsage : ExitCode::kOptionNotFound, selection.problem};
+}
+
+}  // namespace
+
+Scope ScopeOf(const Request& request) {
+  if (request.local_only) return Scope::kLocal;
+  return request.global_only ? Scope::kGlobal : Scope::kBoth;
+}
+
+std::unique_ptr<Library> OpenLibrary(const Request& request) {
+  try {
+    return std::make_unique<Library>(request.library_file.empty() ? std::string()
+                                                                  : FullPath(request.library_file));
+  } catch (const LibraryError& error) {
+    std::string text = error.report().description;
+    if (request.library_file.empty()) {
+      text = "the library is not registered, and " + text +
+             " Put tdefault.dll beside tovocfg.exe, register it with regsvr32, or name it with "
+             "--library.";
+    }
+    throw Stop{ExitCode::kNoLibrary, text};
+  }
+}
+
+// The library looks for a bare INI name in the current folder only, so it gets a full path. Setting
+// the name also loads the options; that error is left to Initialize, which reports it better.
+void Locate(Library& library, const Request& request) {
+  if (!request.data_folder.empty()) library.SetDataPath(FullPath(request.data_folder));
+  if (request.ini_file.empty()) return;
+  const std::string file = FullPath(request.ini_file);
+  if (!IsFile(file)) throw Stop{ExitCode::kFolderNotFound, NoSuchIniFile(file)};
+  try {
+    library.SetIniFile(file);
+  } catch (const LibraryError&) {
+    if (!SameText(library.IniFile(), file)) throw;
+  }
+}
+
+Whereabouts WhereaboutsOf(const Library& library) {
+  Whereabouts where;
+  where.data_folder = library.DataPath();
+  where.data_folder_exists = !where.data_folder.empty() && IsFolder(where.data_folder);
+  where.local_ini = library.IniFile();
+  where.global_ini = library.GlobalIni();
+  where.global_ini_exists = IsFile(where.global_ini);
+  where.location = library.Location();
+  where.tables = DescribeTables(EnvironmentValue(L"TDEFAULT_TABLES"),
+                                tdefault::tables::ado::IsProviderRegistered());
+  where.library_version = library.Version();
+  where.library_file = library.LibraryFile();
+  where.library_registered = library.registered();
+  where.program_version = TOVOCFG_VERSION;
+  return where;
+}
+
+Session::Session(const Request& request) : library_(OpenLibrary(request)) {
+  Locate(*library_, request);
+  where_ = WhereaboutsOf(*library_);
+  if (!where_.data_folder_exists)
+    throw Stop{ExitCode::kFolderNotFound, MissingFolder(where_, !request.data_folder.empty())};
+  if (!library_->Initialize())
+    throw Stop{ExitCode::kFolderNotFound, "the library found no data folder"};
+  options_ = library_->Options();
+}
+
+const Option& Session::Find(const std::string& section, const std::string& key,
+                            const Request& request) const {
+  return Found(FindByKey(options_, section, key, where_.location, ScopeOf(request)));
+}
+
+const Option& Session::Find(const std::string& id) const { return Found(FindById(options_, id)); }
+
+}  // namespace tovocfg

@@ -1,0 +1,54 @@
+// What the commands that work through the library share.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tovocfg/arguments.h"
+#include "tovocfg/library.h"
+#include "tovocfg/option.h"
+#include "tovocfg/output.h"
+#include "tovocfg/selection.h"
+
+namespace tovocfg {
+
+// Ends a command that cannot go on: what to tell the user, and the exit code.
+struct Stop {
+  ExitCode exit_code;
+  std::string text;
+};
+
+[[nodiscard]] Scope ScopeOf(const Request& request);
+
+// Throws Stop when it cannot be found.
+[[nodiscard]] std::unique_ptr<Library> OpenLibrary(const Request& request);
+
+// Points the library at the folder and the file that were named. Throws Stop when there is no such
+// file, LibraryError.
+void Locate(Library& library, const Request& request);
+
+[[nodiscard]] Whereabouts WhereaboutsOf(const Library& library);
+
+// A library with its options loaded.
+class Session {
+ public:
+  // Throws Stop when the library or the data folder is not found, LibraryError.
+  explicit Session(const Request& request);
+
+  [[nodiscard]] Library& library() const { return *library_; }
+  [[nodiscard]] const Whereabouts& where() const { return where_; }
+  [[nodiscard]] const std::vector<Option>& options() const { return options_; }
+
+  // Throws Stop when there is no such option or there are several.
+  [[nodiscard]] const Option& Find(const std::string& section, const std::string& key,
+                                   const Request& request) const;
+  [[nodiscard]] const Option& Find(const std::string& id) const;
+
+ private:
+  std::unique_ptr<Library> library_;
+  Whereabouts where_;
+  std::vector<Option> options_;
+};
+
+}  // namespace tovocfg

@@ -137,8 +137,16 @@ class Options {
   // numbering.cpp. True when the counters are as they should be, also where the site has none.
   bool WOInvoiceNumAdjust(bool same_number);
 
-  // side_effects.cpp
+  // kit_defaults.cpp. Brings table Need into line with the choice, by statements or, where one is
+  // registered, by running a program. False when that failed.
   bool SetDefKits(const std::wstring& kit_choice);
+  void UpdateKits(const std::wstring& kit_choice);
+  bool RunKitProgram(const std::wstring& command);
+  // The registered program, and its parameters behind a NUL; empty when there is none.
+  [[nodiscard]] std::wstring KitProgramCommand() const;
+  // Whether the program was started; returns when it has ended.
+  bool RunAndWait(const std::wstring& command);
+  void TellStatus(const std::wstring& text);
 
   // additional_processing.cpp. Every outcome is told to the user, none to the caller.
   void RunAdditionalProc(const std::wstring& module_text);

@@ -31,7 +31,8 @@ constexpr const char* kLocalBefore =
     "; workstation\r\n[Defaults]\r\nDataPath=C:\\SHOP\r\n[Companyname]\r\nLocation=3\r\n"
     "[S]\r\nname=old\r\nkept=same\r\n";
 constexpr const char* kGlobalBefore =
-    "; the shop\r\n[S]\r\nname=old\r\ncolor=old\r\n\r\n[OPTIONS]\r\nKITCHOICE=1\r\n";
+    "; the "
+    "shop\r\n[S]\r\nname=old\r\ncolor=old\r\n\r\n[OPTIONS]\r\nMAKEWOANDINVOICESAMENUMBER=1\r\n";
 constexpr const char* kOlder = "an older version";
 
 // What happens to a save besides the fault.
@@ -54,7 +55,7 @@ struct Write {
   std::wstring value;
 };
 
-// The writes that the options below make, in their order, until the kit choice.
+// The writes that the options below make, in their order, until the numbering option.
 const std::vector<Write>& Writes() {
   static const std::vector<Write> kWrites = {
       {kLocalIni, L"S", L"name", L"new"},
@@ -71,7 +72,7 @@ const std::vector<Write>& Writes() {
       {kGlobalIni, L"InvoiceControl", L"FaxReport", L"INV2"},
       {kGlobalIni, L"S", L"color", L"new"},
       {kLocalIni, L"S", L"Printer3", L"laser"},
-      {kGlobalIni, L"OPTIONS", L"KITCHOICE", L"1"}};
+      {kGlobalIni, L"OPTIONS", L"MAKEWOANDINVOICESAMENUMBER", L"1"}};
   return kWrites;
 }
 
@@ -90,9 +91,10 @@ FileStates FindStates(const std::wstring& file, const char* before, Course cours
     for (std::size_t i = 0; i < Writes().size(); ++i) {
       const Write& write = Writes()[i];
       if (write.file != file || i == failed) continue;
-      const bool kit_changes = course == Course::kSideEffectFails && write.key == L"KITCHOICE";
+      const bool option_changes =
+          course == Course::kSideEffectFails && write.key == L"MAKEWOANDINVOICESAMENUMBER";
       machine.platform().profile_files.WriteEntry(write.section, write.key,
-                                                  kit_changes ? L"2" : write.value, file);
+                                                  option_changes ? L"perhaps" : write.value, file);
       states.all.insert(*machine.Contents(file));
     }
     states.after = *machine.Contents(file);
@@ -120,7 +122,7 @@ void SetUp(Shop& shop, Course course) {
   shop.Define({L"4", false, L"S", 6, L"Style"});
   shop.Define({L"5", false, L"S", 3, L"color"});
   shop.Define({L"6", true, L"S", 5, L"Printer"});
-  shop.Define({L"7", false, L"OPTIONS", 3, L"KITCHOICE"});
+  shop.Define({L"7", false, L"OPTIONS", 3, L"MAKEWOANDINVOICESAMENUMBER"});
   REQUIRE(shop.options.Initialize());
   shop.SetNew(L"1", L"new");
   shop.SetNew(L"2", L"new");
@@ -128,7 +130,7 @@ void SetUp(Shop& shop, Course course) {
   shop.SetNew(L"4", L"inv2");
   shop.SetNew(L"5", L"new");
   shop.SetNew(L"6", L"laser");
-  if (course == Course::kSideEffectFails) shop.SetNew(L"7", L"2");
+  if (course == Course::kSideEffectFails) shop.SetNew(L"7", L"perhaps");
   if (course == Course::kWriteRefused) shop.machine.SetReadOnly(kGlobalIni);
 }
 

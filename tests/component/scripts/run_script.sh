@@ -1,18 +1,19 @@
 #!/usr/bin/env bash
-# run_script.sh EMULATOR SCRIPT EXPECTATIONS SAMPLE_SHOP: runs a VBScript or JScript test under
+# run_script.sh EMULATOR SCRIPT EXPECTATIONS SAMPLE_SHOP PROGRAM: runs a VBScript or JScript test under
 # cscript on a throw-away copy of the shop. The script host answers 0 whatever happens to a script,
 # so a test has passed only when its last line is DONE with the number of its expectations and no
 # line starts with FAIL.
 #
 # The script gets one argument, a folder with data, workstation, and duplicate: a copy of data whose
-# table has the first ID twice.
+# table has the first ID twice. PROGRAM is in the folder as well. Whatever kit program a script has
+# registered is none any more behind it.
 set -euo pipefail
-emulator=$1 script=$2 expectations=$3 shop=$4
+emulator=$1 script=$2 expectations=$3 shop=$4 program=$5
 folder=$(cd "$(dirname "$script")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-cp -r "$shop/data" "$shop/workstation" "$work"
+cp -r "$shop/data" "$shop/workstation" "$program" "$work"
 cp -r "$shop/data" "$work/duplicate"
 python3 - "$work/duplicate/defaults.dbf" <<'PYTHON'
 import struct, sys
@@ -29,4 +30,8 @@ kind=${script##*.}
 cat "$folder/expect.$kind" "$script" >"$work/test.$kind"
 output=$(timeout 120 "$emulator" cscript //nologo "Z:${work//\//\\}\\test.$kind" "Z:${work//\//\\}" | tr -d '\r')
 echo "$output"
+if [ "${script##*/}" = kits.vbs ]; then
+  timeout 120 "$emulator" reg delete \
+    'HKCU\Software\VB and VBA Program Settings\Tovo\Modules\KitProgram' /f >/dev/null
+fi
 [ "$(tail -n 1 <<<"$output")" = "DONE $expectations" ] && ! grep -q '^FAIL' <<<"$output"

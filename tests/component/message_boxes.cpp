@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <set>
 #include <stop_token>
 #include <string_view>
 #include <thread>
 
-#include "host.h"
+#include "base/text.h"
 
 namespace tdefault::component {
 
@@ -28,56 +27,47 @@ BOOL CALLBACK NoteControl(HWND control, LPARAM parameter) {
   return TRUE;
 }
 
-// Whether the window is a box of this process that is ready for its user.
-bool IsBox(HWND window) {
+}  // namespace
+
+std::string WindowText(HWND window) {
+  std::array<wchar_t, 1024> text{};
+  GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
+  return ToUtf8(text.data());
+}
+
+void BoxCloser::CloseBoxes() {
+  std::erase_if(closed_, [](HWND box) { return IsWindow(box) == 0; });
+  EnumWindows(Visit, reinterpret_cast<LPARAM>(this));
+}
+
+BOOL CALLBACK BoxCloser::Visit(HWND window, LPARAM parameter) {
+  BoxCloser& closer = *reinterpret_cast<BoxCloser*>(parameter);
+  if (closer.IsBox(window) && closer.closed_.insert(window).second) closer.Close(window);
+  return TRUE;
+}
+
+// A box that is ready for its user.
+bool BoxCloser::IsBox(HWND window) const {
   DWORD process = 0;
   GetWindowThreadProcessId(window, &process);
   std::array<wchar_t, 16> kind{};
   GetClassNameW(window, kind.data(), static_cast<int>(kind.size()));
-  return process == GetCurrentProcessId() && std::wstring_view(kind.data()) == L"#32770" &&
+  return process == process_ && std::wstring_view(kind.data()) == L"#32770" &&
          IsWindowVisible(window) != 0 && GetDlgItem(window, kTextControl) != nullptr;
 }
 
-class User {
- public:
-  // Closes what is there now.
-  void CloseBoxes() {
-    std::erase_if(closed_, [](HWND box) { return IsWindow(box) == 0; });
-    EnumWindows(Visit, reinterpret_cast<LPARAM>(this));
-  }
-
-  std::vector<SeenBox> seen;
-
- private:
-  static BOOL CALLBACK Visit(HWND window, LPARAM parameter) {
-    User& user = *reinterpret_cast<User*>(parameter);
-    if (IsBox(window) && user.closed_.insert(window).second) user.Close(window);
-    return TRUE;
-  }
-
-  void Close(HWND box) {
-    SeenBox& noted = seen.emplace_back();
-    noted.title = WindowText(box);
-    noted.text = WindowText(GetDlgItem(box, kTextControl));
-    noted.in_front = GetForegroundWindow() == box;
-    EnumChildWindows(box, NoteControl, reinterpret_cast<LPARAM>(&noted));
-    std::sort(noted.buttons.begin(), noted.buttons.end());
-    PostMessageW(box, WM_COMMAND, IDOK, 0);
-  }
-
-  std::set<HWND> closed_;
-};
-
-}  // namespace
-
-std::string WindowText(void* window) {
-  std::array<wchar_t, 1024> text{};
-  GetWindowTextW(static_cast<HWND>(window), text.data(), static_cast<int>(text.size()));
-  return Utf8(text.data());
+void BoxCloser::Close(HWND box) {
+  SeenBox& noted = seen_.emplace_back();
+  noted.title = WindowText(box);
+  noted.text = WindowText(GetDlgItem(box, kTextControl));
+  noted.in_front = GetForegroundWindow() == box;
+  EnumChildWindows(box, NoteControl, reinterpret_cast<LPARAM>(&noted));
+  std::sort(noted.buttons.begin(), noted.buttons.end());
+  PostMessageW(box, WM_COMMAND, IDOK, 0);
 }
 
 std::vector<SeenBox> CloseBoxesWhile(const std::function<void()>& body) {
-  User user;
+  BoxCloser user(GetCurrentProcessId());
   {
     // Its end, by whatever way, asks the thread to stop.
     const std::jthread closing([&user](const std::stop_token& stop) {
@@ -85,7 +75,7 @@ std::vector<SeenBox> CloseBoxesWhile(const std::function<void()>& body) {
     });
     body();
   }
-  return std::move(user.seen);
+  return user.seen();
 }
 
 }  // namespace tdefault::component

@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "base/text.h"
 #include "host.h"
 #include "message_boxes.h"
 

@@ -41,6 +41,8 @@ prepare_wine() {
     # A crashing program ends with its exit code instead of waiting for a debugger.
     DISPLAY=$(cat "$root/build/display") wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f >/dev/null 2>&1 9>&-
     DISPLAY=$(cat "$root/build/display") wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /t REG_SZ /d '' /f >/dev/null 2>&1 9>&-
+    # There is no window manager, for whose answer every new window would be waited two seconds.
+    DISPLAY=$(cat "$root/build/display") wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1 9>&-
     wineserver -w 2>/dev/null # the next program begins a session of its own
     touch "$WINEPREFIX/ready"
   fi

@@ -44,6 +44,11 @@ class TimedProfileFiles final : public platform::ProfileFiles {
     return value;
   }
 
+  std::wstring ReadSection(const std::wstring& section, std::uint32_t capacity,
+                           const std::wstring& file) override {
+    return inner_.ReadSection(section, capacity, file);
+  }
+
   std::int32_t WriteEntry(const std::wstring& section, const std::optional<std::wstring>& key,
                           const std::optional<std::wstring>& value,
                           const std::wstring& file) override {

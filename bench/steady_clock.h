@@ -23,7 +23,7 @@ class SteadyClock final : public platform::Clock {
   }
 
   // The same day in every run, so that runs write the same bytes.
-  Date Today() override { return *MakeDate(2001, 3, 7); }
+  DateTime Now() override { return {*MakeDate(2001, 3, 7), 0}; }
 };
 
 }  // namespace tdefault::bench

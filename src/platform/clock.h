@@ -18,8 +18,11 @@ class Clock {
   // Milliseconds since some moment in the past; never runs backwards.
   virtual std::uint64_t Milliseconds() = 0;
 
+  // The day and time of the user's calendar and clock, both of the same moment.
+  virtual DateTime Now() = 0;
+
   // The day of the user's calendar.
-  virtual Date Today() = 0;
+  Date Today() { return Now().date; }
 };
 
 }  // namespace tdefault::platform

@@ -116,6 +116,18 @@ std::optional<std::wstring> ProfileText::Find(std::wstring_view section,
   return std::wstring(WithoutQuotes(*value));
 }
 
+std::vector<std::wstring> ProfileText::SectionLines(std::wstring_view section) const {
+  std::vector<std::wstring> lines;
+  const Extent extent = FindSection(section);
+  for (std::size_t i = extent.body; extent.found && i < extent.end; ++i) {
+    const std::optional<std::wstring_view> name = KeyName(lines_[i].text);
+    if (!name) continue;
+    std::wstring& line = lines.emplace_back(*name);
+    if (const auto value = RawValue(lines_[i].text)) line.append(L"=").append(*value);
+  }
+  return lines;
+}
+
 void ProfileText::Insert(std::size_t position, std::wstring text) {
   if (position > 0 && lines_[position - 1].ending.empty()) lines_[position - 1].ending = L"\r\n";
   lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(position),

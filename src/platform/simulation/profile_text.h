@@ -22,6 +22,10 @@ class ProfileText {
   [[nodiscard]] std::optional<std::wstring> Find(std::wstring_view section,
                                                  std::wstring_view key) const;
 
+  // What the first section of that name holds, comments and blank lines left out: KEY=VALUE without
+  // blanks around key and value, quotes kept; a line without "=" trimmed.
+  [[nodiscard]] std::vector<std::wstring> SectionLines(std::wstring_view section) const;
+
   // The key is added behind the last line of its section that is not blank, the section at the
   // end. A changed line keeps the spelling of its key.
   void Set(std::wstring_view section, std::wstring_view key, std::wstring_view value);

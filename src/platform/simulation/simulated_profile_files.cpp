@@ -10,15 +10,20 @@ SystemResult<std::wstring> SimulatedProfileFiles::Place(const std::wstring& file
   return world_.Resolve(HasFolderPart(file) ? file : JoinPath(world_.windows_folder, file));
 }
 
-std::optional<std::wstring> SimulatedProfileFiles::Stored(const std::wstring& section,
-                                                          const std::wstring& key,
-                                                          const std::wstring& file) const {
+std::optional<ProfileText> SimulatedProfileFiles::Readable(const std::wstring& file) const {
   const SystemResult<std::wstring> path = Place(file);
   if (!path.ok()) return std::nullopt;
   const auto node = world_.disk.Openable(path.value(), {FileAccess::kRead, FileShare::kReadWrite});
   if (!node.ok()) return std::nullopt;
-  const ProfileText text(node.value()->bytes, world_.code_page);
-  return text.Find(world_.Narrowed(section), world_.Narrowed(key));
+  return ProfileText(node.value()->bytes, world_.code_page);
+}
+
+std::optional<std::wstring> SimulatedProfileFiles::Stored(const std::wstring& section,
+                                                          const std::wstring& key,
+                                                          const std::wstring& file) const {
+  const std::optional<ProfileText> text = Readable(file);
+  if (!text) return std::nullopt;
+  return text->Find(world_.Narrowed(section), world_.Narrowed(key));
 }
 
 std::wstring SimulatedProfileFiles::ReadEntry(const std::wstring& section, const std::wstring& key,
@@ -31,6 +36,22 @@ std::wstring SimulatedProfileFiles::ReadEntry(const std::wstring& section, const
                              : TrimTrailingBlanks(fallback.substr(0, fallback.find(L'\0'))));
   value.resize(std::min<std::size_t>(value.size(), capacity == 0 ? 0 : capacity - 1));
   return value;
+}
+
+std::wstring SimulatedProfileFiles::ReadSection(const std::wstring& section, std::uint32_t capacity,
+                                                const std::wstring& file) {
+  if (world_.calls.Begin("ReadSection", file) || capacity < 2) return {};
+  const std::optional<ProfileText> text = Readable(file);
+  if (!text) return {};
+  std::wstring lines;
+  for (const std::wstring& line : text->SectionLines(world_.Narrowed(section))) {
+    lines += line;
+    lines += L'\0';
+  }
+  if (lines.empty()) return {};
+  if (lines.size() >= capacity) lines.resize(capacity - 2);
+  if (lines.empty() || lines.back() != L'\0') lines += L'\0';
+  return lines + L'\0';
 }
 
 std::int32_t SimulatedProfileFiles::WriteEntry(const std::wstring& section,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/profile_files.h"
+#include "platform/simulation/profile_text.h"
 #include "platform/simulation/world.h"
 
 namespace tdefault::platform::simulation {
@@ -13,6 +14,8 @@ class SimulatedProfileFiles final : public ProfileFiles {
   std::wstring ReadEntry(const std::wstring& section, const std::wstring& key,
                          const std::wstring& fallback, std::uint32_t capacity,
                          const std::wstring& file) override;
+  std::wstring ReadSection(const std::wstring& section, std::uint32_t capacity,
+                           const std::wstring& file) override;
   std::int32_t WriteEntry(const std::wstring& section, const std::optional<std::wstring>& key,
                           const std::optional<std::wstring>& value,
                           const std::wstring& file) override;
@@ -29,6 +32,8 @@ class SimulatedProfileFiles final : public ProfileFiles {
                                                  const std::optional<std::wstring>& key,
                                                  const std::optional<std::wstring>& value,
                                                  const std::wstring& file) const;
+  // Absent when the file cannot be read.
+  [[nodiscard]] std::optional<ProfileText> Readable(const std::wstring& file) const;
   // The value in the file; absent when there is none or the file cannot be read.
   [[nodiscard]] std::optional<std::wstring> Stored(const std::wstring& section,
                                                    const std::wstring& key,

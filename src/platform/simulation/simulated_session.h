@@ -31,7 +31,7 @@ class SimulatedClock final : public Clock {
   explicit SimulatedClock(World& world) : world_(world) {}
   std::uint32_t Pause(std::uint32_t milliseconds, bool alertable) override;
   std::uint64_t Milliseconds() override { return world_.milliseconds; }
-  Date Today() override { return world_.today; }
+  DateTime Now() override { return world_.now; }
 
  private:
   World& world_;

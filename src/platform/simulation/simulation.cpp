@@ -222,7 +222,9 @@ const std::vector<StartedProgram>& Simulation::started_programs() const noexcept
 
 RegistryStore& Simulation::registry() noexcept { return world_.registry; }
 
-void Simulation::SetToday(Date today) { world_.today = today; }
+void Simulation::SetToday(Date today) { world_.now.date = today; }
+
+void Simulation::SetNow(DateTime now) { world_.now = now; }
 
 const std::vector<RecordedPause>& Simulation::pauses() const noexcept { return world_.pauses; }
 

@@ -123,20 +123,22 @@ class Simulation {
   // Keys and values, and how the process opened them. Empty at the start.
   [[nodiscard]] RegistryStore& registry() noexcept;
 
-  // The clock's day; 7 March 2001 at the start. Milliseconds pass with pauses only.
+  // The clock's day and time; 7 March 2001, 14:05:09 at the start. They stand still, and
+  // milliseconds pass with pauses only.
   void SetToday(Date today);
+  void SetNow(DateTime now);
 
   // The identifier made next, after those given before; then the generator goes on.
   void AddGuid(const Guid& guid);
   void SetGuidSourceFailing(bool failing);
 
   // --- Faults -------------------------------------------------------------------------------
-  // Every operation of a port is a call, counted from 1, but for the clock's Milliseconds and
+  // Every operation of a port is a call, counted from 1, but for the clock's Milliseconds, Now and
   // Today. A call told to fail has no effect and reports the code, in the way its port has:
-  // ReadEntry gives the fallback, WriteEntry 0, Next the end, an operation with an optional result
-  // its absence, HostTitle the executable name, Pause the code, Unlock 158, Tell shows no box,
-  // ProcessPendingMessages nothing at all. A failing Copy has written the first half of its target.
-  // AnsiCodePage and HostExecutableName count, but cannot fail.
+  // ReadEntry gives the fallback, ReadSection no text, WriteEntry 0, Next the end, an operation
+  // with an optional result its absence, HostTitle the executable name, Pause the code, Unlock 158,
+  // Tell shows no box, ProcessPendingMessages nothing at all. A failing Copy has written the first
+  // half of its target. AnsiCodePage and HostExecutableName count, but cannot fail.
 
   // The call of that number fails, once; may be given for several numbers.
   void FailCall(std::size_t number, std::uint32_t code);

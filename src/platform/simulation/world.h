@@ -68,7 +68,7 @@ struct World {
   std::function<void()> during_pause;
   std::function<void()> during_messages;
   std::uint64_t milliseconds = 0;
-  Date today = *MakeDate(2001, 3, 7);
+  DateTime now = {*MakeDate(2001, 3, 7), ((14 * 60 + 5) * 60 + 9) * kMillisecondsPerSecond};
 
   std::vector<StartedProgram> started_programs;
   std::function<void(const StartedProgram&)> during_program;

@@ -6,6 +6,7 @@
 #include <array>
 #include <limits>
 #include <utility>
+#include <vector>
 
 #include "platform/win32/narrow_text.h"
 
@@ -169,17 +170,53 @@ std::string FolderOf(const std::string& path) {
   return path.substr(0, end + 1);
 }
 
-// The move between volumes, where the system would write into `to` directly: the content goes
-// under a name of its own beside `to` first, so that the last step is a rename on one volume.
-SystemStatus ReplaceAcrossVolumes(const std::string& from, const std::string& to) {
+// Whether both paths name files of one folder, as far as their spelling tells.
+bool InOneFolder(const std::string& left, const std::string& right) {
+  std::array<char, MAX_PATH> full_left{};
+  std::array<char, MAX_PATH> full_right{};
+  for (const auto& [path, full] : {std::pair(&left, &full_left), {&right, &full_right}}) {
+    const DWORD count = GetFullPathNameA(path->c_str(), MAX_PATH, full->data(), nullptr);
+    if (count == 0 || count >= MAX_PATH) return false;
+  }
+  return lstrcmpiA(FolderOf(full_left.data()).c_str(), FolderOf(full_right.data()).c_str()) == 0;
+}
+
+// Lets the same users read and write `to` as `from`. Where the file system has no permissions, or
+// a share does not let them be changed, `to` keeps those that its folder gave it.
+void CopyPermissions(const std::string& from, const std::string& to) {
+  DWORD size = 0;
+  GetFileSecurityA(from.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+  std::vector<std::uint8_t> descriptor(size);
+  if (size == 0 ||
+      !GetFileSecurityA(from.c_str(), DACL_SECURITY_INFORMATION, descriptor.data(), size, &size))
+    return;
+  // What was inherited is to count as inherited again.
+  SECURITY_DESCRIPTOR_CONTROL control = 0;
+  DWORD revision = 0;
+  if (GetSecurityDescriptorControl(descriptor.data(), &control, &revision) &&
+      (control & SE_DACL_AUTO_INHERITED) != 0)
+    SetSecurityDescriptorControl(descriptor.data(), SE_DACL_AUTO_INHERIT_REQ,
+                                 SE_DACL_AUTO_INHERIT_REQ);
+  SetFileSecurityA(to.c_str(), DACL_SECURITY_INFORMATION, descriptor.data());
+}
+
+// The move from another folder. The content goes under a name of its own beside `to` first, for
+// two reasons: between volumes the system would write into `to` directly, and on one volume it
+// would take the permissions of `from` along, so that a file from a user's temporary folder would
+// be closed to everybody else. The last step is a rename within the folder.
+SystemStatus ReplaceFromElsewhere(const std::string& from, const std::string& to) {
   std::array<char, MAX_PATH> staged{};
-  if (GetTempFileNameA(FolderOf(to).c_str(), "tov", 0, staged.data()) == 0) return LastFailure();
+  if (GetTempFileNameA(FolderOf(to).c_str(), "tov", 0, staged.data()) == 0) {
+    const SystemStatus failure = LastFailure();
+    return failure.code() == ERROR_DIRECTORY ? SystemStatus(ERROR_PATH_NOT_FOUND) : failure;
+  }
   SystemStatus status = StatusOf(CopyFileA(from.c_str(), staged.data(), FALSE));
   if (status.ok()) {
     SetFileAttributesA(staged.data(), FILE_ATTRIBUTE_NORMAL);
     status = Flush(staged.data());
   }
   if (status.ok()) {
+    CopyPermissions(to, staged.data());
     const DWORD attributes = GetFileAttributesA(from.c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES) SetFileAttributesA(staged.data(), attributes);
     status = StatusOf(
@@ -230,11 +267,10 @@ SystemStatus Win32Files::Replace(const std::wstring& from, const std::wstring& t
   if (!source.ok()) return SystemStatus(source.code());
   const SystemResult<std::string> target = NarrowPath(to);
   if (!target.ok()) return SystemStatus(target.code());
-  const SystemStatus status =
-      StatusOf(MoveFileExA(source.value().c_str(), target.value().c_str(),
-                           MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
-  if (status.code() != ERROR_NOT_SAME_DEVICE) return status;
-  return ReplaceAcrossVolumes(source.value(), target.value());
+  if (!InOneFolder(source.value(), target.value()))
+    return ReplaceFromElsewhere(source.value(), target.value());
+  return StatusOf(MoveFileExA(source.value().c_str(), target.value().c_str(),
+                              MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
 }
 
 SystemStatus Win32Files::Copy(const std::wstring& from, const std::wstring& to) {

@@ -24,6 +24,21 @@ std::wstring Win32ProfileFiles::ReadEntry(const std::wstring& section, const std
   return Wide(std::string_view(buffer).substr(0, count));
 }
 
+std::wstring Win32ProfileFiles::ReadSection(const std::wstring& section, std::uint32_t capacity,
+                                            const std::wstring& file) {
+  if (capacity < 2) return std::wstring();
+  const SystemResult<std::string> path = NarrowPath(file);
+  if (!path.ok() || path.value().empty()) return std::wstring();
+  std::string buffer(capacity, '\0');
+  const DWORD count = GetPrivateProfileSectionA(NarrowArgument(section).c_str(), buffer.data(),
+                                                capacity, path.value().c_str());
+  if (count == 0) return std::wstring();
+  // The count leaves the last NUL out, and both of them where the lines were cut.
+  std::wstring lines = Wide(std::string_view(buffer).substr(0, count));
+  if (lines.back() != L'\0') lines += L'\0';
+  return lines + L'\0';
+}
+
 std::int32_t Win32ProfileFiles::WriteEntry(const std::wstring& section,
                                            const std::optional<std::wstring>& key,
                                            const std::optional<std::wstring>& value,

@@ -114,10 +114,12 @@ std::uint32_t Win32Clock::Pause(std::uint32_t milliseconds, bool alertable) {
 
 std::uint64_t Win32Clock::Milliseconds() { return GetTickCount64(); }
 
-Date Win32Clock::Today() {
+DateTime Win32Clock::Now() {
   SYSTEMTIME now{};
   GetLocalTime(&now);
-  return MakeDate(now.wYear, now.wMonth, now.wDay).value_or(Date{});
+  const std::int32_t seconds = (now.wHour * 60 + now.wMinute) * 60 + now.wSecond;
+  return {MakeDate(now.wYear, now.wMonth, now.wDay).value_or(Date{}),
+          seconds * kMillisecondsPerSecond + now.wMilliseconds};
 }
 
 std::optional<Guid> Win32GuidSource::Create() {

@@ -24,7 +24,7 @@ class Win32Clock final : public Clock {
  public:
   std::uint32_t Pause(std::uint32_t milliseconds, bool alertable) override;
   std::uint64_t Milliseconds() override;
-  Date Today() override;
+  DateTime Now() override;
 };
 
 class Win32GuidSource final : public GuidSource {

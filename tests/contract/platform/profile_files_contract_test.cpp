@@ -65,6 +65,17 @@ std::vector<std::string> AfterWrite(Fixture& fixture, const std::string& before,
 
 using Lines = std::vector<std::string>;
 
+// A section as text with "|" for each NUL.
+template <class Fixture>
+std::wstring Section(Fixture& fixture, const std::string& text, const std::wstring& section,
+                     std::uint32_t capacity = kAmple) {
+  fixture.PutFile(L"read.ini", text);
+  std::wstring lines =
+      fixture.platform().profile_files.ReadSection(section, capacity, L".\\read.ini");
+  std::replace(lines.begin(), lines.end(), L'\0', L'|');
+  return lines;
+}
+
 }  // namespace
 
 TEST_CASE_TEMPLATE("sections and keys are found without regard to case", Fixture,
@@ -262,6 +273,95 @@ TEST_CASE_TEMPLATE("the UTF-8 mark hides the section on the first line", Fixture
   const std::wstring value =
       fixture.platform().profile_files.ReadEntry(L"S", L"k", L"none", kAmple, L".\\a.ini");
   KNOWN_WINE_GAP(fixture.is_wine(), "Wine skips the UTF-8 mark", value == L"none");
+}
+
+TEST_CASE_TEMPLATE("a section is read as its lines with a NUL behind each and one at the end",
+                   Fixture, PLATFORM_FIXTURES) {
+  Fixture fixture;
+  CHECK(Section(fixture, "[R]\r\nr=0\r\n[S]\r\na=1\r\nb=2\r\n[T]\r\nc=3\r\n", L"S") ==
+        L"a=1|b=2||");
+  CHECK(Section(fixture, "[S]\na=1\nb=2", L"s") == L"a=1|b=2||");
+  CHECK(Section(fixture, "[ S ]\r\n\r\n  k  =  v w  \r\n", L"S") == L"k=v w||");
+  CHECK(Section(fixture, "[S]\r\nk=\r\n", L"S") == L"k=||");
+}
+
+TEST_CASE_TEMPLATE("a section is read without its comments, with its quotes and other lines",
+                   Fixture, PLATFORM_FIXTURES) {
+  Fixture fixture;
+  CHECK(Section(fixture, "[S]\r\n;a=1\r\n  ;b=2\r\n#c=3\r\nk\r\nd=\" q \"\r\nd=4 ; e\r\n", L"S") ==
+        L"#c=3|k|d=\" q \"|d=4 ; e||");
+}
+
+TEST_CASE_TEMPLATE("of equal sections the first is read, all of its equal keys with it", Fixture,
+                   PLATFORM_FIXTURES) {
+  Fixture fixture;
+  CHECK(Section(fixture, "[S]\r\nk=1\r\nk=2\r\n[T]\r\n[S]\r\nk=3\r\n", L"S") == L"k=1|k=2||");
+}
+
+TEST_CASE_TEMPLATE("a section without lines, an absent section or file reads as no text", Fixture,
+                   PLATFORM_FIXTURES) {
+  Fixture fixture;
+  CHECK(Section(fixture, "[S]\r\n[T]\r\nk=1\r\n", L"S").empty());
+  CHECK(Section(fixture, "[S]\r\n;k=1\r\n\r\n", L"S").empty());
+  CHECK(Section(fixture, "[S]\r\nk=1\r\n", L"T").empty());
+  ProfileFiles& profiles = fixture.platform().profile_files;
+  CHECK(profiles.ReadSection(L"S", kAmple, L".\\none.ini").empty());
+  CHECK(profiles.ReadSection(L"S", kAmple, L".\\nowhere\\none.ini").empty());
+  CHECK(profiles.ReadSection(L"S", kAmple, L"").empty());
+  CHECK_FALSE(fixture.Contents(L"none.ini"));
+}
+
+TEST_CASE_TEMPLATE("a section is cut two characters before the capacity, in the middle of a line",
+                   Fixture, PLATFORM_FIXTURES) {
+  Fixture fixture;
+  const std::string text = "[S]\r\nab=1\r\ncd=2\r\n";
+  CHECK(Section(fixture, text, L"S", 12) == L"ab=1|cd=2||");
+  CHECK(Section(fixture, text, L"S", 11) == L"ab=1|cd=2||");
+  CHECK(Section(fixture, text, L"S", 10) == L"ab=1|cd=||");
+  CHECK(Section(fixture, text, L"S", 8) == L"ab=1|c||");
+  CHECK(Section(fixture, text, L"S", 7) == L"ab=1||");
+  CHECK(Section(fixture, text, L"S", 6) == L"ab=1||");
+  CHECK(Section(fixture, text, L"S", 5) == L"ab=||");
+  CHECK(Section(fixture, text, L"S", 3) == L"a||");
+}
+
+TEST_CASE_TEMPLATE("a section is read up to 32,767 characters", Fixture, PLATFORM_FIXTURES) {
+  Fixture fixture;
+  std::string text = "[S]\r\n";
+  for (int i = 0; i < 2000; ++i) text += "key" + std::to_string(1000 + i) + "=value\r\n";
+  CHECK(Section(fixture, text, L"S", 10000).size() == 10000);
+  CHECK(Section(fixture, text, L"S", 32767).size() == 2000 * 14 + 1);
+}
+
+TEST_CASE_TEMPLATE("a section of a bare file name is looked for in the Windows folder", Fixture,
+                   PLATFORM_FIXTURES) {
+  Fixture fixture;
+  const std::wstring bare = L"tdefault-contract-section.ini";
+  const std::wstring placed = fixture.windows_folder() + L"\\" + bare;
+  fixture.PutFile(bare, "[S]\r\nk=here\r\n");
+  fixture.PutFile(placed, "[S]\r\nk=windows\r\n");
+  const std::wstring lines = fixture.platform().profile_files.ReadSection(L"S", kAmple, bare);
+  fixture.RemoveFile(placed);
+  CHECK(lines == std::wstring(L"k=windows\0\0", 11));
+}
+
+TEST_CASE_TEMPLATE("a section of a file that may not be read is no text", Fixture,
+                   PLATFORM_FIXTURES) {
+  Fixture fixture;
+  fixture.PutFile(L"a.ini", "[S]\r\nk=v\r\n");
+  auto held = fixture.Hold(L"a.ini", FileShare::kNone, FileAccess::kRead);
+  ProfileFiles& profiles = fixture.platform().profile_files;
+  CHECK(profiles.ReadSection(L"S", kAmple, L".\\a.ini").empty());
+  held.Release();
+  CHECK(profiles.ReadSection(L"S", kAmple, L".\\a.ini") == std::wstring(L"k=v\0\0", 5));
+}
+
+TEST_CASE_TEMPLATE("a section in the system code page or in UTF-16 is read as text", Fixture,
+                   PLATFORM_FIXTURES) {
+  Fixture fixture;
+  CHECK(Section(fixture, "[\xC4]\r\n\xE9=\xFC\r\n", L"\u00C4") == L"\u00E9=\u00FC||");
+  CHECK(Section(fixture, std::string("\xFF\xFE[\0S\0]\0\r\0\n\0k\0=\0\xE9\0\r\0\n\0", 22), L"S") ==
+        L"k=\u00E9||");
 }
 
 TEST_CASE_TEMPLATE("a written key replaces its line and leaves the others in place", Fixture,

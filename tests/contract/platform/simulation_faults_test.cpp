@@ -358,6 +358,10 @@ TEST_CASE("the day is the one that the machine was given and time and day are no
   CHECK(clock.Today() == tdefault::MakeDate(2001, 3, 7));
   machine.SetToday(*tdefault::MakeDate(2026, 11, 21));
   CHECK(clock.Today() == tdefault::MakeDate(2026, 11, 21));
+  constexpr std::int32_t kAfternoon = 13 * 3'600'000;
+  machine.SetNow({*tdefault::MakeDate(2026, 1, 2), kAfternoon});
+  CHECK(clock.Today() == tdefault::MakeDate(2026, 1, 2));
+  CHECK(clock.Now().milliseconds == kAfternoon);
   static_cast<void>(clock.Milliseconds());
   CHECK(machine.call_count() == 0);
 }

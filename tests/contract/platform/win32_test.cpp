@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 #include <filesystem>
+#include <vector>
 
 #include "platform/win32/version_resource.h"
 #include "platform_fixture.h"
@@ -100,7 +101,77 @@ std::size_t CountFiles(const std::wstring& folder) {
   return static_cast<std::size_t>(std::distance(begin(files), end(files)));
 }
 
+// Who may do what with a file, as the system spells it.
+std::vector<unsigned char> Permissions(const std::wstring& path) {
+  DWORD size = 0;
+  GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+  std::vector<unsigned char> descriptor(size);
+  REQUIRE(
+      GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, descriptor.data(), size, &size));
+  BOOL present = FALSE;
+  BOOL defaulted = FALSE;
+  PACL list = nullptr;
+  REQUIRE(GetSecurityDescriptorDacl(descriptor.data(), &present, &list, &defaulted));
+  REQUIRE(list != nullptr);
+  const auto* bytes = reinterpret_cast<const unsigned char*>(list);
+  return {bytes, bytes + list->AclSize};
+}
+
+// Lets everybody read the file, or nobody but its owner.
+void SetReaders(const std::wstring& path, bool everybody) {
+  std::array<unsigned char, SECURITY_MAX_SID_SIZE> owner{};
+  std::array<unsigned char, SECURITY_MAX_SID_SIZE> world{};
+  DWORD size = 0;
+  GetFileSecurityW(path.c_str(), OWNER_SECURITY_INFORMATION, nullptr, 0, &size);
+  std::vector<unsigned char> current(size);
+  REQUIRE(GetFileSecurityW(path.c_str(), OWNER_SECURITY_INFORMATION, current.data(), size, &size));
+  PSID current_owner = nullptr;
+  BOOL defaulted = FALSE;
+  REQUIRE(GetSecurityDescriptorOwner(current.data(), &current_owner, &defaulted));
+  REQUIRE(CopySid(owner.size(), owner.data(), current_owner));
+  DWORD world_size = world.size();
+  REQUIRE(CreateWellKnownSid(WinWorldSid, nullptr, world.data(), &world_size));
+  alignas(ACL) std::array<unsigned char, 256> buffer{};
+  auto* list = reinterpret_cast<PACL>(buffer.data());
+  REQUIRE(InitializeAcl(list, buffer.size(), ACL_REVISION));
+  REQUIRE(AddAccessAllowedAce(list, ACL_REVISION, FILE_ALL_ACCESS, owner.data()));
+  if (everybody) REQUIRE(AddAccessAllowedAce(list, ACL_REVISION, FILE_GENERIC_READ, world.data()));
+  SECURITY_DESCRIPTOR descriptor{};
+  REQUIRE(InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION));
+  REQUIRE(SetSecurityDescriptorDacl(&descriptor, TRUE, list, FALSE));
+  REQUIRE(SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, &descriptor));
+}
+
 }  // namespace
+
+TEST_CASE("a file from another folder gets the permissions of the file that it replaces") {
+  for (const bool everybody : {true, false}) {
+    CAPTURE(everybody);
+    Win32Fixture fixture;
+    fixture.AddFolder(L"temp");
+    fixture.PutFile(L"temp\\new.txt", "new");
+    fixture.PutFile(L"old.txt", "old content");
+    SetReaders(L"temp\\new.txt", !everybody);
+    SetReaders(L"old.txt", everybody);
+    const auto before = Permissions(L"old.txt");
+    REQUIRE(before != Permissions(L"temp\\new.txt"));
+    CHECK(fixture.platform().files.Replace(L"temp\\new.txt", L"old.txt").ok());
+    CHECK(fixture.Contents(L"old.txt") == "new");
+    CHECK(Permissions(L"old.txt") == before);
+    CHECK_FALSE(fixture.Contents(L"temp\\new.txt"));
+    CHECK(CountFiles(fixture.folder()) == 2);
+  }
+}
+
+TEST_CASE("a file from another folder with a new name gets the permissions that new files get") {
+  Win32Fixture fixture;
+  fixture.AddFolder(L"temp");
+  fixture.PutFile(L"temp\\new.txt", "new");
+  fixture.PutFile(L"other.txt", "");
+  SetReaders(L"temp\\new.txt", false);
+  CHECK(fixture.platform().files.Replace(L"temp\\new.txt", L"moved.txt").ok());
+  CHECK(Permissions(L"moved.txt") == Permissions(L"other.txt"));
+}
 
 TEST_CASE("a file from another volume replaces its target and is gone") {
   Win32Fixture fixture;
@@ -256,6 +327,14 @@ TEST_CASE("today is the local day") {
   const tdefault::Date first = *tdefault::MakeDate(before.wYear, before.wMonth, before.wDay);
   const tdefault::Date last = *tdefault::MakeDate(after.wYear, after.wMonth, after.wDay);
   CHECK((today == first || today == last));
+  const tdefault::DateTime now = adapter.platform().clock.Now();
+  CHECK(now.date >= first);
+  const std::int32_t started = ((before.wHour * 60 + before.wMinute) * 60 + before.wSecond) * 1000;
+  // Within a minute, or on the next day.
+  if (now.date == first) {
+    CHECK(now.milliseconds >= started);
+    CHECK(now.milliseconds < started + 60'000);
+  }
 }
 
 TEST_CASE("a program inherits handles, and has no exit code but 259 while it runs") {

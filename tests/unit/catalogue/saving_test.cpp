@@ -77,6 +77,10 @@ class ReloadingProfileFiles final : public platform::ProfileFiles {
                          const std::wstring& file) override {
     return profile_files_.ReadEntry(section, key, fallback, capacity, file);
   }
+  std::wstring ReadSection(const std::wstring& section, std::uint32_t capacity,
+                           const std::wstring& file) override {
+    return profile_files_.ReadSection(section, capacity, file);
+  }
   std::int32_t WriteEntry(const std::wstring& section, const std::optional<std::wstring>& key,
                           const std::optional<std::wstring>& value,
                           const std::wstring& file) override {

@@ -35,6 +35,10 @@ class RecordingProfileFiles final : public platform::ProfileFiles {
     read_file = file;
     return answer;
   }
+  std::wstring ReadSection(const std::wstring& /*section*/, std::uint32_t /*capacity*/,
+                           const std::wstring& /*file*/) override {
+    return {};
+  }
   std::int32_t WriteEntry(const std::wstring& section, const std::optional<std::wstring>& key,
                           const std::optional<std::wstring>& value,
                           const std::wstring& file) override {

@@ -16,7 +16,7 @@ build() {
 }
 
 build native-release read_table change_table
-build win64 read_table change_table open_catalogue
+build win64 read_table change_table open_catalogue comment_file
 
 /usr/bin/python3 bench/compare.py build/bench
 
@@ -34,4 +34,16 @@ plain rd     share of reading the table and memo file once, plainly
 bare(ms)     the same profile reads in a bare loop; plain(ms): the plain read
 ratio        opening / (bare loop + plain read)
 own(us/def)  opening without its profile reads, per definition; growth: beside the smallest folder
+END
+
+echo
+echo "== Writing comments into an INI file for 100, 1,000 and 10,000 definitions (under Wine)"
+/usr/bin/python3 bench/scale_shop.py build/bench 100 1000 10000
+scripts/wine.sh build/win64/bench/comment_file.exe \
+  "$windows_root\\100" "$windows_root\\1000" "$windows_root\\10000" | tr -d '\r'
+cat <<'END'
+
+comment(ms)  CommentFile on a file without comments, with a definition for almost every key
+clear(ms)    ClearIniComments on what that makes: the rewriting alone; ratio: comment / clear
+us/key       commenting per key; growth: beside the smallest file, 1 or less where time grows with the keys
 END

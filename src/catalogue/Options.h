@@ -20,6 +20,7 @@ namespace tdefault::catalogue {
 
 class IniBackup;
 class ProcessingModules;
+struct StoredDefinition;
 
 // What a catalogue tells its host while it works. Called on the host's thread.
 class OptionsEvents {
@@ -107,13 +108,26 @@ class Options {
   // The text a module left to explain its failure.
   void SetAddtnlProcError(std::wstring text) { addtnl_proc_error_ = std::move(text); }
 
-  // These change definitions and whole INI files.
+  // These rewrite a whole INI file in one step. False, with the file as before, when it is not
+  // there or anything fails; nothing is thrown.
+
+  // Writes each key's comment from its definition above it, unless it stands there already.
   bool CommentFile(const std::wstring& ini_file);
+  // Removes every comment line.
   bool ClearIniComments(const std::wstring& ini_file);
+  // Removes the comment lines of exactly that text, in any case, without its semicolon.
   bool RemoveIniComment(const std::wstring& ini_file, const std::wstring& comment);
+  // Turns the key of that option into a comment, wherever it stands in the option's file. False
+  // also when no definition has that ID.
   bool CommentINIKey(const std::wstring& id);
+
+  // Whether there is a definition of that section and key, in any case, in that file; its ID is
+  // given back then. False also when the table cannot be read.
   bool SectionKeyExists(const std::wstring& section, const std::wstring& key, bool local_ini,
                         std::wstring& record_id);
+  // Deletes the definition, loads the catalogue again, and removes the key from its INI file: with
+  // its comments, or with its whole section when it is the last key there. False when there was
+  // none, or when something failed; what was done until then stays done.
   bool DeleteOption(const std::wstring& id);
 
  private:
@@ -125,6 +139,9 @@ class Options {
 
   // start_up.cpp. False when the data folder is missing; the user has been told then.
   bool VerifyDataPath();
+
+  // definitions.cpp. What a deleted definition has in its INI file.
+  void RemoveEntry(const StoredDefinition& definition);
 
   // saving.cpp
   bool SaveChanges();

@@ -61,6 +61,11 @@ void IniBackup::Make() {
                 L"The file '" + path_ +
                     L"' cannot be saved, because its previous version would get the same name, so "
                     L"nothing was saved. Use an INI file whose name does not end in \"old\".");
+  Copy();
+}
+
+void IniBackup::Copy() {
+  if (path_.empty()) return;
   try {
     backup_ = support::MakeTempCopy(platform_, path_);
   } catch (const Error& error) {

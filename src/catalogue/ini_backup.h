@@ -1,5 +1,5 @@
-// The safety net of a save: what an INI file held before, kept beside it until the outcome is
-// settled.
+// The safety net of writing single values, by a save above all: what an INI file held before, kept
+// beside it until the outcome is settled.
 #pragma once
 
 #include <optional>
@@ -27,6 +27,9 @@ class IniBackup {
   // Copies the file. Throws when it cannot be copied, or when its previous version would have its
   // own name; then there is no backup.
   void Make();
+
+  // As Make, for a file that gets no previous version.
+  void Copy();
 
   // To be called before the first change of the file; a file that was not changed is not moved.
   void MarkChanged() noexcept { changed_ = true; }

@@ -154,12 +154,9 @@ void Loader::Connect() {
   const std::wstring data_path = support::GetDataPath(platform_, location_);
   local_ini_ = support::GetIniPath(platform_, location_, support::LocalIniName(location_));
   global_ini_ = data_path + L"\\" + support::kGlobalIniName;
-  connection_ = tables_.MakeConnection();
-  connection_->set_connection_string(support::ConnectionString(data_path));
-  connection_->set_cursor_location(tables::CursorLocation::kClient);
   // Reading, although the string says ReadWrite: the connection's own mode counts.
-  connection_->set_mode(tables::ConnectMode::kRead);
-  connection_->Open();
+  connection_ = support::OpenConnection(tables_, data_path, tables::CursorLocation::kClient,
+                                        tables::ConnectMode::kRead);
 }
 
 void Loader::LoadRows(records::Collection<INIOption>& options) {

@@ -27,11 +27,8 @@ std::shared_ptr<records::cChoices> Options::InsuranceTypes() const {
   std::unique_ptr<tables::Connection> connection;
   std::unique_ptr<tables::Recordset> recordset;
   try {
-    connection = tables_.MakeConnection();
-    connection->set_connection_string(support::ConnectionString(DataPath()));
-    connection->set_cursor_location(tables::CursorLocation::kClient);
-    connection->set_mode(tables::ConnectMode::kRead);
-    connection->Open();
+    connection = support::OpenConnection(tables_, DataPath(), tables::CursorLocation::kClient,
+                                         tables::ConnectMode::kRead);
     const std::wstring location = support::GetCompanyNumber(platform_.profile_files, INIFile());
     recordset = connection->Execute(BusinessTypeQuery(location));
     for (; !recordset->eof(); recordset->MoveNext()) {

@@ -62,11 +62,8 @@ bool Options::WOInvoiceNumAdjust(bool same_number) {
   std::unique_ptr<tables::Connection> connection;
   std::unique_ptr<tables::Recordset> rows;
   try {
-    connection = tables_.MakeConnection();
-    connection->set_connection_string(support::ConnectionString(DataPath()));
-    connection->set_cursor_location(tables::CursorLocation::kServer);
-    connection->set_mode(tables::ConnectMode::kReadWrite);
-    connection->Open();
+    connection = support::OpenConnection(tables_, DataPath(), tables::CursorLocation::kServer,
+                                         tables::ConnectMode::kReadWrite);
     rows = tables_.MakeRecordset();
     rows->Open(L"SELECT * FROM Numbers WHERE Location = " +
                    support::GetCompanyNumber(platform_.profile_files, INIFile()),

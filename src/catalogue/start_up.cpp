@@ -1,6 +1,5 @@
 // Finding and checking the data folder, the table and the INI files.
 #include <algorithm>
-#include <optional>
 
 #include "base/error.h"
 #include "catalogue/Options.h"
@@ -16,15 +15,6 @@ bool CanOpenForWrite(platform::Files& files, std::wstring path) {
   if (path.empty()) return false;
   std::erase(path, L'\'');
   return files.Open(path, platform::FileAccess::kWrite, platform::FileShare::kReadWrite).ok();
-}
-
-// Whether a directory listing of the name as it stands shows a file.
-bool IsListed(platform::Files& files, const std::wstring& name) {
-  const auto listing = files.Enumerate(name);
-  if (!listing.ok()) return false;
-  while (const std::optional<platform::FolderEntry> entry = listing.value()->Next())
-    if (!entry->is_folder) return true;
-  return false;
 }
 
 }  // namespace
@@ -83,7 +73,7 @@ std::wstring Options::INIFile() const {
 
 void Options::SetINIFile(const std::wstring& name) {
   // A bare name is looked for in the current folder here, and by the system's file search later.
-  if (!name.empty() && !IsListed(platform_.files, name))
+  if (!name.empty() && !support::IsListed(platform_.files, name))
     throw Error(error_number::kFileNotFound,
                 platform_.session.HostExecutableName() + L":SetINIFile", L"File not found");
   location_.local_ini_name = name;

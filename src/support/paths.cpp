@@ -1,5 +1,7 @@
 #include "support/paths.h"
 
+#include <optional>
+
 #include "base/text.h"
 
 namespace tdefault::support {
@@ -34,6 +36,14 @@ bool FileExists(platform::Files& files, const std::wstring& path) {
   if (path.empty()) return false;
   const auto opened = files.Open(path, platform::FileAccess::kRead, platform::FileShare::kRead);
   return opened.ok() || opened.code() == platform::system_code::kSharingViolation;
+}
+
+bool IsListed(platform::Files& files, const std::wstring& name) {
+  const auto listing = files.Enumerate(name);
+  if (!listing.ok()) return false;
+  while (const std::optional<platform::FolderEntry> entry = listing.value()->Next())
+    if (!entry->is_folder) return true;
+  return false;
 }
 
 bool FolderExists(platform::Files& files, const std::wstring& path) {

@@ -26,6 +26,9 @@ enum class WithoutBackslash { kPathItself, kEmpty };
 // A file that another process holds open exists too. Empty text does not.
 [[nodiscard]] bool FileExists(platform::Files& files, const std::wstring& path);
 
+// Whether a directory listing of the name as it stands shows a file.
+[[nodiscard]] bool IsListed(platform::Files& files, const std::wstring& name);
+
 // A folder exists when it has any entry ("." counts). Empty text does not.
 [[nodiscard]] bool FolderExists(platform::Files& files, const std::wstring& path);
 

@@ -28,6 +28,19 @@ std::wstring ConnectionString(std::wstring_view data_path) {
   return ReplaceIgnoringCase(kTemplate, L"%DataPath%", data_path);
 }
 
+std::unique_ptr<tables::Connection> OpenConnection(tables::TableAccess& tables,
+                                                   std::wstring_view data_path,
+                                                   tables::CursorLocation cursors,
+                                                   tables::ConnectMode mode) {
+  std::unique_ptr<tables::Connection> connection = tables.MakeConnection();
+  connection->set_connection_string(ConnectionString(data_path));
+  connection->set_cursor_location(cursors);
+  // Behind the string, which names a mode of its own.
+  connection->set_mode(mode);
+  connection->Open();
+  return connection;
+}
+
 void CloseRecordset(std::unique_ptr<tables::Connection>& connection,
                     std::unique_ptr<tables::Recordset>& recordset) {
   if (recordset) {

@@ -211,22 +211,3 @@ TEST_CASE("a missing data folder is asked about, and any answer fails without an
     CHECK(!reports);
   }
 }
-
-TEST_CASE("members of a later version fail cleanly and say so") {
-  const Apartment apartment;
-  const Shop shop;
-  const LateBound options(OpenShop(shop).Get());
-  const std::wstring file = shop.local_ini();
-  const auto check = [&](const wchar_t* name, const std::vector<Variant>& arguments) {
-    const Outcome outcome = options.Try(name, arguments);
-    INFO(Utf8(name));
-    CHECK(outcome.error == E_NOTIMPL);
-    CHECK(outcome.description.find("not implemented") != std::string::npos);
-  };
-  check(L"CommentFile", Arguments(file.c_str()));
-  check(L"ClearIniComments", Arguments(file.c_str()));
-  check(L"RemoveIniComment", Arguments(file.c_str(), L"x"));
-  check(L"CommentINIKey", Arguments(L"x"));
-  check(L"SectionKeyExists", Arguments(L"x", L"y", true));
-  check(L"DeleteOption", Arguments(L"x"));
-}

@@ -203,28 +203,3 @@ TEST_CASE("file version 1.3.0.1 is shown as 1.3.1") {
   CHECK(catalogue::VersionText(1, 3, 1) == L"1.3.1");
   CHECK(catalogue::VersionText(10, 0, 257) == L"10.0.257");
 }
-
-TEST_CASE("operations that this version lacks say so and change nothing") {
-  Shop shop;
-  LoadTwo(shop);
-  const auto files = shop.machine.AllFiles();
-  std::wstring record_id = L"kept";
-  const std::vector<std::pair<std::wstring, std::optional<Error>>> outcomes = {
-      {L":CommentFile", ErrorOf([&] { return shop.options.CommentFile(kLocalIni); })},
-      {L":ClearIniComments", ErrorOf([&] { return shop.options.ClearIniComments(kLocalIni); })},
-      {L":RemoveIniComment",
-       ErrorOf([&] { return shop.options.RemoveIniComment(kLocalIni, L"x"); })},
-      {L":CommentINIKey", ErrorOf([&] { return shop.options.CommentINIKey(L"abc-1"); })},
-      {L":SectionKeyExists",
-       ErrorOf([&] { return shop.options.SectionKeyExists(L"S", L"k", false, record_id); })},
-      {L":DeleteOption", ErrorOf([&] { return shop.options.DeleteOption(L"abc-1"); })}};
-  for (const auto& [source, error] : outcomes) {
-    REQUIRE(error);
-    CHECK(error->number() == error_number::kNotImplemented);
-    CHECK(error->source() == source);
-    CHECK(error->description().find(L"is not implemented in this version") != std::wstring::npos);
-  }
-  CHECK(record_id == L"kept");
-  CHECK(shop.machine.AllFiles() == files);
-  CHECK(shop.options.Count() == 2);
-}

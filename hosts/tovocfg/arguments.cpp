@@ -2,7 +2,9 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <sstream>
+#include <utility>
 
 namespace tovocfg {
 
@@ -12,6 +14,9 @@ constexpr const char* kFooter =
     "Exit codes: 0 done, 1 error reported by the library, 2 wrong arguments, 3 value refused,\n"
     "4 no such option, 5 data folder or INI file not found, 6 library not found.\n"
     "'tovocfg COMMAND --help' explains a command and gives an example.";
+
+constexpr const char* kCommandNames =
+    "list, get, set, exists, delete, comment, uncomment, disable, reports, where or check";
 
 // The parser takes a word in square brackets for a list and splits it at its commas, and swallows
 // two plus signs as the end of a command. A character that nobody types keeps such words as they
@@ -32,6 +37,8 @@ void RemoveGuards(Request& request) {
   RemoveGuards(request.section);
   RemoveGuards(request.table);
   RemoveGuards(request.layout);
+  RemoveGuards(request.file);
+  if (request.comment) RemoveGuards(*request.comment);
   for (std::string& word : request.words) RemoveGuards(word);
 }
 
@@ -100,6 +107,69 @@ void AddSet(CLI::App& app, Request& request) {
       "The previous files are kept beside the new ones with the ending .old.");
 }
 
+void AddOptionName(CLI::App& command, Request& request) {
+  command.add_option("option", request.words, "SECTION KEY, or the option's ID")
+      ->required()
+      ->type_name("WORDS")
+      ->expected(1, 2);
+  AddScope(command, request);
+}
+
+void AddDefinitions(CLI::App& app, Request& request) {
+  CLI::App* exists = app.add_subcommand("exists", "Tells whether there is a definition");
+  exists->add_option("key", request.words, "SECTION KEY, as the table DEFAULTS has them")
+      ->required()
+      ->type_name("WORDS")
+      ->expected(1, 2);
+  AddScope(*exists, request);
+  exists->group("Commands");
+  exists->footer(
+      "Example:\n"
+      "  tovocfg exists Tax Rate1\n\n"
+      "Shows file and ID of each. Exit code 4 when there is none.");
+  CLI::App* remove = app.add_subcommand("delete", "Deletes an option's definition and its key");
+  AddOptionName(*remove, request);
+  remove->add_flag("--dry-run", request.dry_run, "Shows what would be deleted");
+  remove->group("Commands");
+  remove->footer(
+      "Example:\n"
+      "  tovocfg delete ShopSupplies Percent --dry-run\n\n"
+      "The definition goes for all sites; key and comment go from the INI file in use here. The\n"
+      "last key of a section takes its section along.");
+}
+
+void AddComments(CLI::App& app, Request& request) {
+  CLI::App* comment = app.add_subcommand("comment", "Writes what options mean into INI files");
+  comment->add_option("file", request.file, "INI file, instead of both that are in use")
+      ->type_name("FILE");
+  AddScope(*comment, request);
+  comment->group("Commands");
+  comment->footer(
+      "Example:\n"
+      "  tovocfg comment --local\n\n"
+      "Above each key stands its definition's comment then. Lines that are neither section, key\n"
+      "nor comment are dropped.");
+  CLI::App* uncomment = app.add_subcommand("uncomment", "Removes comments from INI files");
+  uncomment->add_option("file", request.file, "INI file, instead of both that are in use")
+      ->type_name("FILE");
+  uncomment->add_flag("--all", request.all_comments, "Every comment, disabled keys included");
+  uncomment->add_option("--text", request.comment, "Only comments of exactly this text")
+      ->type_name("TEXT");
+  AddScope(*uncomment, request);
+  uncomment->group("Commands");
+  uncomment->footer(
+      "Examples:\n"
+      "  tovocfg uncomment --text \"First tax rate.\"\n"
+      "  tovocfg uncomment C:\\SHOP\\TOVO.INI --all");
+  CLI::App* disable = app.add_subcommand("disable", "Makes a comment of an option's key");
+  AddOptionName(*disable, request);
+  disable->group("Commands");
+  disable->footer(
+      "Example:\n"
+      "  tovocfg disable Tax Rate2\n\n"
+      "The line stays in the file behind a semicolon, below one that says who did it and when.");
+}
+
 void AddReports(CLI::App& app, Request& request) {
   CLI::App* reports = app.add_subcommand("reports", "Shows the invoice layouts, or chooses one");
   reports->add_flag("--json", request.json, "Writes JSON");
@@ -151,31 +221,68 @@ ParsedArguments Refused(std::string text) {
   return parsed;
 }
 
-ParsedArguments Checked(const CLI::App& app, Request request) {
-  if (app.got_subcommand("list")) request.command = Command::kList;
-  if (app.got_subcommand("get")) request.command = Command::kGet;
-  if (app.got_subcommand("set")) request.command = Command::kSet;
-  if (app.got_subcommand("reports")) {
-    const bool use = app.get_subcommand("reports")->got_subcommand("use");
-    request.command = use ? Command::kUseReport : Command::kReports;
-    if (use && request.layout.empty())
-      return Refused("reports use: name the layout by its code or its name");
+Command CommandOf(const CLI::App& app) {
+  constexpr std::array<std::pair<const char*, Command>, 11> kCommands = {
+      {{"list", Command::kList},
+       {"get", Command::kGet},
+       {"set", Command::kSet},
+       {"exists", Command::kExists},
+       {"delete", Command::kDelete},
+       {"disable", Command::kDisable},
+       {"comment", Command::kComment},
+       {"uncomment", Command::kUncomment},
+       {"reports", Command::kReports},
+       {"where", Command::kWhere},
+       {"check", Command::kCheck}}};
+  for (const auto& [name, command] : kCommands)
+    if (app.got_subcommand(name)) return command;
+  return Command::kNone;
+}
+
+// What the words of a command lack; empty when nothing does.
+std::string WhatIsMissing(const Request& request) {
+  const std::size_t words = request.words.size();
+  switch (request.command) {
+    case Command::kGet:
+      if (words == 0)
+        return "get: name the option by SECTION KEY or by its ID, for example: get Tax Rate1";
+      break;
+    case Command::kSet:
+      if (words == 0 || words % 3 != 0)
+        return "set: changes are given as SECTION KEY VALUE, three words each; found " +
+               (words == 0 ? "none" : std::to_string(words) + (words == 1 ? " word" : " words")) +
+               ".\nPut a value with blanks in quotation marks.";
+      break;
+    case Command::kExists:
+      if (words != 2)
+        return "exists: name the definition by SECTION KEY, for example: exists Tax Rate1";
+      break;
+    case Command::kDelete:
+    case Command::kDisable:
+      if (words == 0) return "name the option by SECTION KEY or by its ID";
+      break;
+    case Command::kUncomment:
+      if (request.all_comments == request.comment.has_value())
+        return "uncomment: say either --all, for every comment, or --text, for those of one text";
+      break;
+    case Command::kUseReport:
+      if (request.layout.empty()) return "reports use: name the layout by its code or its name";
+      break;
+    default:
+      break;
   }
-  if (app.got_subcommand("where")) request.command = Command::kWhere;
-  if (app.got_subcommand("check")) request.command = Command::kCheck;
+  return {};
+}
+
+ParsedArguments Checked(const CLI::App& app, Request request) {
+  request.command = CommandOf(app);
   if (request.command == Command::kNone)
-    return Refused("name a command: list, get, set, reports, where or check; --help explains them");
+    return Refused(std::string("name a command: ") + kCommandNames + "; --help explains them");
+  if (request.command == Command::kReports && app.get_subcommand("reports")->got_subcommand("use"))
+    request.command = Command::kUseReport;
   if (request.local_only && request.global_only)
     return Refused("--local and --global exclude each other");
-  const std::size_t words = request.words.size();
-  if (request.command == Command::kGet && words == 0)
-    return Refused("get: name the option by SECTION KEY or by its ID, for example: get Tax Rate1");
-  if (request.command == Command::kSet && (words == 0 || words % 3 != 0)) {
-    return Refused(
-        "set: changes are given as SECTION KEY VALUE, three words each; found " +
-        (words == 0 ? "none" : std::to_string(words) + (words == 1 ? " word" : " words")) +
-        ".\nPut a value with blanks in quotation marks.");
-  }
+  if (const std::string missing = WhatIsMissing(request); !missing.empty()) return Refused(missing);
   ParsedArguments parsed;
   parsed.request = std::move(request);
   return parsed;
@@ -195,8 +302,8 @@ ParsedArguments Ended(const CLI::App& app, const CLI::ParseError& error, const R
   }
   const std::vector<std::string> left = app.remaining();
   if (app.get_subcommands().empty() && !left.empty() && !left.front().starts_with('-'))
-    return Refused("there is no command " + left.front() +
-                   "; use list, get, set, reports, where or check; --help explains them");
+    return Refused("there is no command " + left.front() + "; use " + kCommandNames +
+                   "; --help explains them");
   return Refused(problems.str());
 }
 
@@ -224,6 +331,8 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   AddList(app, request);
   AddGet(app, request);
   AddSet(app, request);
+  AddDefinitions(app, request);
+  AddComments(app, request);
   AddReports(app, request);
   AddWhere(app, request);
   AddCheck(app, request);

@@ -1,6 +1,7 @@
 // The command line of tovocfg.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,21 @@ enum class ExitCode {
   kNoLibrary = 6,
 };
 
-enum class Command { kNone, kList, kGet, kSet, kReports, kUseReport, kWhere, kCheck };
+enum class Command {
+  kNone,
+  kList,
+  kGet,
+  kSet,
+  kExists,
+  kDelete,
+  kDisable,
+  kComment,
+  kUncomment,
+  kReports,
+  kUseReport,
+  kWhere,
+  kCheck,
+};
 
 struct Request {
   Command command = Command::kNone;
@@ -28,12 +43,15 @@ struct Request {
   bool json = false;
   bool dry_run = false;
   bool hide_prices = false;
+  bool all_comments = false;           // of uncomment
+  std::optional<std::string> comment;  // of uncomment: the text of the comments to remove
   bool local_only = false;
   bool global_only = false;
   std::string section;             // of list; empty for all
   std::string table;               // of check; empty for all
   std::string layout;              // of reports use
-  std::vector<std::string> words;  // of get and set
+  std::string file;                // of comment and uncomment; empty for the INI files in use
+  std::vector<std::string> words;  // of get, set, exists, delete and disable
 };
 
 struct ParsedArguments {

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "tovocfg/checks.h"
+#include "tovocfg/comment_commands.h"
+#include "tovocfg/definition_commands.h"
 #include "tovocfg/library.h"
 #include "tovocfg/output.h"
 #include "tovocfg/paths.h"
@@ -37,9 +39,7 @@ ExitCode List(const Request& request) {
 
 ExitCode Get(const Request& request) {
   const Session session(request);
-  const Option& option = request.words.size() == 1
-                             ? session.Find(request.words[0])
-                             : session.Find(request.words[0], request.words[1], request);
+  const Option& option = session.Named(request);
   std::cout << (request.json ? OptionToJson(option, session.where())
                              : FormatDetails(option, session.where()));
   return ExitCode::kOk;
@@ -166,6 +166,16 @@ ExitCode RunCommand(const Request& request) {
       return Get(request);
     case Command::kSet:
       return Set(request);
+    case Command::kExists:
+      return Exists(request);
+    case Command::kDelete:
+      return Delete(request);
+    case Command::kDisable:
+      return Disable(request);
+    case Command::kComment:
+      return CommentFiles(request);
+    case Command::kUncomment:
+      return UncommentFiles(request);
     case Command::kReports:
       return ListReports(request);
     case Command::kUseReport:

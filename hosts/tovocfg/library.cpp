@@ -84,6 +84,14 @@ Number NumberFrom(Interface* object, HRESULT (STDMETHODCALLTYPE Interface::*memb
   return number;
 }
 
+// Calls a member that tells whether something was done.
+template <typename Call>
+bool Answer(const Call& call) {
+  VARIANT_BOOL done = VARIANT_FALSE;
+  Check(call(&done));
+  return done != VARIANT_FALSE;
+}
+
 VARIANT Position(long position) {
   VARIANT index;
   VariantInit(&index);
@@ -307,6 +315,46 @@ void Library::UseLayout(const std::string& code, bool show_prices, const std::st
   Check(ReportsOf(objects_->options.Get())
             ->SaveReports(Bstr(code).get(), &prices, file.Receive(), &told_nothing));
 }
+
+std::optional<std::string> Library::FindDefinition(const std::string& section,
+                                                   const std::string& key, bool local_ini) {
+  Bstr id;
+  VARIANT_BOOL exists = VARIANT_FALSE;
+  Check(objects_->options->SectionKeyExists(Bstr(section).get(), Bstr(key).get(),
+                                            local_ini ? VARIANT_TRUE : VARIANT_FALSE, id.Receive(),
+                                            &exists));
+  if (exists == VARIANT_FALSE) return std::nullopt;
+  return id.Text();
+}
+
+bool Library::DeleteOption(const std::string& id) {
+  return Answer(
+      [&](VARIANT_BOOL* done) { return objects_->options->DeleteOption(Bstr(id).get(), done); });
+}
+
+bool Library::CommentFile(const std::string& file) {
+  return Answer(
+      [&](VARIANT_BOOL* done) { return objects_->options->CommentFile(Bstr(file).get(), done); });
+}
+
+bool Library::ClearComments(const std::string& file) {
+  return Answer([&](VARIANT_BOOL* done) {
+    return objects_->options->ClearIniComments(Bstr(file).get(), done);
+  });
+}
+
+bool Library::RemoveComment(const std::string& file, const std::string& comment) {
+  return Answer([&](VARIANT_BOOL* done) {
+    return objects_->options->RemoveIniComment(Bstr(file).get(), Bstr(comment).get(), done);
+  });
+}
+
+bool Library::CommentKey(const std::string& id) {
+  return Answer(
+      [&](VARIANT_BOOL* done) { return objects_->options->CommentINIKey(Bstr(id).get(), done); });
+}
+
+void Library::Refresh() { Check(objects_->options->Refresh()); }
 
 void Library::SetNewValue(const std::string& id, const std::string& value) {
   const Bstr text(id);

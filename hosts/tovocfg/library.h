@@ -68,6 +68,18 @@ class Library {
   // Writes the choice; whether that went well, only reading it again tells.
   void UseLayout(const std::string& code, bool show_prices, const std::string& ini_file);
 
+  // The ID of the definition; absent when there is none.
+  [[nodiscard]] std::optional<std::string> FindDefinition(const std::string& section,
+                                                          const std::string& key, bool local_ini);
+  // These give what the library tells: whether the operation was done.
+  bool DeleteOption(const std::string& id);
+  bool CommentFile(const std::string& file);
+  bool ClearComments(const std::string& file);
+  bool RemoveComment(const std::string& file, const std::string& comment);
+  bool CommentKey(const std::string& id);
+  // Reads the options again.
+  void Refresh();
+
   void SetNewValue(const std::string& id, const std::string& value);
   // Throws only what is raised before anything is written.
   SaveOutcome Save();

@@ -95,4 +95,9 @@ const Option& Session::Find(const std::string& section, const std::string& key,
 
 const Option& Session::Find(const std::string& id) const { return Found(FindById(options_, id)); }
 
+const Option& Session::Named(const Request& request) const {
+  return request.words.size() == 1 ? Find(request.words[0])
+                                   : Find(request.words[0], request.words[1], request);
+}
+
 }  // namespace tovocfg

@@ -44,6 +44,8 @@ class Session {
   [[nodiscard]] const Option& Find(const std::string& section, const std::string& key,
                                    const Request& request) const;
   [[nodiscard]] const Option& Find(const std::string& id) const;
+  // By the words of the request: section and key, or the ID.
+  [[nodiscard]] const Option& Named(const Request& request) const;
 
  private:
   std::unique_ptr<Library> library_;

@@ -48,6 +48,10 @@ WINE = ["bash", "-c", 'root=$1; shift; . "$root/scripts/wine-environment.sh"; ex
 WINE_NOISE = re.compile("wine32 is missing|multiarch needs|apt-get install wine32|"
                         "dpkg --add-architecture|^$")
 
+# Who disabled a key, and when.
+MARKER = re.compile(r"(was commented by ).*( on )\d\d-\d\d-\d{4}( at )\d\d:\d\d:\d\d$")
+MARKED = r"\1{user}\2{day}\3{time}"
+
 ASSEMBLY = """<?xml version="1.0" encoding="UTF-8"?>
 <assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0">
   <assemblyIdentity type="win32" name="TovoDefaults" version="1.0.0.0" processorArchitecture="amd64"/>
@@ -154,7 +158,7 @@ class Machine:
             after = comparable(self.read(f"{part}/{base}.INI"))
             for line in difflib.unified_diff(before, after, n=0, lineterm=""):
                 if not line.startswith(("---", "+++", "@@")):
-                    lines.append(f"{base}.INI {line}")
+                    lines.append(f"{base}.INI {MARKER.sub(MARKED, line)}")
         return lines or ["no change"]
 
     def previous(self):

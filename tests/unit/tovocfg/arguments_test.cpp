@@ -57,10 +57,51 @@ TEST_CASE("get and set without words say what belongs there") {
 
 TEST_CASE("an unknown command is named and answered with the commands there are") {
   CHECK(ParseArguments({"frobnicate", "x"}).text ==
-        "there is no command frobnicate; use list, get, set, reports, where or check; --help "
-        "explains them");
+        "there is no command frobnicate; use list, get, set, exists, delete, comment, uncomment, "
+        "disable, reports, where or check; --help explains them");
   CHECK(ParseArguments({"--frobnicate"}).text.find("not expected: --frobnicate") !=
         std::string::npos);
+}
+
+TEST_CASE("commands about one option take section and key, or the ID alone") {
+  for (const auto& [word, command] :
+       {std::pair("get", Command::kGet), std::pair("delete", Command::kDelete),
+        std::pair("disable", Command::kDisable)}) {
+    CAPTURE(word);
+    const ParsedArguments by_key = ParseArguments({word, "Tax", "[Rate]"});
+    CHECK(by_key.request.command == command);
+    CHECK(by_key.request.words == std::vector<std::string>{"Tax", "[Rate]"});
+    CHECK(ParseArguments({word, "AAAA"}).request.words == std::vector<std::string>{"AAAA"});
+    CHECK(ParseArguments({word}).exit_code == ExitCode::kUsage);
+    CHECK(ParseArguments({word, "a", "b", "c"}).exit_code == ExitCode::kUsage);
+  }
+  CHECK(ParseArguments({"exists", "Tax", "Rate1"}).request.command == Command::kExists);
+  CHECK(ParseArguments({"exists", "Tax"}).text ==
+        "exists: name the definition by SECTION KEY, for example: exists Tax Rate1");
+  CHECK(ParseArguments({"delete", "Tax", "Rate1", "--dry-run"}).request.dry_run);
+}
+
+TEST_CASE("uncomment says which comments go, all or those of one text") {
+  const ParsedArguments all = ParseArguments({"uncomment", "C:\\A.INI", "--all"});
+  CHECK(all.request.command == Command::kUncomment);
+  CHECK(all.request.file == "C:\\A.INI");
+  CHECK(all.request.all_comments);
+  CHECK_FALSE(all.request.comment);
+  CHECK(ParseArguments({"uncomment", "--text", ""}).request.comment == "");
+  CHECK(ParseArguments({"uncomment", "--text", "[x]"}).request.comment == "[x]");
+  CHECK(ParseArguments({"uncomment"}).exit_code == ExitCode::kUsage);
+  CHECK(ParseArguments({"uncomment", "--all", "--text", "x"}).exit_code == ExitCode::kUsage);
+  CHECK(ParseArguments({"comment", "--local"}).request.local_only);
+}
+
+TEST_CASE("reports shows the layouts, reports use takes one") {
+  CHECK(ParseArguments({"reports", "--json"}).request.command == Command::kReports);
+  const ParsedArguments use = ParseArguments({"reports", "use", "INV2", "--hide-prices"});
+  CHECK(use.request.command == Command::kUseReport);
+  CHECK(use.request.layout == "INV2");
+  CHECK(use.request.hide_prices);
+  CHECK(ParseArguments({"reports", "use"}).text ==
+        "reports use: name the layout by its code or its name");
 }
 
 TEST_CASE("set with an incomplete change is a wrong use that says what is missing") {

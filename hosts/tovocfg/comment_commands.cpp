@@ -1,0 +1,65 @@
+#include "tovocfg/comment_commands.h"
+
+#include <functional>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "tovocfg/paths.h"
+#include "tovocfg/session.h"
+
+namespace tovocfg {
+
+namespace {
+
+// The file that was named, or those in use.
+std::vector<std::string> FilesOf(const Request& request, const Session& session) {
+  std::vector<std::string> files;
+  if (!request.file.empty()) {
+    files.push_back(FullPath(request.file));
+  } else {
+    const Scope scope = ScopeOf(request);
+    if (scope != Scope::kGlobal && !session.where().local_ini.empty())
+      files.push_back(session.where().local_ini);
+    if (scope != Scope::kLocal) files.push_back(session.where().global_ini);
+  }
+  if (files.empty())
+    throw Stop{ExitCode::kFolderNotFound,
+               "there is no TOVO.INI on the search path; name one with --ini"};
+  for (const std::string& file : files)
+    if (!IsFile(file)) throw Stop{ExitCode::kFolderNotFound, "there is no file " + file};
+  return files;
+}
+
+ExitCode Rewrite(const std::vector<std::string>& files, const char* done,
+                 const std::function<bool(const std::string& file)>& rewrite) {
+  ExitCode exit_code = ExitCode::kOk;
+  for (const std::string& file : files) {
+    if (rewrite(file)) {
+      std::cout << done << file << "\n";
+    } else {
+      std::cerr << "tovocfg: " << file << " could not be rewritten and is as before; see whether "
+                << "you may write to it and whether another program has it open\n";
+      exit_code = ExitCode::kLibraryError;
+    }
+  }
+  return exit_code;
+}
+
+}  // namespace
+
+ExitCode CommentFiles(const Request& request) {
+  const Session session(request);
+  return Rewrite(FilesOf(request, session), "Comments written into ",
+                 [&](const std::string& file) { return session.library().CommentFile(file); });
+}
+
+ExitCode UncommentFiles(const Request& request) {
+  const Session session(request);
+  return Rewrite(FilesOf(request, session), "Comments removed from ", [&](const std::string& file) {
+    if (request.comment) return session.library().RemoveComment(file, *request.comment);
+    return session.library().ClearComments(file);
+  });
+}
+
+}  // namespace tovocfg

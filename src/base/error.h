@@ -29,8 +29,6 @@ inline constexpr std::int32_t kLoadFailed = kObjectError + 1;
 inline constexpr std::int32_t kTableNotWritable = kObjectError + 3;
 inline constexpr std::int32_t kNoIdentifier = kObjectError + 4;
 
-inline constexpr std::int32_t kNotImplemented = static_cast<std::int32_t>(0x80004001);
-
 // Data access: the codes an OLE DB provider gives.
 inline constexpr std::int32_t kTableDamaged = static_cast<std::int32_t>(0x80004005);
 inline constexpr std::int32_t kNoPermission = static_cast<std::int32_t>(0x80040E09);

@@ -16,7 +16,7 @@ build() {
 }
 
 build native-release read_table change_table
-build win64 read_table change_table open_catalogue comment_file
+build win64 read_table change_table open_catalogue comment_file save_catalogue
 
 /usr/bin/python3 bench/compare.py build/bench
 
@@ -34,6 +34,15 @@ plain rd     share of reading the table and memo file once, plainly
 bare(ms)     the same profile reads in a bare loop; plain(ms): the plain read
 ratio        opening / (bare loop + plain read)
 own(us/def)  opening without its profile reads, per definition; growth: beside the smallest folder
+END
+
+echo
+echo "== Saving the sample shop with 150 and 1,500 definitions (under Wine)"
+scripts/wine.sh build/win64/bench/save_catalogue.exe "$windows_root\\150" "$windows_root\\1500" | tr -d '\r'
+cat <<'END'
+
+save(ms)     all options, from Save to the event Modified
+bare(ms)     the same profile writes in a bare loop; ratio: save / bare
 END
 
 echo

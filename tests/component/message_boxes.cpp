@@ -60,7 +60,6 @@ void BoxCloser::Close(HWND box) {
   SeenBox& noted = seen_.emplace_back();
   noted.title = WindowText(box);
   noted.text = WindowText(GetDlgItem(box, kTextControl));
-  noted.in_front = GetForegroundWindow() == box;
   EnumChildWindows(box, NoteControl, reinterpret_cast<LPARAM>(&noted));
   std::sort(noted.buttons.begin(), noted.buttons.end());
   PostMessageW(box, WM_COMMAND, IDOK, 0);

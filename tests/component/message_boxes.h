@@ -15,7 +15,6 @@ struct SeenBox {
   std::string text;
   std::vector<int> buttons;  // IDOK and so on, in ascending order
   bool has_icon = false;
-  bool in_front = false;
 };
 
 // Closes boxes with OK.

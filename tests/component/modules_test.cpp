@@ -85,7 +85,6 @@ TEST_CASE(
   CHECK(run.boxes[0].title == "component_test");
   CHECK(run.boxes[0].buttons == std::vector<int>{IDOK});
   CHECK_FALSE(run.boxes[0].has_icon);
-  CHECK(run.boxes[0].in_front);
 }
 
 TEST_CASE("a module that fails with a text is told with it") {

@@ -109,9 +109,8 @@ std::string Differences(const Session& session, const std::vector<Change>& chang
 }
 
 void ReportNotSaved(const SaveOutcome& outcome) {
-  if (outcome.error)
-    std::cerr << FormatError(*outcome.error);
-  else
+  // An error has been told when it came.
+  if (!outcome.error)
     std::cerr << "tovocfg: the library could not write a value or finish what goes with it\n";
   std::cerr << "  Nothing was saved; the INI files are as before.\n";
 }

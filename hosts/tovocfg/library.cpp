@@ -226,6 +226,7 @@ void Library::Objects::Listen() {
   };
   listener.dll_error = [this](long number, const std::wstring& description) {
     outcome.error = ErrorReport{static_cast<std::int32_t>(number), "", ToUtf8(description)};
+    std::cerr << FormatError(*outcome.error);
   };
   // The pointer takes over the reference that the sink starts with. Attach is meant for this, but
   // in some compilers' wrl/client.h it adds a reference, and the sink would never be deleted.

@@ -111,8 +111,13 @@ constexpr std::array<Hint, 5> kHints = {{
     {"-2147221501", "Take off the write protection, or ask for access."},
 }};
 
-std::string HintFor(std::int32_t number) {
-  const std::string shown = ErrorNumber(number);
+std::string HintFor(const ErrorReport& error) {
+  // A missing file that is none of the shop's.
+  if (error.description.find("kit update program") != std::string::npos)
+    return "Install it, or correct or delete the registry key HKEY_CURRENT_USER\\Software\\VB and "
+           "VBA "
+           "Program Settings\\Tovo\\Modules\\KitProgram.";
+  const std::string shown = ErrorNumber(error.number);
   for (const Hint& hint : kHints)
     if (shown == hint.number) return hint.text;
   return {};
@@ -242,7 +247,7 @@ std::string FormatError(const ErrorReport& error) {
   if (!error.source.empty()) out += " from " + error.source;
   out += "\n";
   for (const std::string& line : Lines(error.description)) out += "  " + Trimmed(line) + "\n";
-  const std::string hint = HintFor(error.number);
+  const std::string hint = HintFor(error);
   return hint.empty() ? out : out + "  Hint: " + hint + "\n";
 }
 

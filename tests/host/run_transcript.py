@@ -22,6 +22,8 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     copy NAME TARGET      copies a file or folder within the copy
     replace FILE OLD NEW  replaces a text in a file of the copy
     NAME=VALUE COMMAND    any of these with an environment variable set
+    kit NAME VALUE        a value of the kit program's registration, until the transcript ends
+    show FILE             the lines of a file of the copy
     hold FILE             opens a file so that nobody else may, until the transcript ends
 
 --update writes what came back into the transcript instead of comparing.
@@ -47,6 +49,8 @@ WINE = ["bash", "-c", 'root=$1; shift; . "$root/scripts/wine-environment.sh"; ex
 # What a machine without 32-bit Wine says at every start.
 WINE_NOISE = re.compile("wine32 is missing|multiarch needs|apt-get install wine32|"
                         "dpkg --add-architecture|^$")
+
+KIT_KEY = "HKCU\\Software\\VB and VBA Program Settings\\Tovo\\Modules\\KitProgram"
 
 # Who disabled a key, and when.
 MARKER = re.compile(r"(was commented by ).*( on )\d\d-\d\d-\d{4}( at )\d\d:\d\d:\d\d$")
@@ -83,6 +87,7 @@ class Machine:
         self.folder = os.path.join(prefix, "drive_c", "host-tests", name)
         self.here = "C:\\host-tests\\" + name
         self.holders = []
+        self.kit_registered = False
         self.remembered = None
         shutil.rmtree(self.folder, ignore_errors=True)
         for part in ("data", "workstation"):
@@ -95,7 +100,8 @@ class Machine:
         """The script host finds the library through manifests, so nothing is registered."""
         programs = os.path.join(self.folder, "programs")
         os.makedirs(programs)
-        for name in ("tdefault.dll", "tovocfg.exe", "tests/host/hold_file.exe"):
+        for name in ("tdefault.dll", "tovocfg.exe", "tests/host/hold_file.exe",
+                     "tests/programs/record_run.exe"):
             shutil.copy(os.path.join(build, name), programs)
         shutil.copy(os.path.join(prefix, "drive_c", "windows", "system32", "cscript.exe"), programs)
         for name in ("options.vbs", "options.js"):
@@ -216,7 +222,16 @@ class Machine:
         answer = holder.stdout.readline()
         assert answer.strip() == b"held", f"{name} could not be held: {answer!r}"
 
+    def kit(self, name, value):
+        self.kit_registered = True
+        self.run_program(["reg", "add", KIT_KEY, "/v", name, "/d", value, "/f"])
+
+    def show(self, name):
+        return text_lines(self.read(name), "utf-8")
+
     def end(self):
+        if self.kit_registered:
+            self.run_program(["reg", "delete", KIT_KEY, "/f"])
         for holder in self.holders:
             holder.stdin.close()
             holder.wait(TIMEOUT_SECONDS)

@@ -197,6 +197,10 @@ TEST_CASE("errors show number, source, description and what to do") {
   CHECK(FormatError({-2147467259, "Load", "damaged"}) ==
         "tovocfg: error -2147467259 (0x80004005) from Load\n"
         "  damaged\n");
+  CHECK(FormatError({53, "", "The specified kit update program, 'x.exe' was not found"})
+            .ends_with("  Hint: Install it, or correct or delete the registry key "
+                       "HKEY_CURRENT_USER\\Software\\VB and VBA Program "
+                       "Settings\\Tovo\\Modules\\KitProgram.\n"));
   CHECK(FormatError({7, "", "text"}) == "tovocfg: error 7\n  text\n");
 }
 

@@ -39,7 +39,7 @@ ExitCode Exists(const Request& request) {
 
 ExitCode Delete(const Request& request) {
   const Session session(request);
-  const Option option = session.Named(request);
+  const Option& option = session.Named(request);
   std::cout << Title(option) << " (" << FileWord(option) << ", " << option.id << ")\n";
   if (request.dry_run) {
     std::cout << "Dry run: nothing was deleted.\n";
@@ -63,7 +63,7 @@ ExitCode Delete(const Request& request) {
 
 ExitCode Disable(const Request& request) {
   const Session session(request);
-  const Option option = session.Named(request);
+  const Option& option = session.Named(request);
   const std::string& file = FileOf(option, session);
   if (!IsSet(option)) {
     std::cout << Title(option) << " is not set; nothing was changed.\n";

@@ -43,7 +43,7 @@ PYTHON
 
 kind=${script##*.}
 cat "$folder/expect.$kind" "$script" >"$work/test.$kind"
-boxes=$(sed -n "s/^' BOX /BOX /p" "$script")
+boxes=$(tr -d '\r' <"$script" | sed -n "s/^' BOX /BOX /p")
 output=$(timeout 120 "$emulator" ${boxes:+"$close_boxes"} cscript //nologo \
   "Z:${work//\//\\}\\test.$kind" "Z:${work//\//\\}" | tr -d '\r')
 echo "$output"

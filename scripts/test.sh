@@ -49,8 +49,8 @@ build() {
   return 1
 }
 
-# Makes the prefix and begins the session with one program alone: of two that did so at the same time
-# one was seen not to start.
+# Makes the prefix and begins the session with one program alone: of two that do so at the same time
+# one may not start.
 start_wine() {
   local attempt
   for attempt in 1 2 3; do

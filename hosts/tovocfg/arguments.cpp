@@ -15,8 +15,28 @@ constexpr const char* kFooter =
     "4 no such option, 5 data folder or INI file not found, 6 library not found.\n"
     "'tovocfg COMMAND --help' explains a command and gives an example.";
 
-constexpr const char* kCommandNames =
-    "list, get, set, exists, delete, comment, uncomment, disable, reports, where or check";
+constexpr std::array<std::pair<const char*, Command>, 11> kCommands = {
+    {{"list", Command::kList},
+     {"get", Command::kGet},
+     {"set", Command::kSet},
+     {"exists", Command::kExists},
+     {"delete", Command::kDelete},
+     {"comment", Command::kComment},
+     {"uncomment", Command::kUncomment},
+     {"disable", Command::kDisable},
+     {"reports", Command::kReports},
+     {"where", Command::kWhere},
+     {"check", Command::kCheck}}};
+
+// "list, get ... or check".
+std::string CommandNames() {
+  std::string names;
+  for (std::size_t i = 0; i < kCommands.size(); ++i) {
+    if (i > 0) names += i + 1 == kCommands.size() ? " or " : ", ";
+    names += kCommands[i].first;
+  }
+  return names;
+}
 
 // The parser takes a word in square brackets for a list and splits it at its commas, and swallows
 // two plus signs as the end of a command. A character that nobody types keeps such words as they
@@ -222,18 +242,6 @@ ParsedArguments Refused(std::string text) {
 }
 
 Command CommandOf(const CLI::App& app) {
-  constexpr std::array<std::pair<const char*, Command>, 11> kCommands = {
-      {{"list", Command::kList},
-       {"get", Command::kGet},
-       {"set", Command::kSet},
-       {"exists", Command::kExists},
-       {"delete", Command::kDelete},
-       {"disable", Command::kDisable},
-       {"comment", Command::kComment},
-       {"uncomment", Command::kUncomment},
-       {"reports", Command::kReports},
-       {"where", Command::kWhere},
-       {"check", Command::kCheck}}};
   for (const auto& [name, command] : kCommands)
     if (app.got_subcommand(name)) return command;
   return Command::kNone;
@@ -277,7 +285,7 @@ std::string WhatIsMissing(const Request& request) {
 ParsedArguments Checked(const CLI::App& app, Request request) {
   request.command = CommandOf(app);
   if (request.command == Command::kNone)
-    return Refused(std::string("name a command: ") + kCommandNames + "; --help explains them");
+    return Refused("name a command: " + CommandNames() + "; --help explains them");
   if (request.command == Command::kReports && app.get_subcommand("reports")->got_subcommand("use"))
     request.command = Command::kUseReport;
   if (request.local_only && request.global_only)
@@ -302,7 +310,7 @@ ParsedArguments Ended(const CLI::App& app, const CLI::ParseError& error, const R
   }
   const std::vector<std::string> left = app.remaining();
   if (app.get_subcommands().empty() && !left.empty() && !left.front().starts_with('-'))
-    return Refused("there is no command " + left.front() + "; use " + kCommandNames +
+    return Refused("there is no command " + left.front() + "; use " + CommandNames() +
                    "; --help explains them");
   return Refused(problems.str());
 }

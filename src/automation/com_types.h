@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <new>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -71,6 +72,11 @@ class ComPtr {
  private:
   Interface* object_ = nullptr;
 };
+
+// A null BSTR is empty text here, too.
+[[nodiscard]] inline std::wstring TextOf(BSTR text) {
+  return text == nullptr ? std::wstring() : std::wstring(text, SysStringLen(text));
+}
 
 // A BSTR of our own. A null BSTR is empty text, as everywhere in automation.
 class Bstr {

@@ -8,10 +8,6 @@
 
 namespace tdefault::automation {
 
-[[nodiscard]] inline std::wstring TextOf(BSTR text) {
-  return text == nullptr ? std::wstring() : std::wstring(text, SysStringLen(text));
-}
-
 // 0x80004005 for example.
 [[nodiscard]] inline std::wstring Hexadecimal(HRESULT result) {
   std::wstring text = L"0x";

@@ -69,10 +69,6 @@ Value PlainValue(const VARIANT& value, const std::wstring& source) {
 
 }  // namespace
 
-std::wstring ToText(BSTR text) {
-  return text == nullptr ? std::wstring() : std::wstring(text, SysStringLen(text));
-}
-
 Error MissingReference() {
   return {E_POINTER, L"TovoDefaults",
           L"An argument that is passed by reference is a null pointer."};

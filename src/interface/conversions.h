@@ -13,7 +13,7 @@
 
 namespace tdefault::automation {
 
-[[nodiscard]] std::wstring ToText(BSTR text);
+[[nodiscard]] inline std::wstring ToText(BSTR text) { return TextOf(text); }
 [[nodiscard]] Error MissingReference();
 [[nodiscard]] inline bool ToBool(VARIANT_BOOL value) noexcept { return value != VARIANT_FALSE; }
 

@@ -11,8 +11,8 @@
 
 #include "base/error.h"
 #include "catalogue/processing_modules.h"
+#include "faults/watched_shop.h"
 #include "integration/kit_rows.h"
-#include "integration/sample_shop.h"
 #include "tables/foxpro/table_check.h"
 
 using namespace tdefault;
@@ -84,7 +84,7 @@ Lines CountersOf(SampleShop& shop) {
 }
 
 // A shop about to be saved.
-class BusyShop : public SampleShop {
+class BusyShop : public WatchedShop {
  public:
   BusyShop() {
     machine.PutFile(kShopLocalIni, kLocal);
@@ -109,25 +109,8 @@ class BusyShop : public SampleShop {
     Find(L"OPTIONS", L"KITCHOICE")->SetNewValue(L"2");
     Find(L"OPTIONS", L"QuoteValidDays")->SetNewValue(L"45");
     Find(L"WorkOrders", L"MAKEWOANDINVOICESAMENUMBER")->SetNewValue(L"True");
-    first_call = machine.call_count() + 1;
-    tables.calls.count = 0;
-    host.when_modified = [this] {
-      last_call = machine.call_count();
-      last_table_call = tables.calls.count;
-    };
-  }
-
-  // Loading again may fail, when the save has its outcome.
-  bool Save() {
-    try {
-      return options.Save();
-    } catch (const Error&) {
-      return true;
-    }
-  }
-
-  [[nodiscard]] std::string Content(const std::wstring& path) const {
-    return machine.Contents(path).value_or("(missing)");
+    BeginWatching();
+    host.when_modified = [this] { EndWatching(); };
   }
 
   // Every row is as before or as a step of the save left it, and the tables are sound.
@@ -159,14 +142,6 @@ class BusyShop : public SampleShop {
     if (saved) CHECK(Content(kGlobalOld) == kGlobal);
   }
 
-  void CheckNothingLeft() const {
-    CHECK(machine.open_handles() == 0);
-    CHECK(tables.calls.open_connections == 0);
-    CHECK(tables.calls.open_recordsets == 0);
-    for (const std::wstring& path : machine.AllFiles())
-      CHECK(path.find(L".tmp") == std::wstring::npos);
-  }
-
   void CheckOutcome(bool saved, bool local_found = true) {
     CheckTables(saved);
     CheckFiles(saved, local_found);
@@ -189,10 +164,6 @@ class BusyShop : public SampleShop {
   Modules modules{host.log};
   KitRows kits;
   Lines counters;
-  std::size_t first_call = 0;
-  // Of the save, behind which it loads again.
-  std::size_t last_call = 0;
-  std::size_t last_table_call = 0;
 };
 
 }  // namespace

@@ -122,6 +122,8 @@ SystemResult<std::wstring> FolderFiles::CreateUnique(const std::wstring& /*folde
   return kRefused;
 }
 
+SystemResult<std::wstring> FolderFiles::CurrentFolder() { return kRefused; }
+
 SystemResult<std::wstring> FolderFiles::TemporaryFolder() { return kRefused; }
 
 SystemResult<std::wstring> FolderFiles::Locate(const std::wstring& /*name*/,

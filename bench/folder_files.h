@@ -26,6 +26,7 @@ class FolderFiles final : public platform::Files {
   platform::SystemStatus ClearReadOnly(const std::wstring& path) override;
   platform::SystemResult<std::wstring> CreateUnique(const std::wstring& folder,
                                                     const std::wstring& prefix) override;
+  platform::SystemResult<std::wstring> CurrentFolder() override;
   platform::SystemResult<std::wstring> TemporaryFolder() override;
   platform::SystemResult<std::wstring> Locate(const std::wstring& name,
                                               std::uint32_t capacity) override;

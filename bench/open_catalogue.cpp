@@ -119,7 +119,7 @@ Measurement Measure(platform::win32::Win32Platform& windows, const std::wstring&
   TimedProfileFiles timed(real.profile_files);
   platform::Platform platform{timed,         real.files,       real.session,
                               real.clock,    real.guid_source, real.dialogs,
-                              real.registry, real.processes};
+                              real.registry, real.processes,   real.drives};
   support::LocationState location;
   const auto tables = tables::MakeTableAccess(platform);
   Measurement best;

@@ -94,8 +94,9 @@ Measurement Measure(platform::win32::Win32Platform& windows, const std::wstring&
                     int repetitions) {
   const platform::Platform& real = windows.platform();
   RecordingProfileFiles recording(real.profile_files);
-  platform::Platform platform{recording,        real.files,   real.session,  real.clock,
-                              real.guid_source, real.dialogs, real.registry, real.processes};
+  platform::Platform platform{recording,     real.files,       real.session,
+                              real.clock,    real.guid_source, real.dialogs,
+                              real.registry, real.processes,   real.drives};
   support::LocationState location;
   location.data_path = folder;
   location.local_ini_name = folder + L"\\TOVO.INI";

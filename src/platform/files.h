@@ -106,6 +106,10 @@ class Files {
   virtual SystemResult<std::wstring> CreateUnique(const std::wstring& folder,
                                                   const std::wstring& prefix) = 0;
 
+  // The process's current folder, without a trailing backslash but that of a root. Fails with 206
+  // when that has 260 characters or more.
+  virtual SystemResult<std::wstring> CurrentFolder() = 0;
+
   // The user's folder for temporary files, with its trailing backslash. Fails with 206 when that
   // has 260 characters or more.
   virtual SystemResult<std::wstring> TemporaryFolder() = 0;

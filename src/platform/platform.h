@@ -4,6 +4,7 @@
 
 #include "platform/clock.h"
 #include "platform/dialogs.h"
+#include "platform/drives.h"
 #include "platform/files.h"
 #include "platform/guid_source.h"
 #include "platform/processes.h"
@@ -23,6 +24,7 @@ struct Platform {
   Dialogs& dialogs;
   Registry& registry;
   Processes& processes;
+  Drives& drives;
 };
 
 }  // namespace tdefault::platform

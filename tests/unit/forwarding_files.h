@@ -37,6 +37,7 @@ class ForwardingFiles : public platform::Files {
                                                     const std::wstring& prefix) override {
     return files_.CreateUnique(folder, prefix);
   }
+  platform::SystemResult<std::wstring> CurrentFolder() override { return files_.CurrentFolder(); }
   platform::SystemResult<std::wstring> TemporaryFolder() override {
     return files_.TemporaryFolder();
   }

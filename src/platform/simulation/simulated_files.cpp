@@ -263,6 +263,11 @@ SystemResult<std::wstring> SimulatedFiles::CreateUnique(const std::wstring& fold
   }
 }
 
+SystemResult<std::wstring> SimulatedFiles::CurrentFolder() {
+  if (const auto code = world_.calls.Begin("CurrentFolder")) return SystemStatus(*code);
+  return world_.current_folder;
+}
+
 SystemResult<std::wstring> SimulatedFiles::TemporaryFolder() {
   if (const auto code = world_.calls.Begin("TemporaryFolder")) return SystemStatus(*code);
   std::wstring folder = world_.windows_folder;

@@ -19,6 +19,7 @@ class SimulatedFiles final : public Files {
   SystemStatus ClearReadOnly(const std::wstring& path) override;
   SystemResult<std::wstring> CreateUnique(const std::wstring& folder,
                                           const std::wstring& prefix) override;
+  SystemResult<std::wstring> CurrentFolder() override;
   SystemResult<std::wstring> TemporaryFolder() override;
   SystemResult<std::wstring> Locate(const std::wstring& name, std::uint32_t capacity) override;
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/simulation/path_rules.h"
+#include "platform/simulation/simulated_drives.h"
 #include "platform/simulation/simulated_files.h"
 #include "platform/simulation/simulated_processes.h"
 #include "platform/simulation/simulated_profile_files.h"
@@ -54,7 +55,9 @@ struct Simulation::Ports {
         dialogs(world),
         registry(world),
         processes(world),
-        platform{profile_files, files, session, clock, guid_source, dialogs, registry, processes} {}
+        drives(world),
+        platform{profile_files, files,    session,   clock, guid_source,
+                 dialogs,       registry, processes, drives} {}
 
   SimulatedProfileFiles profile_files;
   SimulatedFiles files;
@@ -64,6 +67,7 @@ struct Simulation::Ports {
   SimulatedDialogs dialogs;
   SimulatedRegistry registry;
   SimulatedProcesses processes;
+  SimulatedDrives drives;
   Platform platform;
 };
 
@@ -196,6 +200,17 @@ void Simulation::SetSystemMessage(std::uint32_t code, const std::optional<std::w
 void Simulation::SetHost(const std::wstring& executable_name, const std::wstring& title) {
   world_.host_executable_name = executable_name;
   world_.host_title = title;
+}
+
+void Simulation::SetDrive(const std::wstring& root, DriveKind kind) {
+  if (root.size() != 3 || !root.ends_with(L":\\")) {
+    throw std::invalid_argument("not the root of a drive: " + ToUtf8(root));
+  }
+  world_.drive_kinds[root] = kind;
+}
+
+void Simulation::AddConnection(const std::wstring& local_name, const std::wstring& remote_name) {
+  world_.connections.push_back({local_name, remote_name});
 }
 
 void Simulation::Answer(MessageAnswer answer) { world_.answers.push_back(answer); }

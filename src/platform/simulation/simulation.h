@@ -99,6 +99,13 @@ class Simulation {
   void SetSystemMessage(std::uint32_t code, const std::optional<std::wstring>& message);
   void SetHost(const std::wstring& executable_name, const std::wstring& title);
 
+  // A drive of that kind, with or without a disk in it; kNoRoot takes it away again. The drives of
+  // folders that were made are fixed ones until they are given another kind. A root is a letter, a
+  // colon and a backslash.
+  void SetDrive(const std::wstring& root, DriveKind kind);
+  // A network resource that is connected from now on, under a local name or (empty) without one.
+  void AddConnection(const std::wstring& local_name, const std::wstring& remote_name);
+
   // --- Scripts and records ------------------------------------------------------------------
 
   // The answer to the next question that has none yet. A question without an answer is not shown:
@@ -137,8 +144,9 @@ class Simulation {
   // Today. A call told to fail has no effect and reports the code, in the way its port has:
   // ReadEntry gives the fallback, ReadSection no text, WriteEntry 0, Next the end, an operation
   // with an optional result its absence, HostTitle the executable name, Pause the code, Unlock 158,
-  // Tell shows no box, ProcessPendingMessages nothing at all. A failing Copy has written the first
-  // half of its target. AnsiCodePage and HostExecutableName count, but cannot fail.
+  // Tell shows no box, Roots gives none, KindOf the unknown kind, ProcessPendingMessages nothing at
+  // all. A failing Copy has written the first half of its target. AnsiCodePage and
+  // HostExecutableName count, but cannot fail.
 
   // The call of that number fails, once; may be given for several numbers.
   void FailCall(std::size_t number, std::uint32_t code);
@@ -162,7 +170,8 @@ class Simulation {
 
   [[nodiscard]] std::size_t call_count() const noexcept;
   [[nodiscard]] const std::vector<RecordedCall>& calls() const noexcept;
-  // Files, enumerations, registry keys and processes that the process has open.
+  // Files, enumerations (of folders and of connections), registry keys and processes that the
+  // process has open.
   [[nodiscard]] std::size_t open_handles() const noexcept;
 
  private:

@@ -16,6 +16,7 @@
 #include "base/text.h"
 #include "platform/clock.h"
 #include "platform/dialogs.h"
+#include "platform/drives.h"
 #include "platform/guid_source.h"
 #include "platform/session.h"
 #include "platform/simulation/call_log.h"
@@ -73,6 +74,10 @@ struct World {
   std::vector<StartedProgram> started_programs;
   std::function<void(const StartedProgram&)> during_program;
   std::uint32_t program_exit_code = 0;
+
+  // Of roots that stand here; every other drive of the disk is a fixed one.
+  std::map<std::wstring, DriveKind, LessIgnoringCase> drive_kinds;
+  std::vector<NetworkConnection> connections;
 
   std::uint64_t random_state = 0;
   std::deque<Guid> next_guids;

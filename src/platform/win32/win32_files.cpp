@@ -307,6 +307,14 @@ SystemResult<std::wstring> Win32Files::CreateUnique(const std::wstring& folder,
   return Wide(name.data());
 }
 
+SystemResult<std::wstring> Win32Files::CurrentFolder() {
+  std::array<char, MAX_PATH> folder{};
+  const DWORD count = GetCurrentDirectoryA(MAX_PATH, folder.data());
+  if (count == 0) return LastFailure();
+  if (count >= MAX_PATH) return SystemStatus(system_code::kNameTooLong);
+  return Wide(std::string_view(folder.data(), count));
+}
+
 SystemResult<std::wstring> Win32Files::TemporaryFolder() {
   std::array<char, MAX_PATH + 1> folder{};
   const DWORD count = GetTempPathA(MAX_PATH, folder.data());

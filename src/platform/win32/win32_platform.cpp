@@ -1,5 +1,6 @@
 #include "platform/win32/win32_platform.h"
 
+#include "platform/win32/win32_drives.h"
 #include "platform/win32/win32_files.h"
 #include "platform/win32/win32_processes.h"
 #include "platform/win32/win32_profile_files.h"
@@ -17,8 +18,9 @@ struct Win32Platform::Ports {
   Win32Dialogs dialogs;
   Win32Registry registry;
   Win32Processes processes;
-  Platform platform{profile_files, files,   session,  clock,
-                    guid_source,   dialogs, registry, processes};
+  Win32Drives drives;
+  Platform platform{profile_files, files,    session,   clock, guid_source,
+                    dialogs,       registry, processes, drives};
 };
 
 Win32Platform::Win32Platform() : ports_(std::make_unique<Ports>()) {}

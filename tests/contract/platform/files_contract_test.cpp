@@ -491,6 +491,18 @@ TEST_CASE_TEMPLATE("a unique name in a missing folder fails with 267 and makes n
   CHECK(Listed(fixture, L"*") == Names{L"a.txt"});
 }
 
+TEST_CASE_TEMPLATE("the current folder has a backslash behind it only where it is a root", Fixture,
+                   PLATFORM_FIXTURES) {
+  Fixture fixture;
+  const auto folder = fixture.platform().files.CurrentFolder();
+  REQUIRE(folder.ok());
+  CHECK(tdefault::EqualIgnoringCase(folder.value(), fixture.folder()));
+  fixture.EnterFolder(L"C:\\");
+  const auto root = fixture.platform().files.CurrentFolder();
+  REQUIRE(root.ok());
+  CHECK(root.value() == L"C:\\");
+}
+
 TEST_CASE_TEMPLATE("the folder for temporary files comes from TMP, then TEMP, with a backslash",
                    Fixture, PLATFORM_FIXTURES) {
   Fixture fixture;

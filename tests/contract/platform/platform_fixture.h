@@ -19,7 +19,8 @@
 
 namespace tdefault::platform {
 
-// Each fixture has: platform(); folder(), an empty folder of its own that is the current folder;
+// Each fixture has: platform(); folder(), an empty folder of its own that is the current folder
+// until EnterFolder names another one;
 // windows_folder(), program_folder(); set-up and inspection of files; Hold, which opens a file as
 // another process would; AddProgram, which makes a program that writes its command line into the
 // file of its own name with ".txt" behind it and answers 42; registry_path(), a key below the
@@ -39,6 +40,7 @@ class SimulationFixture {
   void PutFile(const std::wstring& path, std::string_view bytes) { machine_.PutFile(path, bytes); }
   void AddFolder(const std::wstring& path) { machine_.AddFolder(path); }
   void RemoveFile(const std::wstring& path) { machine_.RemoveFile(path); }
+  void EnterFolder(const std::wstring& path) { machine_.SetCurrentFolder(path); }
   std::optional<std::string> Contents(const std::wstring& path) { return machine_.Contents(path); }
   void SetReadOnly(const std::wstring& path) { machine_.SetReadOnly(path); }
   bool IsReadOnly(const std::wstring& path) { return machine_.IsReadOnly(path); }

@@ -219,6 +219,46 @@ TEST_CASE("operations with an optional result fail with its absence") {
   CHECK(machine.pauses().empty());
 }
 
+TEST_CASE("drives that are set are listed with those of the disk until they have no root") {
+  Simulation machine;
+  machine.AddFolder(L"d:\\shop");
+  machine.SetDrive(L"a:\\", DriveKind::kRemovable);
+  Drives& drives = machine.platform().drives;
+  CHECK(drives.Roots() == std::vector<std::wstring>{L"A:\\", L"C:\\", L"D:\\"});
+  CHECK(drives.KindOf(L"A:\\") == DriveKind::kRemovable);
+  CHECK(drives.KindOf(L"D:\\") == DriveKind::kFixed);
+  machine.SetDrive(L"D:\\", DriveKind::kNoRoot);
+  CHECK(drives.Roots() == std::vector<std::wstring>{L"A:\\", L"C:\\"});
+  CHECK(drives.KindOf(L"D:\\") == DriveKind::kNoRoot);
+  CHECK_THROWS_AS(machine.SetDrive(L"D:", DriveKind::kFixed), std::invalid_argument);
+}
+
+TEST_CASE("drives and connections fail on demand, and an open enumeration is counted") {
+  Simulation machine;
+  machine.AddConnection(L"N:", L"\\\\server\\shop");
+  Drives& drives = machine.platform().drives;
+  machine.FailNext("Roots", 5);
+  CHECK(drives.Roots().empty());
+  machine.FailNext("KindOf", 5);
+  CHECK(drives.KindOf(L"C:\\") == DriveKind::kUnknown);
+  machine.FailNext("ConnectedResources", 1222);
+  CHECK(drives.ConnectedResources().code() == 1222);
+  CHECK(machine.open_handles() == 0);
+  {
+    const auto connections = drives.ConnectedResources();
+    REQUIRE(connections.ok());
+    CHECK(machine.open_handles() == 1);
+    machine.FailNext("Read", system_code::kMoreData);
+    CHECK(connections.value()->Read(1, 100).code() == system_code::kMoreData);
+    const auto read = connections.value()->Read(1, 100);
+    REQUIRE(read.ok());
+    REQUIRE(read.value().size() == 1);
+    CHECK(read.value().front().remote_name == L"\\\\server\\shop");
+    CHECK(connections.value()->Read(1, 100).value().empty());
+  }
+  CHECK(machine.open_handles() == 0);
+}
+
 TEST_CASE("a failing enumeration ends early") {
   Simulation machine;
   machine.PutFile(L"a.txt", "");

@@ -98,6 +98,10 @@ void Win32Fixture::PutFile(const std::wstring& path, std::string_view bytes) {
 
 void Win32Fixture::AddFolder(const std::wstring& path) { fs::create_directories(path); }
 
+void Win32Fixture::EnterFolder(const std::wstring& path) {
+  Require(SetCurrentDirectoryW(path.c_str()), "entering a folder");
+}
+
 void Win32Fixture::RemoveFile(const std::wstring& path) {
   Require(DeleteFileW(path.c_str()), "deleting a file");
 }

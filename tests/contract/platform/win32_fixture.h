@@ -45,6 +45,7 @@ class Win32Fixture {
   void PutFile(const std::wstring& path, std::string_view bytes);
   void AddFolder(const std::wstring& path);
   void RemoveFile(const std::wstring& path);
+  static void EnterFolder(const std::wstring& path);
   std::optional<std::string> Contents(const std::wstring& path);
   void SetReadOnly(const std::wstring& path);
   bool IsReadOnly(const std::wstring& path);

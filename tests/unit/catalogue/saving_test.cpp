@@ -528,7 +528,8 @@ TEST_CASE("a file path too short to name its previous version is an overflow and
   platform::Platform& machine = shop.machine.platform();
   platform::Platform rooted{
       machine.profile_files, files,           machine.session,  machine.clock,
-      machine.guid_source,   machine.dialogs, machine.registry, machine.processes};
+      machine.guid_source,   machine.dialogs, machine.registry, machine.processes,
+      machine.drives};
   catalogue::Options options(rooted, shop.tables, shop.location);
   options.ListenTo(&shop.host);
   options.SetDataPath(L"C:\\SHOP");
@@ -578,7 +579,7 @@ TEST_CASE("a catalogue that is loaded again in the middle of its save writes wha
   platform::Platform& machine = shop.machine.platform();
   platform::Platform reloading{profile_files,    machine.files,       machine.session,
                                machine.clock,    machine.guid_source, machine.dialogs,
-                               machine.registry, machine.processes};
+                               machine.registry, machine.processes,   machine.drives};
   catalogue::Options options(reloading, shop.tables, shop.location);
   REQUIRE(options.Initialize());
   for (std::int32_t i = 1; i <= 4; ++i) options.Item(i)->SetNewValue(L"new");

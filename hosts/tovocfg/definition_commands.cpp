@@ -5,8 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "platform/win32/win32_platform.h"
+#include "tovocfg/key_check.h"
 #include "tovocfg/option.h"
 #include "tovocfg/session.h"
+#include "tovocfg/wide_text.h"
 
 namespace tovocfg {
 
@@ -14,6 +17,32 @@ namespace {
 
 const std::string& FileOf(const Option& option, const Session& session) {
   return option.local_ini ? session.where().local_ini : session.where().global_ini;
+}
+
+KeyState LookForKeyOf(const Option& option, const std::string& file) {
+  tdefault::platform::win32::Win32Platform system;
+  return LookForKey(system.platform(), ToWide(file), ToWide(option.section), ToWide(option.key));
+}
+
+// Tells what became of the file that the deleted option's key stood in.
+ExitCode TellDeletion(const Option& option, const std::string& file, KeyState before) {
+  const KeyState now = LookForKeyOf(option, file);
+  std::cout << "Deleted the definition"
+            << (now != KeyState::kAbsent       ? ""
+                : before == KeyState::kPresent ? ", and the key from " + file
+                                               : "; its key is not in " + file)
+            << "\n";
+  if (now == KeyState::kAbsent) return ExitCode::kOk;
+  std::cerr << "tovocfg: "
+            << (now == KeyState::kPresent
+                    ? "its key is still in " + file +
+                          "; see whether you may write to it, whether another program has it open, "
+                          "and whether the key stands there twice, then delete the line "
+                    : file +
+                          " cannot be read, so its key is still there if it was; see whether "
+                          "another program has the file open, then delete the line ")
+            << option.key << "=... of section " << option.section << " in an editor\n";
+  return ExitCode::kLibraryError;
 }
 
 }  // namespace
@@ -45,14 +74,14 @@ ExitCode Delete(const Request& request) {
     std::cout << "Dry run: nothing was deleted.\n";
     return ExitCode::kOk;
   }
-  if (session.library().DeleteOption(option.id)) {
-    std::cout << "Deleted the definition, and the key from " << FileOf(option, session) << "\n";
-    return ExitCode::kOk;
-  }
+  const std::string& file = FileOf(option, session);
+  const KeyState before = LookForKeyOf(option, file);
+  if (session.library().DeleteOption(option.id)) return TellDeletion(option, file, before);
   const std::vector<Option> now = session.library().Options();
   if (FindById(now, option.id).option == nullptr) {
-    std::cerr << "tovocfg: the definition is deleted, but not all that goes with it; see what "
-              << FileOf(option, session) << " holds\n";
+    std::cerr << "tovocfg: the definition is deleted, but the options could not be read again; its "
+                 "key stays in "
+              << file << "\n";
   } else {
     std::cerr
         << "tovocfg: the definition was not deleted; see with 'tovocfg check defaults' whether "

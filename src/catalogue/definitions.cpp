@@ -9,9 +9,7 @@
 #include "catalogue/ini_comments.h"
 #include "catalogue/sql_text.h"
 #include "support/locations.h"
-#include "support/paths.h"
 #include "support/session.h"
-#include "support/system_errors.h"
 #include "support/table_connection.h"
 
 namespace tdefault::catalogue {
@@ -43,37 +41,43 @@ std::wstring InsertStatement(const records::INIOption& option) {
          L"')";
 }
 
-// The number of live keys of a section; absent when the file is not there. Throws when it cannot be
-// read, because a section that cannot be read looks like one without keys, and such a one goes as a
+// The number of live keys of a section; absent when the file is not there or cannot be read,
+// because a section that cannot be read looks like one without keys, and such a one goes as a
 // whole. For that reason, too, the file is kept open meanwhile, so that nobody takes it for
 // himself, and a section without keys is looked at twice.
 std::optional<std::int16_t> CountKeys(platform::Platform& platform, const std::wstring& file,
                                       const std::wstring& section) {
-  if (!support::IsListed(platform.files, file)) return std::nullopt;
   const auto held =
-      platform.files.Open(file, platform::FileAccess::kRead, platform::FileShare::kRead);
-  if (!held.ok())
-    throw support::FileFailure(platform.session, held.code(), L":DeleteOption",
-                               L"The file '" + file + L"' could not be read");
+      platform.files.Open(file, platform::FileAccess::kRead, platform::FileShare::kReadWrite);
+  if (!held.ok()) return std::nullopt;
   const std::int16_t count = CountSectionKeys(platform.profile_files, file, section);
   return count > 0 ? count : CountSectionKeys(platform.profile_files, file, section);
 }
 
+// Whether there is a copy that a removal which breaks off can be undone from, or else the file can
+// be written at least: where it cannot, nothing is to be removed anyway.
+bool IsPrepared(platform::Files& files, IniBackup& backup) {
+  try {
+    backup.Copy();
+    return true;
+  } catch (const Error&) {
+    return files
+        .Open(backup.path(), platform::FileAccess::kReadWrite, platform::FileShare::kReadWrite)
+        .ok();
+  }
+}
+
 // Removes a key, or without one the whole section; false when the system does not. It writes in
 // place, and a write that breaks off leaves the file torn: then a copy puts it back, which the end
-// of the process leaves beside it.
+// of the process leaves beside it. So does a failure of putting it back.
 bool RemoveFromFile(platform::Platform& platform, const std::wstring& file,
                     const std::wstring& section, const std::optional<std::wstring>& key) {
   IniBackup backup(platform, file);
-  backup.Copy();
-  if (platform.profile_files.WriteEntry(section, key, std::nullopt, file) != 0) {
-    // A copy that cannot be deleted is left over: the key is gone.
-    static_cast<void>(backup.Restore());
-    return true;
-  }
-  backup.MarkChanged();
-  if (const std::optional<Error> failure = backup.Restore()) throw *failure;
-  return false;
+  if (!IsPrepared(platform.files, backup)) return false;
+  const bool removed = platform.profile_files.WriteEntry(section, key, std::nullopt, file) != 0;
+  if (!removed) backup.MarkChanged();
+  static_cast<void>(backup.Restore());
+  return removed;
 }
 
 }  // namespace
@@ -147,6 +151,7 @@ bool Options::DeleteOption(const std::wstring& id) {
     if (!definition) return false;
     // The catalogue before the file: where it cannot be loaded, the value is still there.
     const bool loaded = InitOptCollection();
+    // The definition is gone, whatever becomes of the file.
     RemoveEntry(*definition);
     return loaded;
   } catch (const Error&) {

@@ -24,7 +24,8 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     NAME=VALUE COMMAND    any of these with an environment variable set
     kit NAME VALUE        a value of the kit program's registration, until the transcript ends
     show FILE             the lines of a file of the copy
-    hold FILE             opens a file so that nobody else may, until the transcript ends
+    hold FILE [read]      opens a file so that nobody else may, or only for reading, until released
+    release               closes the files that are held; the transcript's end does so too
 
 --update writes what came back into the transcript instead of comparing.
 """
@@ -213,14 +214,20 @@ class Machine:
         changed = {path for path in before.keys() | now.keys() if before.get(path) != now.get(path)}
         return [f"changed: {os.path.basename(path)}" for path in sorted(changed)] or ["as before"]
 
-    def hold(self, name):
+    def hold(self, name, *how):
         holder = subprocess.Popen(
             [*WINE, self.here + "\\programs\\hold_file.exe",
-             self.here + "\\" + name.replace("/", "\\")],
+             self.here + "\\" + name.replace("/", "\\"), *how],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.holders.append(holder)
         answer = holder.stdout.readline()
         assert answer.strip() == b"held", f"{name} could not be held: {answer!r}"
+
+    def release(self):
+        for holder in self.holders:
+            holder.stdin.close()
+            holder.wait(TIMEOUT_SECONDS)
+        self.holders = []
 
     def kit(self, name, value):
         self.kit_registered = True
@@ -232,9 +239,7 @@ class Machine:
     def end(self):
         if self.kit_registered:
             self.run_program(["reg", "delete", KIT_KEY, "/f"])
-        for holder in self.holders:
-            holder.stdin.close()
-            holder.wait(TIMEOUT_SECONDS)
+        self.release()
         shutil.rmtree(self.folder, ignore_errors=True)
 
     def run(self, command):

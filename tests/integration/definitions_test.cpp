@@ -361,23 +361,120 @@ TEST_CASE("an INI file that may not be written does not undo the deletion") {
 }
 
 TEST_CASE("a file that another program holds keeps the key of a deleted definition") {
-  for (const auto share :
-       {platform::FileShare::kNone, platform::FileShare::kRead, platform::FileShare::kReadWrite})
-    for (const auto access : {platform::FileAccess::kRead, platform::FileAccess::kReadWrite}) {
-      DefinitionShop shop;
-      PutGlobal(shop, "[S]\r\n;about a\r\na=1\r\nb=2\r\n");
-      {
-        const auto held = shop.machine.HoldOpen(kShopGlobalIni, share, access);
-        shop.options.DeleteOption(L"a");
-      }
-      CHECK(Ids(shop).size() == 2);
-      const std::string text = shop.Content(kShopGlobalIni);
-      // Who shares writing as well does not keep the key from going.
-      const bool kept = text == "[S]\r\n;about a\r\na=1\r\nb=2\r\n";
-      const bool removed = text == "[S]\r\n;about a\r\nb=2\r\n";
-      CHECK((share == platform::FileShare::kReadWrite ? kept || removed : kept));
-      CHECK(shop.machine.open_handles() == 0);
+  using platform::FileAccess;
+  using platform::FileShare;
+  const std::string kept = "[S]\r\n;about a\r\na=1\r\nb=2\r\n";
+  struct Case {
+    FileShare share;
+    FileAccess access;
+    bool keeps;
+  };
+  for (const Case& held_as : {Case{FileShare::kNone, FileAccess::kRead, true},
+                              {FileShare::kNone, FileAccess::kReadWrite, true},
+                              {FileShare::kRead, FileAccess::kRead, true},
+                              {FileShare::kRead, FileAccess::kReadWrite, true},
+                              {FileShare::kReadWrite, FileAccess::kRead, false},
+                              {FileShare::kReadWrite, FileAccess::kReadWrite, false}}) {
+    CAPTURE(static_cast<int>(held_as.share));
+    CAPTURE(static_cast<int>(held_as.access));
+    DefinitionShop shop;
+    PutGlobal(shop, kept);
+    {
+      const auto held = shop.machine.HoldOpen(kShopGlobalIni, held_as.share, held_as.access);
+      CHECK(shop.options.DeleteOption(L"a"));
     }
+    CHECK(Ids(shop).size() == 2);
+    CHECK(shop.options.Count() == 2);
+    // Nobody replaces a file that is open, so the comment stays in any case.
+    CHECK(shop.Content(kShopGlobalIni) == (held_as.keeps ? kept : "[S]\r\n;about a\r\nb=2\r\n"));
+    CHECK(shop.machine.ListFolder(kShopFolder).size() == 8);
+    CHECK(shop.machine.open_handles() == 0);
+  }
+}
+
+TEST_CASE("a section whose file another program keeps from being read does not go as empty") {
+  for (const auto share : {platform::FileShare::kNone, platform::FileShare::kRead}) {
+    DefinitionShop shop;
+    PutGlobal(shop, "[S]\r\na=1\r\n[T]\r\nt=2\r\n");
+    {
+      const auto held = shop.machine.HoldOpen(kShopGlobalIni, share);
+      CHECK(shop.options.DeleteOption(L"a"));
+    }
+    CHECK(shop.Content(kShopGlobalIni) == "[S]\r\na=1\r\n[T]\r\nt=2\r\n");
+    CHECK(Ids(shop).size() == 2);
+  }
+}
+
+TEST_CASE("a deleted key goes with its comment although no copy of the file can be made first") {
+  for (const char* operation : {"CreateUnique", "Copy"})
+    for (const auto code :
+         {platform::system_code::kAccessDenied, platform::system_code::kSharingViolation,
+          platform::system_code::kDiskFull}) {
+      CAPTURE(operation);
+      CAPTURE(code);
+      DefinitionShop shop;
+      PutGlobal(shop, "[S]\r\n;about a\r\na=1\r\nb=2\r\n[T]\r\nt=3\r\n");
+      shop.Define(L"t", false, L"T", L"t", L"");
+      shop.machine.FailNext(operation, code);
+      CHECK(shop.options.DeleteOption(L"a"));
+      CHECK(shop.Content(kShopGlobalIni) == "[S]\r\nb=2\r\n[T]\r\nt=3\r\n");
+      shop.machine.FailNext(operation, code);
+      CHECK(shop.options.DeleteOption(L"t"));
+      CHECK(shop.Content(kShopGlobalIni) == "[S]\r\nb=2\r\n");
+      CHECK(shop.machine.ListFolder(kShopFolder).size() == 8);
+    }
+}
+
+TEST_CASE("without a copy a file is not written that may not be written for certain") {
+  DefinitionShop shop;
+  PutGlobal(shop, "[S]\r\na=1\r\nb=2\r\n");
+  shop.machine.SetReadOnly(kShopGlobalIni);
+  shop.machine.FailNext("Copy", platform::system_code::kDiskFull);
+  const std::size_t first = shop.machine.call_count();
+  CHECK(shop.options.DeleteOption(L"a"));
+  for (std::size_t i = first; i < shop.machine.calls().size(); ++i)
+    CHECK(shop.machine.calls()[i].operation != "WriteEntry");
+  CHECK(shop.Content(kShopGlobalIni) == "[S]\r\na=1\r\nb=2\r\n");
+}
+
+TEST_CASE("a deletion succeeds although the system does not remove the key, which then stays") {
+  for (const bool tears : {false, true})
+    for (const wchar_t* id : {L"a", L"t"}) {
+      CAPTURE(tears);
+      CAPTURE(id);
+      DefinitionShop shop;
+      const std::string before = "[S]\r\n;about a\r\na=1\r\nb=2\r\n[T]\r\nt=3\r\n";
+      PutGlobal(shop, before);
+      shop.Define(L"t", false, L"T", L"t", L"");
+      if (tears) shop.machine.TearWrites();
+      shop.machine.FailNext("WriteEntry", platform::system_code::kDiskFull);
+      CHECK(shop.options.DeleteOption(id));
+      CHECK(shop.Content(kShopGlobalIni) == before);
+      CHECK(Ids(shop).size() == 3);
+      CHECK(shop.machine.ListFolder(kShopFolder).size() == 8);
+      CHECK(shop.machine.pauses().empty());
+    }
+}
+
+TEST_CASE("a deleted key goes although its comment cannot be removed, which then stays") {
+  DefinitionShop shop;
+  PutGlobal(shop, "[S]\r\n;about a\r\na=1\r\nb=2\r\n");
+  shop.machine.SetVariable(L"TMP", L"C:\\nowhere");
+  CHECK(shop.options.DeleteOption(L"a"));
+  CHECK(shop.Content(kShopGlobalIni) == "[S]\r\n;about a\r\nb=2\r\n");
+}
+
+TEST_CASE("a definition whose file is not there is deleted and no file is made") {
+  DefinitionShop shop;
+  PutGlobal(shop, "[S]\r\na=1\r\n");
+  shop.Define(L"l", true, L"S", L"l", L"");
+  shop.machine.RemoveFile(kShopGlobalIni);
+  CHECK(shop.options.DeleteOption(L"a"));
+  CHECK_FALSE(shop.machine.Exists(kShopGlobalIni));
+  shop.options.SetDataPath(kShopFolder);
+  shop.machine.RemoveFile(kShopLocalIni);
+  CHECK(shop.options.DeleteOption(L"l"));
+  CHECK_FALSE(shop.machine.Exists(kShopLocalIni));
 }
 
 TEST_CASE("options that are added belong to the catalogue and not to the table") {

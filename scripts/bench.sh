@@ -16,7 +16,7 @@ build() {
 }
 
 build native-release read_table change_table
-build win64 read_table change_table open_catalogue comment_file save_catalogue
+build win64 read_table change_table open_catalogue comment_file save_catalogue search_folders
 
 /usr/bin/python3 bench/compare.py build/bench
 
@@ -55,4 +55,18 @@ cat <<'END'
 comment(ms)  CommentFile on a file without comments, with a definition for almost every key
 clear(ms)    ClearIniComments on what that makes: the rewriting alone; ratio: comment / clear
 us/key       commenting per key; growth: beside the smallest file, 1 or less where time grows with the keys
+END
+
+echo
+echo "== Searching 2,000 and 20,000 folders with 20 files each (under Wine)"
+/usr/bin/python3 bench/make_folders.py build/bench/folders/2000 2000
+/usr/bin/python3 bench/make_folders.py build/bench/folders/20000 20000
+scripts/wine.sh build/win64/bench/search_folders.exe \
+  "$windows_root\\folders\\2000" "$windows_root\\folders\\20000" | tr -d '\r'
+rm -r build/bench/folders
+cat <<'END'
+
+search(ms)   cFileSearch over the whole tree, each folder told; folders/s: in that time
+dir(ms)      cmd /c dir /s /b over the same tree in the same run; ratio: search / dir
+peak(MB)     the most memory of the process so far: it grows with the depth of the folders
 END

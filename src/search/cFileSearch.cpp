@@ -157,6 +157,7 @@ class cFileSearch::Search {
     owner_.RaiseFolderChange(list.working_folder);
     if (owner_.Cancel()) return false;
     Yield();
+    if (IsEndless(list)) return false;
     auto entries = owner_.files_.Enumerate(list.working_folder + L"*.*");
     if (!entries.ok()) return false;
     const bool kept_all = SearchEntries(list, *entries.value());
@@ -169,6 +170,15 @@ class cFileSearch::Search {
     if (!again.ok()) return false;
     list.listed_again = std::move(again).value();
     return true;
+  }
+
+  // Whether the folder is searched already by a list that waits for this one. Only a name that was
+  // taken apart leads there: any other folder is below the one that holds it.
+  [[nodiscard]] bool IsEndless(const FolderList& list) const {
+    return list.pieces.size() > 1 &&
+           std::any_of(lists_.begin(), lists_.end() - 1, [&list](const FolderList& open) {
+             return open.working_folder == list.working_folder;
+           });
   }
 
   // Takes the matches up and keeps the names of the subfolders; whether there was room for all.

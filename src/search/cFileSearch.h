@@ -36,7 +36,8 @@ class cFileSearch {
   // `folder` is a list separated by ";"; empty, it is the current folder and the environment
   // variable "path". An empty piece is the root of the current drive. A folder that cannot be
   // listed ends its list, so the pieces behind it are not searched. A folder below is a list too:
-  // one with a ";" in its name is taken for several.
+  // one with a ";" in its name is taken for several. Should that lead back into a folder whose
+  // subfolders are being searched, which would never end, it counts as one that cannot be listed.
   //
   // In the result every occurrence of `file_name`, in the folders' names too, has a CR LF behind
   // it, and a match that is the first entry of its folder has two: an empty line follows it.

@@ -255,6 +255,22 @@ TEST_CASE("a subfolder whose name holds a semicolon is searched piece by piece")
   CHECK(m.told == Folders{L"D:\\s\\", L"D:\\s\\a\\", L"D:\\s\\a\\", L"b\\", L"D:\\s\\c\\", L""});
 }
 
+TEST_CASE("a name that leads back into a folder being searched ends its list, not the search") {
+  SearchedMachine m;
+  m.Put(L"D:\\s\\;a\\in.txt");
+  m.Put(L"D:\\s\\b\\defaults.dbf");
+  m.Put(L"D:\\s\\defaults.dbf");
+  CHECK(m.All(L"D:\\s") == L"D:\\s\\defaults.dbf\r\nD:\\s\\b\\defaults.dbf");
+  CHECK(m.told == Folders{L"D:\\s\\", L"D:\\s\\", L"D:\\s\\b\\", L""});
+  CHECK(m.machine.open_handles() == 0);
+}
+
+TEST_CASE("a list that names a folder twice searches it twice") {
+  SearchedMachine m;
+  m.Put(L"D:\\s\\a\\defaults.dbf");
+  CHECK(m.All(L"D:\\s;D:\\s") == L"D:\\s\\a\\defaults.dbf\r\nD:\\s\\a\\defaults.dbf");
+}
+
 TEST_CASE("a subfolder that cannot be listed ends only its own list") {
   SearchedMachine m;
   m.Put(L"D:\\s\\a;x\\in.txt");

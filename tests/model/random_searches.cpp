@@ -72,8 +72,8 @@ struct Scenario {
   std::wstring path_variable;
   bool cancelled_before = false;
   std::vector<Action> actions;
-  Question question;
-  Question second;
+  // One search, or another one behind it.
+  std::vector<Question> questions;
 };
 
 const Texts kNames = {L"a",  L"b",   L"c",    L"A;b", L"a;c",          L" a",
@@ -113,14 +113,14 @@ Scenario RandomScenario(std::uint64_t seed) {
     scenario.folders.push_back(random.Of(parents) + L"\\" + random.Of(kNames));
     parents.push_back(scenario.folders.back());
   }
-  scenario.question = RandomQuestion(random, scenario.folders);
+  scenario.questions = {RandomQuestion(random, scenario.folders)};
   for (std::size_t count = random.Below(16); count > 0; --count) {
     const std::wstring& name =
-        random.OneIn(2) ? scenario.question.file_name : random.Of(kFileNames);
+        random.OneIn(2) ? scenario.questions.front().file_name : random.Of(kFileNames);
     if (!name.empty()) scenario.files.push_back(random.Of(parents) + L"\\" + name);
   }
   scenario.path_variable = RandomList(random, scenario.folders);
-  scenario.second = RandomQuestion(random, scenario.folders);
+  if (random.OneIn(3)) scenario.questions.push_back(RandomQuestion(random, scenario.folders));
   scenario.cancelled_before = random.OneIn(30);
   for (std::size_t count = random.Below(3); count > 0; --count) {
     const Deed deed =
@@ -144,7 +144,7 @@ void Build(const Scenario& scenario, Simulation& machine) {
 }
 
 // More than any search of these trees takes that ends.
-constexpr std::size_t kMostSteps = 400;
+constexpr std::size_t kMostSteps = 200;
 
 // What one search told and gave, line by line.
 template <class Search>
@@ -176,7 +176,7 @@ Texts Told(const Scenario& scenario, Simulation& machine) {
   machine.SetDuringMessages([&tell] { tell(L"turn"); });
   search.OnFolderChange([&tell](const std::wstring& folder) { tell(L"folder " + folder); });
   search.SetCancel(scenario.cancelled_before);
-  for (const Question& question : {scenario.question, scenario.second}) {
+  for (const Question& question : scenario.questions) {
     try {
       ask(question);
     } catch (const Error&) {
@@ -199,8 +199,8 @@ void Print(const Scenario& scenario) {
   }
   for (const std::wstring& file : scenario.files) std::cout << "file   " << ToUtf8(file) << "\n";
   std::cout << "path   " << ToUtf8(scenario.path_variable) << "\n"
-            << "search " << Readable(scenario.question) << "\n"
-            << "then   " << Readable(scenario.second) << "\n";
+            << "search ";
+  for (const Question& question : scenario.questions) std::cout << Readable(question) << "\n";
   if (scenario.cancelled_before) std::cout << "cancelled before\n";
   for (const Action& action : scenario.actions) {
     std::cout << "at " << action.at << " deed " << static_cast<int>(action.deed) << " "

@@ -12,6 +12,7 @@
 #include "base/text.h"
 #include "platform/win32/win32_platform.h"
 #include "search/cFileSearch.h"
+#include "search/drives.h"
 
 using namespace tdefault;
 namespace fs = std::filesystem;
@@ -212,4 +213,20 @@ TEST_CASE("Cancel in a search of real folders lets each folder left be told once
   CHECK(real.All(real.folder()).empty());
   CHECK(real.told == Texts{real.folder() + L"\\", real.Path(L"a\\"), real.Path(L"a\\x\\"),
                            real.Path(L"a\\y\\"), real.Path(L"b\\"), real.Path(L"c\\")});
+}
+
+TEST_CASE("the system's drive C is offered as a local hard drive, and drives of no other kind") {
+  platform::win32::Win32Platform windows;
+  platform::Drives& drives = windows.platform().drives;
+  Texts offered;
+  for (const search::DriveRow& row : search::EligibleDrives(drives)) {
+    offered.push_back(row.drive);
+    const platform::DriveKind kind = drives.KindOf(row.drive);
+    CHECK((kind == platform::DriveKind::kFixed || kind == platform::DriveKind::kRemote));
+    if (row.drive != L"C:\\") continue;
+    CHECK(row.image == L"HARDDRIVE");
+    CHECK(row.description == L"Local hard drive C:\\");
+  }
+  CHECK(std::count(offered.begin(), offered.end(), L"C:\\") == 1);
+  CHECK(search::LetterToUNC(drives, L"C:\\") == L"Drive Letter Not Found");
 }

@@ -1,5 +1,6 @@
 // Which parts of installation kits a shop needs by default: what follows a change of that choice.
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "base/date_time.h"
@@ -15,6 +16,12 @@ namespace {
 
 constexpr const wchar_t* kProgramKey =
     L"Software\\VB and VBA Program Settings\\Tovo\\Modules\\KitProgram";
+
+// Compared as a number: "0.0" is equal to 0, and text that is no number is not.
+bool EqualsZero(const std::wstring& kit_choice) {
+  const std::optional<double> number = ParseNumber(kit_choice);
+  return number && *number == 0;
+}
 
 // No kit part is needed.
 std::wstring ResetStatement(const std::wstring& date) {
@@ -67,8 +74,7 @@ void Options::UpdateKits(const std::wstring& kit_choice) {
     connection->set_connection_string(support::ConnectionString(DataPath()));
     connection->Open();
     std::wstring statement;
-    // As a number: "0.0" is equal to 0, and a text that is no number is a type mismatch.
-    if (ToDouble(kit_choice, L":SetDefKits") != 0) {
+    if (!EqualsZero(kit_choice)) {
       statement = ResetStatement(date);
       connection->Execute(statement);
     }

@@ -38,7 +38,7 @@ class Registration {
   }
 };
 
-// A kit program in a folder of its own; it records its command line.
+// A kit program in a folder of its own; it records its command line and how it was started.
 class KitProgram {
  public:
   explicit KitProgram(const std::wstring& name) {
@@ -60,12 +60,15 @@ class KitProgram {
   [[nodiscard]] std::wstring folder() const { return folder_.wstring(); }
   [[nodiscard]] std::wstring path() const { return folder() + L"\\run.exe"; }
   // Empty when it has not run.
-  [[nodiscard]] std::string command_line() const {
-    std::ifstream file(folder_ / "run.exe.txt", std::ios::binary);
+  [[nodiscard]] std::string command_line() const { return Recorded("run.exe.txt"); }
+  [[nodiscard]] std::string start() const { return Recorded("run.exe.start.txt"); }
+
+ private:
+  [[nodiscard]] std::string Recorded(const char* name) const {
+    std::ifstream file(folder_ / name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
- private:
   fs::path folder_;
 };
 
@@ -194,6 +197,25 @@ TEST_CASE(
   CHECK(BytesOf(NeedTable(shop)) == before);
 }
 
+TEST_CASE("a kit program is started shown, at normal priority and in the host's current folder") {
+  const Apartment apartment;
+  const Shop shop;
+  const KitProgram program(L"tdefault-kits-");
+  const Registration registration(program.folder(), L"run.exe", L"0");
+  const ComPtr<::_Options> options = OpenShop(shop);
+  const fs::path folder = fs::current_path();
+  fs::current_path(shop.data());
+  // A program that is started without a priority class takes over this one.
+  CHECK(SetPriorityClass(GetCurrentProcess(), IDLE_PRIORITY_CLASS));
+  CHECK(SaveChoice(options.Get(), L"2") == VARIANT_TRUE);
+  CHECK(SetPriorityClass(GetCurrentProcess(), NORMAL_PRIORITY_CLASS));
+  const std::wstring expected = L"show " + std::to_wstring(SW_SHOW) + L"\npriority " +
+                                std::to_wstring(NORMAL_PRIORITY_CLASS) + L"\nfolder " +
+                                fs::current_path().wstring() + L"\n";
+  fs::current_path(folder);
+  CHECK(program.start() == Utf8(expected));
+}
+
 TEST_CASE("without parameters the command line ends in a blank, and one backslash is enough") {
   const Apartment apartment;
   const Shop shop;
@@ -258,13 +280,27 @@ TEST_CASE("the host's messages are handled while its kit program runs, and only 
   CHECK(window.received() == 1);
 }
 
-TEST_CASE("a kit choice that is no number fails the save without a text") {
+TEST_CASE("a kit choice that is no number clears the kit parts") {
   const Apartment apartment;
   const Shop shop;
   const ComPtr<::_Options> options = OpenShop(shop);
   const std::string table = BytesOf(NeedTable(shop));
   const Events events(options.Get());
-  CHECK(SaveChoice(options.Get(), L"all") == VARIANT_FALSE);
+  CHECK(SaveChoice(options.Get(), L"") == VARIANT_TRUE);
+  CHECK(events.list() == Texts{"Status()", "Modified()"});
+  const std::string cleared = BytesOf(NeedTable(shop));
+  CHECK(cleared != table);
+  CHECK(SaveChoice(options.Get(), L"3") == VARIANT_TRUE);
+  CHECK(BytesOf(NeedTable(shop)) == cleared);
+}
+
+TEST_CASE("a kit choice equal to 0 and not written 0 fails the save without a text") {
+  const Apartment apartment;
+  const Shop shop;
+  const ComPtr<::_Options> options = OpenShop(shop);
+  const std::string table = BytesOf(NeedTable(shop));
+  const Events events(options.Get());
+  CHECK(SaveChoice(options.Get(), L"00") == VARIANT_FALSE);
   CHECK(events.list() == Texts{"Status()"});
   CHECK(BytesOf(NeedTable(shop)) == table);
 }

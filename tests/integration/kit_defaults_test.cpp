@@ -110,17 +110,22 @@ TEST_CASE("kit choice 1 clears all HWAH parts first and then needs every row but
   CHECK(CountOf(rows, false) > 0);
 }
 
-TEST_CASE("a number that is no kit choice leaves every kit part cleared") {
-  KitShop shop;
-  const KitRows before = RowsOf(shop);
-  CHECK(shop.Save(L"7"));
-  CHECK(RowsOf(shop) == Reset(before, kToday));
-  REQUIRE(shop.Updates().size() == 2);
-  CHECK(shop.Updates()[0] == shop.Updates()[1]);
+TEST_CASE("a kit choice that is not known, number or not, leaves every kit part cleared") {
+  for (const wchar_t* choice : {L"7", L"", L"X", L"Not found", L"False"}) {
+    CAPTURE(ToUtf8(choice));
+    KitShop shop;
+    const KitRows before = RowsOf(shop);
+    CHECK(shop.Save(choice));
+    CHECK(RowsOf(shop) == Reset(before, kToday));
+    REQUIRE(shop.Updates().size() == 2);
+    CHECK(shop.Updates()[0] == shop.Updates()[1]);
+    CHECK(shop.Problems() == 0);
+    CHECK(shop.tables.calls.open_connections == 0);
+  }
 }
 
-TEST_CASE("kit choices that are no numbers, or no choices and equal to 0, touch no row") {
-  for (const wchar_t* choice : {L"0.0", L"&H0", L"", L"abc", L"Not found", L"False"}) {
+TEST_CASE("kit choices that are equal to 0 and not written 0 touch no row") {
+  for (const wchar_t* choice : {L"00", L"0.0", L"&H0"}) {
     CAPTURE(ToUtf8(choice));
     KitShop shop;
     const std::string global = *shop.machine.Contents(kShopGlobalIni);

@@ -1,6 +1,8 @@
 // record_run [MILLISECONDS [SET [AWAIT]]]: a program that takes a while, writes its command line
-// into the file of its own name with ".txt" behind it, and answers 42. SET and AWAIT are inherited
-// events by their handles: one to set at the start and one to wait for.
+// into the file of its own name with ".txt" behind it, and answers 42. How it was started stands in
+// a second file, with ".start.txt" behind its name: a line each for how its window is to be shown
+// (empty when that is left to it), its priority class, and its current folder. SET and AWAIT are
+// inherited events by their handles: one to set at the start and one to wait for.
 #include <windows.h>
 
 #include <array>
@@ -32,6 +34,18 @@ std::string Utf8(const std::wstring& text) {
   return converted;
 }
 
+std::wstring Start() {
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  GetStartupInfoW(&startup);
+  const std::wstring show =
+      (startup.dwFlags & STARTF_USESHOWWINDOW) != 0 ? std::to_wstring(startup.wShowWindow) : L"";
+  std::array<wchar_t, MAX_PATH> folder{};
+  GetCurrentDirectoryW(MAX_PATH, folder.data());
+  return L"show " + show + L"\npriority " + std::to_wstring(GetPriorityClass(GetCurrentProcess())) +
+         L"\nfolder " + folder.data() + L"\n";
+}
+
 }  // namespace
 
 int wmain(int count, wchar_t** arguments) {
@@ -41,5 +55,8 @@ int wmain(int count, wchar_t** arguments) {
   Sleep(milliseconds);
   std::array<wchar_t, MAX_PATH> program{};
   GetModuleFileNameW(nullptr, program.data(), MAX_PATH);
-  return WriteFileText(std::wstring(program.data()) + L".txt", Utf8(GetCommandLineW())) ? 42 : 3;
+  const std::wstring name = program.data();
+  const bool written = WriteFileText(name + L".start.txt", Utf8(Start())) &&
+                       WriteFileText(name + L".txt", Utf8(GetCommandLineW()));
+  return written ? 42 : 3;
 }

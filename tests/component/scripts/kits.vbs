@@ -39,8 +39,10 @@ relay.Connect options, handler
 
 Expect "statements", SaveChoice(2), True
 Expect "events of statements", handler.Calls, "Status |Modified|"
-Expect "no number", SaveChoice("all"), False
-Expect "events of no number", handler.Calls, "Status |"
+Expect "no number", SaveChoice("all"), True
+Expect "events of no number", handler.Calls, "Status |Modified|"
+Expect "a 0 written otherwise", SaveChoice("00"), False
+Expect "events of a 0 written otherwise", handler.Calls, "Status |"
 
 shell.RegWrite key & "Program", "missing.exe"
 shell.RegWrite key & "Path", shop

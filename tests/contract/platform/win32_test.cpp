@@ -255,6 +255,30 @@ TEST_CASE("file handles are inherited by programs that the host starts") {
   CHECK(inheritable);
 }
 
+TEST_CASE(
+    "a program is started shown, at normal priority, in the host's folder, with its handles") {
+  Win32Fixture fixture;
+  const std::wstring program = fixture.AddProgram(L"program.exe");
+  fixture.AddFolder(L"elsewhere");
+  Win32Fixture::EnterFolder(fixture.folder() + L"\\elsewhere");
+  SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+  const HANDLE event = CreateEventW(&inherited, TRUE, FALSE, nullptr);
+  REQUIRE(event != nullptr);
+  const auto number = std::to_wstring(reinterpret_cast<std::uintptr_t>(event));
+  // A program that is started without a priority class takes over this one.
+  CHECK(SetPriorityClass(GetCurrentProcess(), IDLE_PRIORITY_CLASS));
+  const auto process = fixture.platform().processes.Start(program, L"program.exe 0 " + number);
+  CHECK(SetPriorityClass(GetCurrentProcess(), NORMAL_PRIORITY_CLASS));
+  REQUIRE(process.ok());
+  REQUIRE(process.value()->Wait().ok());
+  CHECK(WaitForSingleObject(event, 0) == WAIT_OBJECT_0);
+  CloseHandle(event);
+  CHECK(fixture.Contents(program + L".start.txt") ==
+        tdefault::ToUtf8(L"show " + std::to_wstring(SW_SHOW) + L"\npriority " +
+                         std::to_wstring(NORMAL_PRIORITY_CLASS) + L"\nfolder " + fixture.folder() +
+                         L"\\elsewhere\n"));
+}
+
 // Run by LockingProcess.
 TEST_CASE("holds a lock for another process" * doctest::skip()) {
   win32::Win32Platform adapter;

@@ -2,6 +2,7 @@
 // is told.
 #include <doctest/doctest.h>
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -21,6 +22,8 @@ namespace {
 // Records what is created and called. A scripted outcome is a value or an Error.
 class FakeModules final : public catalogue::ProcessingModules {
  public:
+  explicit FakeModules(const platform::simulation::Simulation& machine) : machine_(machine) {}
+
   std::unique_ptr<catalogue::ProcessingModule> Create(const std::wstring& identifier) override {
     log.push_back(L"create " + identifier);
     if (creation_error) throw *creation_error;
@@ -32,6 +35,8 @@ class FakeModules final : public catalogue::ProcessingModules {
   std::optional<Error> creation_error;
   bool gives_nothing = false;
   std::function<Value()> run = [] { return Value(true); };
+  // How many boxes the user had seen when an object was last let go of.
+  std::size_t boxes_at_release = 0;
 
  private:
   class Module final : public catalogue::ProcessingModule {
@@ -39,7 +44,10 @@ class FakeModules final : public catalogue::ProcessingModules {
     explicit Module(FakeModules& modules) : modules_(modules) {}
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
-    ~Module() override { modules_.log.emplace_back(L"release"); }
+    ~Module() override {
+      modules_.log.emplace_back(L"release");
+      modules_.boxes_at_release = modules_.machine_.shown_boxes().size();
+    }
     Value Call(const std::wstring& method) override {
       modules_.log.push_back(L"call " + method);
       return modules_.run();
@@ -48,6 +56,8 @@ class FakeModules final : public catalogue::ProcessingModules {
    private:
     FakeModules& modules_;
   };
+
+  const platform::simulation::Simulation& machine_;
 };
 
 // A shop with an option of that module, loaded.
@@ -72,10 +82,54 @@ struct ModuleShop : Shop {
     return texts;
   }
 
-  FakeModules modules;
+  FakeModules modules{machine};
 };
 
 using Lines = std::vector<std::wstring>;
+
+constexpr const char* kOldLocal =
+    "[Defaults]\r\nDataPath=C:\\SHOP\r\n[Companyname]\r\nLocation=3\r\n[S]\r\nlocal=old\r\n";
+constexpr const char* kOldGlobal = "[S]\r\nglobal=old\r\n[OPTIONS]\r\nKITCHOICE=1\r\n";
+constexpr const char* kNewestLocal =
+    "[Defaults]\r\nDataPath=C:\\SHOP\r\n[Companyname]\r\nLocation=3\r\n[S]\r\nlocal=newest\r\n";
+constexpr const char* kNewestGlobal = "[S]\r\nglobal=newest\r\n[OPTIONS]\r\nKITCHOICE=1\r\n";
+constexpr const char* kNewLocal =
+    "[Defaults]\r\nDataPath=C:\\SHOP\r\n[Companyname]\r\nLocation=3\r\n[S]\r\nlocal=new\r\n";
+constexpr const char* kNewGlobal = "[S]\r\nglobal=new\r\n[OPTIONS]\r\nKITCHOICE=1\r\n";
+
+// What stands in the folders of both INI files.
+struct InisOnDisk {
+  std::string local;
+  std::string global;
+  std::string local_old;
+  std::string global_old;
+  std::vector<std::string> backups;
+};
+
+// Both files with an option each, changed, and the kit choice. The module is the global option's.
+struct TwoFileShop : ModuleShop {
+  TwoFileShop() {
+    machine.PutFile(kLocalIni, kOldLocal);
+    machine.PutFile(kGlobalIni, kOldGlobal);
+    machine.PutFile(kLocalOld, "older");
+    Define({L"B", true, L"S", 0, L"local"});
+    Define({L"KIT", false, L"OPTIONS", 3, L"KITCHOICE"});
+    options.Refresh();
+    SetNew(L"A", L"new");
+    SetNew(L"B", L"new");
+  }
+
+  [[nodiscard]] InisOnDisk Now() const {
+    const auto content = [this](const std::wstring& path) {
+      return machine.Contents(path).value_or("(missing)");
+    };
+    InisOnDisk files{local(), global(), content(kLocalOld), content(kGlobalOld), {}};
+    for (const std::wstring& path : machine.AllFiles())
+      if (path.find(L"\\tov") != std::wstring::npos && path.ends_with(L".tmp"))
+        files.backups.push_back(content(path));
+    return files;
+  }
+};
 
 const std::wstring kLast =
     L"An additional processing module, 'Shop.Tools:Run' has been incorrectly defined and will not "
@@ -166,6 +220,7 @@ TEST_CASE("an error that a module raises is told when its object has been let go
   shop.modules.run = []() -> Value { throw Error(-2147220992, L"Tools", L"the printer is off"); };
   CHECK(shop.options.Save());
   CHECK(shop.modules.log == Lines{L"create Shop.Tools", L"call Run", L"release"});
+  CHECK(shop.modules.boxes_at_release == 0);
   CHECK(shop.Texts() ==
         Lines{L"There was an error attempting to run the defined additional procedure, "
               L"'Shop.Tools:Run'.\r\n\r\nError: -2147220992, the printer is off."});
@@ -219,6 +274,124 @@ TEST_CASE("a module that loads the catalogue again ends neither the save nor the
   CHECK(shop.options.Save());
   CHECK(shop.modules.log.size() == 6);
   CHECK(shop.ValueOf(L"A") == L"new");
+}
+
+TEST_CASE("a module finds the new values in the files, and backups beside older versions") {
+  TwoFileShop shop;
+  InisOnDisk seen;
+  shop.modules.run = [&] {
+    seen = shop.Now();
+    return Value(true);
+  };
+  CHECK(shop.options.Save());
+  CHECK(seen.local == kNewLocal);
+  CHECK(seen.global == kNewGlobal);
+  CHECK(seen.local_old == "older");
+  CHECK(seen.global_old == "(missing)");
+  CHECK(seen.backups == std::vector<std::string>{kOldGlobal, kOldLocal});
+  const InisOnDisk after = shop.Now();
+  CHECK(after.local_old == kOldLocal);
+  CHECK(after.global_old == kOldGlobal);
+  CHECK(after.backups.empty());
+}
+
+TEST_CASE("a module of a save that failed finds the values that were written until then") {
+  TwoFileShop shop;
+  shop.Define({L"LATER", false, L"S", 0, L"later"});
+  shop.options.Refresh();
+  for (const wchar_t* id : {L"A", L"B", L"LATER"}) shop.SetNew(id, L"new");
+  // Its table is not there.
+  shop.SetNew(L"KIT", L"2");
+  InisOnDisk seen;
+  shop.modules.run = [&] {
+    seen = shop.Now();
+    return Value(true);
+  };
+  CHECK_FALSE(shop.options.Save());
+  CHECK(seen.local == kNewLocal);
+  CHECK(seen.global == "[S]\r\nglobal=new\r\n[OPTIONS]\r\nKITCHOICE=2\r\n");
+  CHECK(seen.local_old == "older");
+  CHECK(seen.global_old == "(missing)");
+  CHECK(seen.backups == std::vector<std::string>{kOldGlobal, kOldLocal});
+  const InisOnDisk after = shop.Now();
+  CHECK(after.local == kOldLocal);
+  CHECK(after.global == kOldGlobal);
+  CHECK(after.local_old == "older");
+  CHECK(after.global_old == "(missing)");
+  CHECK(after.backups.empty());
+}
+
+TEST_CASE("the module of a local option runs although there is no local INI file to write") {
+  ModuleShop shop;
+  shop.options.SetDataPath(L"C:\\SHOP");
+  shop.machine.RemoveFile(kLocalIni);
+  Definition local{L"B", true, L"S", 0, L"local"};
+  local.additional_proc = L"Local:Run";
+  shop.Define(local);
+  shop.options.Refresh();
+  shop.SetNew(L"B", L"new");
+  CHECK(shop.options.Save());
+  CHECK_FALSE(shop.machine.Exists(kLocalIni));
+  CHECK(shop.modules.log == Lines{L"create Shop.Tools", L"call Run", L"release", L"create Local",
+                                  L"call Run", L"release"});
+}
+
+TEST_CASE(
+    "what a module saves again stands, and the previous versions are those of the outer save") {
+  TwoFileShop shop;
+  bool nested = false;
+  bool nested_saved = false;
+  InisOnDisk between;
+  shop.modules.run = [&] {
+    if (std::exchange(nested, true)) return Value(true);
+    shop.SetNew(L"A", L"newest");
+    shop.SetNew(L"B", L"newest");
+    nested_saved = shop.options.Save();
+    between = shop.Now();
+    return Value(true);
+  };
+  CHECK(shop.options.Save());
+  CHECK(nested_saved);
+  // The inner save's previous versions hold what the outer one had written.
+  CHECK(between.local == kNewestLocal);
+  CHECK(between.global == kNewestGlobal);
+  CHECK(between.local_old == kNewLocal);
+  CHECK(between.global_old == kNewGlobal);
+  CHECK(between.backups == std::vector<std::string>{kOldGlobal, kOldLocal});
+  const InisOnDisk after = shop.Now();
+  CHECK(after.local == kNewestLocal);
+  CHECK(after.global == kNewestGlobal);
+  CHECK(after.local_old == kOldLocal);
+  CHECK(after.global_old == kOldGlobal);
+  CHECK(after.backups.empty());
+  CHECK(shop.ValueOf(L"A") == L"newest");
+  CHECK(shop.host.modified == 2);
+  CHECK(shop.host.errors.empty());
+  CHECK(shop.machine.open_handles() == 0);
+}
+
+TEST_CASE("a save that failed puts its files back, whatever a module has saved meanwhile") {
+  TwoFileShop shop;
+  shop.SetNew(L"KIT", L"2");
+  bool nested = false;
+  bool nested_saved = false;
+  shop.modules.run = [&] {
+    if (std::exchange(nested, true)) return Value(true);
+    // The kit choice is then the one that is in the file, and sets nothing off.
+    shop.options.Refresh();
+    shop.SetNew(L"A", L"newest");
+    nested_saved = shop.options.Save();
+    return Value(true);
+  };
+  CHECK_FALSE(shop.options.Save());
+  CHECK(nested_saved);
+  const InisOnDisk after = shop.Now();
+  CHECK(after.local == kOldLocal);
+  CHECK(after.global == kOldGlobal);
+  CHECK(after.backups.empty());
+  // Of the two outcomes the inner one was told.
+  CHECK(shop.host.modified == 1);
+  CHECK(shop.machine.open_handles() == 0);
 }
 
 TEST_CASE("a box that cannot be shown changes nothing of the save") {

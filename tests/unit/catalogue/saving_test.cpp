@@ -287,6 +287,19 @@ TEST_CASE("when the third write fails the later ones are not made and the first 
   CHECK(shop.options.Item(std::wstring(L"LAST"))->NewValue() == L"new");
 }
 
+TEST_CASE("a failed save puts the local file back first, then the global one") {
+  Shop shop;
+  LoadFour(shop);
+  for (const wchar_t* id : {L"LOCAL", L"GLOBAL", L"THIRD", L"LAST"}) shop.SetNew(id, L"new");
+  FailNth(shop, "WriteEntry", 3, platform::system_code::kDiskFull);
+  CHECK_FALSE(shop.options.Save());
+  std::vector<std::wstring> moves;
+  for (const auto& call : shop.machine.calls())
+    if (call.operation == "Replace") moves.push_back(call.path + L" " + call.target);
+  CHECK(moves == std::vector<std::wstring>{L"C:\\Windows\\tov0001.tmp C:\\Windows\\TOVO.INI",
+                                           L"C:\\SHOP\\tov0002.tmp C:\\SHOP\\TOVOGBL.INI"});
+}
+
 TEST_CASE("a failed save leaves older previous versions alone") {
   Shop shop;
   LoadFour(shop);

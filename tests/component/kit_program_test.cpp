@@ -205,7 +205,8 @@ TEST_CASE("a kit program is started shown, at normal priority and in the host's 
   const ComPtr<::_Options> options = OpenShop(shop);
   const fs::path folder = fs::current_path();
   fs::current_path(shop.data());
-  // A program that is started without a priority class takes over this one.
+  // A program that is started without a priority class takes over this one; under Wine every one
+  // is told that it has the normal one.
   CHECK(SetPriorityClass(GetCurrentProcess(), IDLE_PRIORITY_CLASS));
   CHECK(SaveChoice(options.Get(), L"2") == VARIANT_TRUE);
   CHECK(SetPriorityClass(GetCurrentProcess(), NORMAL_PRIORITY_CLASS));

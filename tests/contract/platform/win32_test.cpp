@@ -265,7 +265,8 @@ TEST_CASE(
   const HANDLE event = CreateEventW(&inherited, TRUE, FALSE, nullptr);
   REQUIRE(event != nullptr);
   const auto number = std::to_wstring(reinterpret_cast<std::uintptr_t>(event));
-  // A program that is started without a priority class takes over this one.
+  // A program that is started without a priority class takes over this one; under Wine every one
+  // is told that it has the normal one.
   CHECK(SetPriorityClass(GetCurrentProcess(), IDLE_PRIORITY_CLASS));
   const auto process = fixture.platform().processes.Start(program, L"program.exe 0 " + number);
   CHECK(SetPriorityClass(GetCurrentProcess(), NORMAL_PRIORITY_CLASS));

@@ -86,9 +86,10 @@ class Files {
 
   // Renames `from` to `to`, replacing a file of that name in one step: at every moment `to` is the
   // old or the new file. On failure both are as before. Fails with 32 while `from` is open, 5 when
-  // `to` is open, read-only or a folder. Between folders the content is first written under a
-  // unique name beside `to`, and the new file has the permissions of the old one, or those that
-  // new files get in its folder, not those of `from`; should `from` then not go away, it stays as a
+  // `to` is open, read-only or a folder. As far as the system lets them be set, the new file has
+  // the permissions of the old one. Between folders the content is first written under a unique
+  // name beside `to`, so that where there was no old one the new file has the permissions that new
+  // files get in its folder, not those of `from`; should `from` then not go away, it stays as a
   // leftover and the replacement still counts as done.
   virtual SystemStatus Replace(const std::wstring& from, const std::wstring& to) = 0;
 

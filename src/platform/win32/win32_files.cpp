@@ -181,23 +181,51 @@ bool InOneFolder(const std::string& left, const std::string& right) {
   return lstrcmpiA(FolderOf(full_left.data()).c_str(), FolderOf(full_right.data()).c_str()) == 0;
 }
 
-// Lets the same users read and write `to` as `from`. Where the file system has no permissions, or
-// a share does not let them be changed, `to` keeps those that its folder gave it.
-void CopyPermissions(const std::string& from, const std::string& to) {
+using Permissions = std::vector<std::uint8_t>;
+
+// Empty where the file system has none, or there is no such file.
+Permissions PermissionsOf(const std::string& path) {
   DWORD size = 0;
-  GetFileSecurityA(from.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
-  std::vector<std::uint8_t> descriptor(size);
+  GetFileSecurityA(path.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+  Permissions permissions(size);
   if (size == 0 ||
-      !GetFileSecurityA(from.c_str(), DACL_SECURITY_INFORMATION, descriptor.data(), size, &size))
-    return;
+      !GetFileSecurityA(path.c_str(), DACL_SECURITY_INFORMATION, permissions.data(), size, &size))
+    return {};
   // What was inherited is to count as inherited again.
   SECURITY_DESCRIPTOR_CONTROL control = 0;
   DWORD revision = 0;
-  if (GetSecurityDescriptorControl(descriptor.data(), &control, &revision) &&
+  if (GetSecurityDescriptorControl(permissions.data(), &control, &revision) &&
       (control & SE_DACL_AUTO_INHERITED) != 0)
-    SetSecurityDescriptorControl(descriptor.data(), SE_DACL_AUTO_INHERIT_REQ,
+    SetSecurityDescriptorControl(permissions.data(), SE_DACL_AUTO_INHERIT_REQ,
                                  SE_DACL_AUTO_INHERIT_REQ);
-  SetFileSecurityA(to.c_str(), DACL_SECURITY_INFORMATION, descriptor.data());
+  return permissions;
+}
+
+// Where a share does not let them be changed, the file keeps those that it has.
+void SetPermissions(const std::string& path, Permissions& permissions) {
+  if (permissions.empty()) return;
+  const DWORD attributes = GetFileAttributesA(path.c_str());
+  SetFileSecurityA(path.c_str(), DACL_SECURITY_INFORMATION, permissions.data());
+  // To Wine the read-only mark is a matter of permissions and goes with them.
+  if (attributes != INVALID_FILE_ATTRIBUTES && GetFileAttributesA(path.c_str()) != attributes)
+    SetFileAttributesA(path.c_str(), attributes);
+}
+
+// Lets the same users read and write `to` as `from`, as far as the system can.
+void CopyPermissions(const std::string& from, const std::string& to) {
+  Permissions permissions = PermissionsOf(from);
+  SetPermissions(to, permissions);
+}
+
+// The move within one folder. The permissions go first, so that at no moment `to` is open to others
+// than before.
+SystemStatus ReplaceWithinFolder(const std::string& from, const std::string& to) {
+  Permissions own = PermissionsOf(from);
+  CopyPermissions(to, from);
+  const SystemStatus status = StatusOf(
+      MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
+  if (!status.ok()) SetPermissions(from, own);
+  return status;
 }
 
 // The move from another folder. The content goes under a name of its own beside `to` first, for
@@ -269,8 +297,7 @@ SystemStatus Win32Files::Replace(const std::wstring& from, const std::wstring& t
   if (!target.ok()) return SystemStatus(target.code());
   if (!InOneFolder(source.value(), target.value()))
     return ReplaceFromElsewhere(source.value(), target.value());
-  return StatusOf(MoveFileExA(source.value().c_str(), target.value().c_str(),
-                              MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
+  return ReplaceWithinFolder(source.value(), target.value());
 }
 
 SystemStatus Win32Files::Copy(const std::wstring& from, const std::wstring& to) {

@@ -163,6 +163,39 @@ TEST_CASE("a file from another folder gets the permissions of the file that it r
   }
 }
 
+TEST_CASE("a file from the same folder gets the permissions of the file that it replaces") {
+  for (const bool everybody : {true, false}) {
+    CAPTURE(everybody);
+    Win32Fixture fixture;
+    fixture.PutFile(L"new.txt", "new");
+    fixture.PutFile(L"old.txt", "old content");
+    SetReaders(L"new.txt", !everybody);
+    SetReaders(L"old.txt", everybody);
+    const auto before = Permissions(L"old.txt");
+    const auto own = Permissions(L"new.txt");
+    REQUIRE(before != own);
+    {
+      auto held = fixture.Hold(L"old.txt", FileShare::kReadWrite, FileAccess::kRead);
+      CHECK_FALSE(fixture.platform().files.Replace(L"new.txt", L"old.txt").ok());
+    }
+    CHECK(Permissions(L"new.txt") == own);
+    CHECK(Permissions(L"old.txt") == before);
+    CHECK(fixture.platform().files.Replace(L"new.txt", L"old.txt").ok());
+    CHECK(fixture.Contents(L"old.txt") == "new");
+    CHECK(Permissions(L"old.txt") == before);
+    CHECK(CountFiles(fixture.folder()) == 1);
+  }
+}
+
+TEST_CASE("a file from the same folder with a new name keeps its permissions") {
+  Win32Fixture fixture;
+  fixture.PutFile(L"new.txt", "new");
+  SetReaders(L"new.txt", false);
+  const auto own = Permissions(L"new.txt");
+  CHECK(fixture.platform().files.Replace(L"new.txt", L"moved.txt").ok());
+  CHECK(Permissions(L"moved.txt") == own);
+}
+
 TEST_CASE("a file from another folder with a new name gets the permissions that new files get") {
   Win32Fixture fixture;
   fixture.AddFolder(L"temp");

@@ -25,10 +25,13 @@ namespace {
 constexpr const wchar_t* kPrefix = L"ini";
 
 // The name of the section that a line begins; absent for any other line.
-std::optional<std::string_view> SectionOf(std::string_view line) {
-  const std::size_t end = line.find(']');
-  if (!line.starts_with('[') || end == std::string_view::npos) return std::nullopt;
-  return line.substr(1, end - 1);
+std::optional<std::wstring> SectionOf(platform::Session& session, std::string_view line) {
+  if (!line.starts_with('[')) return std::nullopt;
+  // Among the bytes a bracket may be a part of another character.
+  const std::wstring text = session.SystemText(line);
+  const std::size_t end = text.find(L']');
+  if (end == std::wstring::npos) return std::nullopt;
+  return text.substr(1, end - 1);
 }
 
 // The text before the first "=" of a line that is no comment; absent for any other line.
@@ -49,7 +52,7 @@ std::string_view TrimBlankBytes(std::string_view text) {
 class CommentingRule final : public LineRule {
  public:
   CommentingRule(platform::Platform& platform, tables::TableAccess& tables, std::wstring data_path)
-      : page_(IniCodePage(platform.session)), tables_(tables), data_path_(std::move(data_path)) {}
+      : session_(platform.session), tables_(tables), data_path_(std::move(data_path)) {}
 
   void Begin() override {
     connection_ = support::OpenConnection(tables_, data_path_, tables::CursorLocation::kServer,
@@ -63,13 +66,13 @@ class CommentingRule final : public LineRule {
 
   void OnLine(std::string_view line, LineWriter& output) override {
     const std::string previous = std::exchange(previous_, std::string(line));
-    if (const auto section = SectionOf(line)) {
-      section_ = page_.Decode(*section);
+    if (auto section = SectionOf(session_, line)) {
+      section_ = *std::move(section);
       if (!output.empty()) output.Write("");
       output.Write(line);
     } else if (const auto key = KeyOf(line)) {
       const std::optional<std::string> comment = CommentOf(*key);
-      if (comment && !EqualLines(previous, *comment, page_)) output.Write(*comment);
+      if (comment && !EqualLines(session_, previous, *comment)) output.Write(*comment);
       output.Write(line);
     } else if (line.starts_with(';')) {
       output.Write(line);
@@ -85,13 +88,13 @@ class CommentingRule final : public LineRule {
   std::optional<std::string> CommentOf(std::string_view key) {
     // The section goes in as it is, and an apostrophe in it ends the rewriting.
     definitions_->set_filter(L"Inisection = '" + section_ + L"' And Key = '" +
-                             SqlQuote(page_.Decode(key)) + L"'");
+                             SqlQuote(session_.SystemText(key)) + L"'");
     if (definitions_->bof() && definitions_->eof()) return std::nullopt;
     const std::wstring comment = ToText(comment_->value(), L":CommentFile");
-    return ";" + page_.Encode(TrimBlanks(comment));
+    return ";" + session_.SystemBytes(TrimBlanks(comment));
   }
 
-  CodePage page_;
+  platform::Session& session_;
   tables::TableAccess& tables_;
   std::wstring data_path_;
   std::unique_ptr<tables::Connection> connection_;
@@ -119,11 +122,12 @@ class KeepingRule final : public LineRule {
 class DisablingRule final : public LineRule {
  public:
   DisablingRule(platform::Platform& platform, const std::wstring& key)
-      : platform_(platform), page_(IniCodePage(platform.session)), key_(page_.Encode(key)) {}
+      : platform_(platform), key_(platform.session.SystemBytes(key)) {}
 
   void Begin() override {
-    marker_ = page_.Encode(L";The following line was commented by " +
-                           support::GetUserName(platform_.session) + When(platform_.clock.Now()));
+    marker_ = platform_.session.SystemBytes(L";The following line was commented by " +
+                                            support::GetUserName(platform_.session) +
+                                            When(platform_.clock.Now()));
   }
 
   void OnLine(std::string_view line, LineWriter& output) override {
@@ -131,7 +135,7 @@ class DisablingRule final : public LineRule {
     const std::size_t equals = line.find('=');
     const std::string_view key =
         equals == std::string_view::npos ? std::string_view() : line.substr(0, equals);
-    if (EqualLines(TrimBlankBytes(key), key_, page_)) {
+    if (EqualLines(platform_.session, TrimBlankBytes(key), key_)) {
       output.Write(marker_);
       output.Write(";" + std::string(line));
     } else {
@@ -149,7 +153,6 @@ class DisablingRule final : public LineRule {
   }
 
   platform::Platform& platform_;
-  CodePage page_;
   std::string key_;
   std::string marker_;
 };
@@ -191,9 +194,10 @@ bool Options::ClearIniComments(const std::wstring& ini_file) {
 }
 
 bool Options::RemoveIniComment(const std::wstring& ini_file, const std::wstring& comment) {
-  const CodePage page = IniCodePage(platform_.session);
-  const std::string unwanted = ";" + page.Encode(comment);
-  KeepingRule rule([&](std::string_view line) { return !EqualLines(line, unwanted, page); });
+  const std::string unwanted = ";" + platform_.session.SystemBytes(comment);
+  KeepingRule rule([&](std::string_view line) {
+    return !line.starts_with(';') || !EqualLines(platform_.session, line, unwanted);
+  });
   return RewriteIniFile(platform_, ini_file, kPrefix, rule);
 }
 

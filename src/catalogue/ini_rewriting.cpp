@@ -19,7 +19,6 @@ using platform::FileShare;
 using platform::SystemStatus;
 
 constexpr std::size_t kChunk = 65536;
-constexpr std::uint32_t kWestern = 1252;
 
 constexpr std::string_view kLineEnd = "\r\n";
 constexpr std::string_view kUtf16Mark = "\xFF\xFE";
@@ -169,15 +168,8 @@ bool RewriteIniFile(platform::Platform& platform, const std::wstring& path,
   return replaced;
 }
 
-CodePage IniCodePage(platform::Session& session) {
-  const std::optional<CodePage> page = CodePage::Find(session.AnsiCodePage());
-  return page ? *page : *CodePage::Find(kWestern);
-}
-
-bool EqualLines(std::string_view left, std::string_view right, CodePage page) {
-  // A character is a byte and keeps being one in the other case.
-  if (left.size() != right.size()) return false;
-  return left == right || EqualIgnoringCase(page.Decode(left), page.Decode(right));
+bool EqualLines(platform::Session& session, std::string_view left, std::string_view right) {
+  return left == right || EqualIgnoringCase(session.SystemText(left), session.SystemText(right));
 }
 
 }  // namespace tdefault::catalogue

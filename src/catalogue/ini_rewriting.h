@@ -6,7 +6,6 @@
 #include <string>
 #include <string_view>
 
-#include "base/code_page.h"
 #include "platform/platform.h"
 
 namespace tdefault::catalogue {
@@ -41,7 +40,9 @@ class LineWriter {
 };
 
 // What an operation makes of each line of an INI file. Lines are bytes in the system code page,
-// without their ends; those that are passed on stay as they are.
+// without their ends; those that are passed on stay as they are. In pages with two bytes for a
+// character the second one may be a bracket, a backslash or a bar, but no line end, blank, ";" or
+// "=".
 class LineRule {
  public:
   virtual ~LineRule() = default;
@@ -56,18 +57,15 @@ class LineRule {
 
 // Has the rule write the new content into a temporary file of the user's temporary folder, whose
 // name starts with `prefix`, and replaces the file by that in one step. False when the file does
-// not exist, is UTF-16 (its lines are no single bytes), cannot be read or replaced, or when the
+// not exist, is UTF-16, cannot be read or replaced, or when the
 // temporary file cannot be written; throws what the rule throws. The file is as before then, and
 // no temporary file is left. Carriage return and line feed, either alone, or the end of the file
 // end a line. Time grows with the file, memory with its longest line.
 bool RewriteIniFile(platform::Platform& platform, const std::wstring& path,
                     const std::wstring& prefix, LineRule& rule);
 
-// The system code page, in which INI files are written. Where the library does not carry it, its
-// bytes are taken for those of page 1252: lines that are kept stay as they are all the same.
-[[nodiscard]] CodePage IniCodePage(platform::Session& session);
-
 // Whether two lines are equal without regard to case.
-[[nodiscard]] bool EqualLines(std::string_view left, std::string_view right, CodePage page);
+[[nodiscard]] bool EqualLines(platform::Session& session, std::string_view left,
+                              std::string_view right);
 
 }  // namespace tdefault::catalogue

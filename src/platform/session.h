@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace tdefault::platform {
 
@@ -39,8 +40,15 @@ class Session {
   // The value of an environment variable; absent when it is not set.
   virtual std::optional<std::wstring> EnvironmentValue(const std::wstring& name) = 0;
 
-  // The number of the system's single-byte (ANSI) code page, 1252 for example.
+  // The number of the system's narrow (ANSI) code page, 1252 for example. In some, as 932 and
+  // 65001, a character takes several bytes.
   virtual std::uint32_t AnsiCodePage() = 0;
+
+  // Text as bytes in that code page, where a character that it lacks becomes "?", and bytes as
+  // text. Never fails; bytes that are no text in the page become some other characters, so that
+  // only text survives the way there and back.
+  virtual std::string SystemBytes(std::wstring_view text) = 0;
+  virtual std::wstring SystemText(std::string_view bytes) = 0;
 
   // The host program's file name without folder and extension.
   virtual std::wstring HostExecutableName() = 0;

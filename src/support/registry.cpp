@@ -2,9 +2,9 @@
 
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <utility>
 
-#include "base/code_page.h"
 #include "base/error.h"
 #include "platform/system_result.h"
 
@@ -140,13 +140,8 @@ std::vector<ListedValue> clsUseReg::ListRegValues(std::uint32_t root, const std:
 }
 
 std::wstring clsUseReg::BytesToText(std::span<const std::uint8_t> bytes) {
-  const std::optional<CodePage> page = CodePage::Find(session_.AnsiCodePage());
-  std::wstring text;
-  for (const std::uint8_t byte : bytes) {
-    if (byte == 0) break;
-    text.push_back(page ? page->Decode(byte) : static_cast<wchar_t>(byte));
-  }
-  return text;
+  const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  return session_.SystemText(all.substr(0, all.find('\0')));
 }
 
 }  // namespace tdefault::support

@@ -79,7 +79,7 @@ class clsUseReg {
   [[nodiscard]] std::vector<ListedValue> ListRegValues(std::uint32_t root,
                                                        const std::wstring& sub_key);
 
-  // Each byte up to the first zero one as a character of the system code page.
+  // The bytes up to the first zero one as text in the system code page.
   [[nodiscard]] std::wstring BytesToText(std::span<const std::uint8_t> bytes);
 
  private:

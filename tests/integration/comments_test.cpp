@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "integration/definition_shop.h"
+#include "unit/other_session.h"
 
 using namespace tdefault;
 using testing::DefinitionShop;
@@ -159,6 +160,32 @@ TEST_CASE("letters of the system code page are found in the table and written fr
   shop.Define(L"1", true, L"R\u00E9gion", L"\u00E9t\u00E9", L"No\u00EBl");
   CHECK(Commented(shop, "[R\xE9gion]\r\n\xE9t\xE9=\xFC\r\n") ==
         "[R\xE9gion]\r\n;No\xEBl\r\n\xE9t\xE9=\xFC\r\n");
+}
+
+TEST_CASE("a bracket that is a part of another character ends no section's name") {
+  DefinitionShop shop;
+  tests::DoubleByteSession session(shop.machine.platform().session);
+  platform::Platform machine = tests::With(shop.machine.platform(), session);
+  catalogue::Options options(machine, shop.tables, shop.location);
+  shop.Define(L"1", true, L"R\u00E9gion", L"\u00E9t\u00FC", L"No\u00FCl \u00E9|");
+  // In any case, and without one more comment where there is one.
+  for (const std::string comment : {"", ";No\x83|l \x83]|\r\n", ";NO\x83|L \x83[|\r\n"}) {
+    shop.machine.PutFile(kIni, "[R\x83]gion]\r\n" + comment + "\x83]t\x83|=\x83\\\r\n[\x83]\r\n");
+    CHECK(options.CommentFile(kIni));
+    CHECK(shop.Content(kIni) == "[R\x83]gion]\r\n" +
+                                    (comment.empty() ? ";No\x83|l \x83]|\r\n" : comment) +
+                                    "\x83]t\x83|=\x83\\\r\n");
+  }
+}
+
+TEST_CASE("the temporary file of commenting begins with ini and stands in the user's folder") {
+  DefinitionShop shop;
+  Commented(shop, "[S]\r\nk=v\r\n");
+  std::vector<std::wstring> moved;
+  for (const auto& call : shop.machine.calls())
+    if (call.operation == "Replace" && call.target == kIni) moved.push_back(call.path);
+  REQUIRE(moved.size() == 1);
+  CHECK(moved[0].starts_with(L"C:\\Users\\Terry\\Temp\\ini"));
 }
 
 TEST_CASE("a deleted definition comments nothing") {

@@ -66,6 +66,14 @@ std::uint32_t SimulatedSession::AnsiCodePage() {
   return world_.code_page.number();
 }
 
+std::string SimulatedSession::SystemBytes(std::wstring_view text) {
+  return world_.code_page.Encode(text);
+}
+
+std::wstring SimulatedSession::SystemText(std::string_view bytes) {
+  return world_.code_page.Decode(bytes);
+}
+
 std::wstring SimulatedSession::HostExecutableName() {
   static_cast<void>(world_.calls.Begin("HostExecutableName"));
   return world_.host_executable_name;

@@ -141,12 +141,12 @@ class Simulation {
 
   // --- Faults -------------------------------------------------------------------------------
   // Every operation of a port is a call, counted from 1, but for the clock's Milliseconds, Now and
-  // Today. A call told to fail has no effect and reports the code, in the way its port has:
-  // ReadEntry gives the fallback, ReadSection no text, WriteEntry 0, Next the end, an operation
-  // with an optional result its absence, HostTitle the executable name, Pause the code, Unlock 158,
-  // Tell shows no box, Roots gives none, KindOf the unknown kind, ProcessPendingMessages nothing at
-  // all. A failing Copy has written the first half of its target. AnsiCodePage and
-  // HostExecutableName count, but cannot fail.
+  // Today and the session's SystemBytes and SystemText. A call told to fail has no effect and
+  // reports the code, in the way its port has: ReadEntry gives the fallback, ReadSection no text,
+  // WriteEntry 0, Next the end, an operation with an optional result its absence, HostTitle the
+  // executable name, Pause the code, Unlock 158, Tell shows no box, Roots gives none, KindOf the
+  // unknown kind, ProcessPendingMessages nothing at all. A failing Copy has written the first half
+  // of its target. AnsiCodePage and HostExecutableName count, but cannot fail.
 
   // The call of that number fails, once; may be given for several numbers.
   void FailCall(std::size_t number, std::uint32_t code);

@@ -95,6 +95,10 @@ std::optional<std::wstring> Win32Session::EnvironmentValue(const std::wstring& n
 
 std::uint32_t Win32Session::AnsiCodePage() { return GetACP(); }
 
+std::string Win32Session::SystemBytes(std::wstring_view text) { return Narrow(text); }
+
+std::wstring Win32Session::SystemText(std::string_view bytes) { return Wide(bytes); }
+
 std::wstring Win32Session::HostExecutableName() {
   return FileNameWithoutExtension(HostExecutablePath());
 }

@@ -16,6 +16,8 @@ class Win32Session final : public Session {
   std::optional<std::wstring> SystemMessage(std::uint32_t code) override;
   std::optional<std::wstring> EnvironmentValue(const std::wstring& name) override;
   std::uint32_t AnsiCodePage() override;
+  std::string SystemBytes(std::wstring_view text) override;
+  std::wstring SystemText(std::string_view bytes) override;
   std::wstring HostExecutableName() override;
   std::wstring HostTitle() override;
 };

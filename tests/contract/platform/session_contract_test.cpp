@@ -83,6 +83,25 @@ TEST_CASE_TEMPLATE("the system code page is named by its number", Fixture, PLATF
   CHECK(fixture.platform().session.AnsiCodePage() == 1252);
 }
 
+TEST_CASE_TEMPLATE("text becomes bytes of the system code page and text again", Fixture,
+                   PLATFORM_FIXTURES) {
+  Fixture fixture;
+  Session& session = fixture.platform().session;
+  REQUIRE(session.AnsiCodePage() == 1252);
+  CHECK(session.SystemBytes(L"").empty());
+  CHECK(session.SystemText("").empty());
+  CHECK(session.SystemBytes(L"k=\u00E9\u20AC") == "k=\xE9\x80");
+  CHECK(session.SystemText("k=\xE9\x80") == L"k=\u00E9\u20AC");
+  // What the page lacks becomes no character that only looks alike.
+  CHECK(session.SystemBytes(L"\u0416\u0100\u2260") == "???");
+  const std::wstring_view with_zero(L"a\0b", 3);
+  CHECK(session.SystemBytes(with_zero) == std::string_view("a\0b", 3));
+  CHECK(session.SystemText(std::string_view("a\0b", 3)) == with_zero);
+  std::string all;
+  for (int byte = 0; byte < 256; ++byte) all += static_cast<char>(byte);
+  CHECK(session.SystemBytes(session.SystemText(all)) == all);
+}
+
 TEST_CASE_TEMPLATE("the host has a name without folder and extension, and a title", Fixture,
                    PLATFORM_FIXTURES) {
   Fixture fixture;

@@ -10,6 +10,7 @@
 #include "catalogue/ini_comments.h"
 #include "catalogue/sql_text.h"
 #include "unit/catalogue/shop.h"
+#include "unit/other_session.h"
 
 using namespace tdefault;
 using catalogue::CommentOutKey;
@@ -261,6 +262,34 @@ TEST_CASE("comments are compared and written in the system code page") {
   CHECK(Without(L"\u00E9t\u00E9", ";\xC9T\xC9\r\n;ete\r\n") == ";ete\r\n");
   // What the page lacks was written as a question mark.
   CHECK(Without(L"\u0416", ";?\r\n;x\r\n") == ";x\r\n");
+}
+
+TEST_CASE("comments and keys are compared as text of the system's code page, whichever that is") {
+  Shop shop;
+  const auto rewritten = [&](platform::Session& session, const std::string& before,
+                             const auto& operation) {
+    platform::Platform machine = tests::With(shop.machine.platform(), session);
+    catalogue::Options options(machine, shop.tables, shop.location);
+    shop.machine.PutFile(kIni, before);
+    CHECK(operation(machine, options));
+    return shop.machine.Contents(kIni).value_or("(missing)");
+  };
+  const auto uncomment = [](platform::Platform& /*machine*/, catalogue::Options& options) {
+    return options.RemoveIniComment(kIni, L"caf\u00E9");
+  };
+  const auto disable = [](platform::Platform& machine, catalogue::Options& /*options*/) {
+    return CommentOutKey(machine, kIni, L"\u00E9");
+  };
+  tests::Utf8Session utf8(shop.machine.platform().session);
+  // Lines with broken characters are kept as they are.
+  CHECK(rewritten(utf8, ";CAF\xC3\x89\r\n;caf\xE9\r\n;\xC5\xBF\xFF\r\n", uncomment) ==
+        ";caf\xE9\r\n;\xC5\xBF\xFF\r\n");
+  CHECK(rewritten(utf8, "[S]\r\n\xC3\x89 = 1\r\n\xE9=2\r\n", disable) ==
+        std::string("[S]\r\n") + kMarker + ";\xC3\x89 = 1\r\n\xE9=2\r\n");
+  tests::DoubleByteSession two(shop.machine.platform().session);
+  CHECK(rewritten(two, ";caf\x83[\r\n;caf\x83|\r\n;CAF\x83]\r\n", uncomment) == ";caf\x83|\r\n");
+  CHECK(rewritten(two, "\x83[=\x83]\r\n\x83|=2\r\n]=3\r\n", disable) ==
+        std::string(kMarker) + ";\x83[=\x83]\r\n\x83|=2\r\n]=3\r\n");
 }
 
 TEST_CASE("a key is disabled wherever it stands, each time behind a line that says who and when") {

@@ -29,6 +29,8 @@ class NamingSession final : public platform::Session {
   std::optional<std::wstring> SystemMessage(std::uint32_t /*code*/) override { return message; }
   std::optional<std::wstring> EnvironmentValue(const std::wstring& /*name*/) override { return {}; }
   std::uint32_t AnsiCodePage() override { return 1252; }
+  std::string SystemBytes(std::wstring_view text) override { return ToUtf8(text); }
+  std::wstring SystemText(std::string_view bytes) override { return FromUtf8(bytes); }
   std::wstring HostExecutableName() override { return L"Host"; }
   std::wstring HostTitle() override { return L"Title"; }
 

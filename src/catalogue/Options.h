@@ -13,6 +13,7 @@
 #include "records/cChoices.h"
 #include "records/collection.h"
 #include "reports/Reports.h"
+#include "search/data_folder_search.h"
 #include "support/location_state.h"
 #include "tables/table_access.h"
 
@@ -65,9 +66,12 @@ class Options {
   // when each is told to the user as one that cannot be created.
   void RunModulesOf(ProcessingModules* modules) noexcept { modules_ = modules; }
 
+  // How the user looks for a missing data folder. Not owned; null for not at all.
+  void SearchWith(search::DataFolderSearch* search) noexcept { search_ = search; }
+
   // Finds data folder and table, loads the catalogue and the reports. False when the data folder
-  // is missing (the user has been told); throws when the table is missing, not writable or cannot
-  // be loaded.
+  // is missing (the user has been told, and may have looked for it); throws when the table is
+  // missing, not writable or cannot be loaded.
   bool Initialize();
 
   [[nodiscard]] std::wstring DataPath() const;
@@ -172,6 +176,7 @@ class Options {
   tables::TableAccess& tables_;
   support::LocationState& location_;
   OptionsEvents* events_ = nullptr;
+  search::DataFolderSearch* search_ = nullptr;
   ProcessingModules* modules_ = nullptr;
   records::Collection<records::INIOption> options_;
   std::shared_ptr<reports::Reports> reports_;

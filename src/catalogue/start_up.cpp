@@ -47,13 +47,12 @@ bool Options::Initialize() {
 bool Options::VerifyDataPath() {
   const std::wstring path = DataPath();
   if (support::FolderExists(platform_.files, path)) return true;
-  // Whatever the answer, this start-up has failed: a folder that a search finds is for the host to
-  // set as DataPath. The search dialog is not there yet, so Yes is like closing it without a
-  // choice.
-  platform_.dialogs.AskYesNoCancel(L"Tovo Data Path Not Found",
-                                   L"The data path, '" + path + L"' was not found.\r\n\r\n" +
+  const auto answer = platform_.dialogs.AskYesNoCancel(
+      L"Tovo Data Path Not Found", L"The data path, '" + path + L"' was not found.\r\n\r\n" +
                                        L"Do you want " + platform_.session.HostTitle() +
                                        L" to seach for the path?");
+  // Whatever is chosen, this start-up has failed: the folder is for the host to set as DataPath.
+  if (answer == platform::MessageAnswer::kYes && search_ != nullptr) search_->Show();
   return false;
 }
 

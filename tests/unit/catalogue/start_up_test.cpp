@@ -77,6 +77,65 @@ TEST_CASE("a missing data folder is told in a message box and is no error, whate
   }
 }
 
+namespace {
+
+// The dialog of a user who chooses a folder.
+class ChosenFolder final : public search::DataFolderSearch {
+ public:
+  std::wstring Show() override {
+    ++shown;
+    if (failure) throw *failure;
+    return L"C:\\FOUND";
+  }
+
+  int shown = 0;
+  std::optional<Error> failure;
+};
+
+}  // namespace
+
+TEST_CASE("the user may look for a missing data folder, and start-up fails whatever is chosen") {
+  for (const auto answer : {platform::MessageAnswer::kYes, platform::MessageAnswer::kNo,
+                            platform::MessageAnswer::kCancel}) {
+    Shop shop;
+    ChosenFolder search;
+    shop.options.SearchWith(&search);
+    shop.options.SetDataPath(L"C:\\GONE");
+    shop.machine.Answer(answer);
+    CHECK_FALSE(shop.options.Initialize());
+    CHECK(search.shown == (answer == platform::MessageAnswer::kYes ? 1 : 0));
+    CHECK(shop.options.DataPath() == L"C:\\GONE");
+    CHECK(shop.options.ReportTypes() == nullptr);
+    CHECK(shop.tables.store.log.empty());
+  }
+}
+
+TEST_CASE("the dialog is not shown where the question cannot be, nor for a folder that exists") {
+  Shop shop;
+  ChosenFolder search;
+  shop.options.SearchWith(&search);
+  CHECK(shop.options.Initialize());
+  shop.options.SetDataPath(L"C:\\GONE");
+  CHECK_FALSE(shop.options.Initialize());
+  CHECK(search.shown == 0);
+}
+
+TEST_CASE("an error of the search reaches the caller of start-up") {
+  Shop shop;
+  ChosenFolder search;
+  search.failure = Error(7, L"Files:FindFile", L"Out of memory");
+  shop.options.SearchWith(&search);
+  shop.options.SetDataPath(L"C:\\GONE");
+  shop.machine.Answer(platform::MessageAnswer::kYes);
+  try {
+    shop.options.Initialize();
+    FAIL("no error");
+  } catch (const Error& error) {
+    CHECK(error.number() == 7);
+    CHECK(error.source() == L"Files:FindFile");
+  }
+}
+
 TEST_CASE("an empty data path is a missing data folder") {
   Shop shop;
   shop.machine.RemoveFile(kLocalIni);

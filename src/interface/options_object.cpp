@@ -27,6 +27,7 @@ OptionsObject::OptionsObject()
       options_(thread_->platform(), thread_->tables(), thread_->location()) {
   options_.ListenTo(this);
   options_.RunModulesOf(&modules_);
+  options_.SearchWith(&thread_->data_folder_search());
 }
 
 void OptionsObject::Modified() { events().Fire(kModified, {}); }

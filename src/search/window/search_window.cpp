@@ -1,0 +1,13 @@
+#include "search/window/search_window.h"
+
+#include "search/window/search_dialog.h"
+
+namespace tdefault::search {
+
+std::wstring SearchWindow::Show() {
+  SearchDialog dialog(platform_, product_);
+  dialog.Run();
+  return dialog.NewDataPath();
+}
+
+}  // namespace tdefault::search

@@ -68,5 +68,7 @@ cat <<'END'
 
 search(ms)   cFileSearch over the whole tree, each folder told; folders/s: in that time
 dir(ms)      cmd /c dir /s /b over the same tree in the same run; ratio: search / dir
+window(ms)   the same search in the dialog, from the click to the end; ratio: window / dir
+answer(ms)   the longest that the dialog took to answer a message while it searched; 100 at most
 peak(MB)     the most memory of the process so far: it grows with the depth of the folders
 END

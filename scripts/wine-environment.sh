@@ -43,6 +43,8 @@ prepare_wine() {
     DISPLAY=$(cat "$root/build/display") wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /t REG_SZ /d '' /f >/dev/null 2>&1 9>&-
     # There is no window manager, for whose answer every new window would be waited two seconds.
     DISPLAY=$(cat "$root/build/display") wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1 9>&-
+    # The user's folders are links into the home folder: a search of drive C: would leave the prefix.
+    find "$WINEPREFIX/drive_c/users" -type l -exec sh -c 'rm "$1" && mkdir "$1"' sh {} \;
     wineserver -w 2>/dev/null # the next program begins a session of its own
     touch "$WINEPREFIX/ready"
   fi

@@ -24,7 +24,8 @@ WARNINGS = ("--extra-arg=-Wno-unknown-warning-option", "--extra-arg=-Wreserved-i
 # The sources that a generated file includes; no other file includes sources, which tidy.py checks.
 SOURCES_OF_UNITY = re.compile(r'^#include "(.*\.cpp)"', re.MULTILINE)
 UNITY_CHECKS = "--checks=-bugprone-suspicious-include"
-WINDOWS_FOLDERS = ("src/automation", "src/interface", "src/platform/win32", "src/tables/ado", "hosts")
+WINDOWS_FOLDERS = ("src/automation", "src/interface", "src/platform/win32", "src/search/window",
+                   "src/tables/ado", "hosts")
 
 
 def cross_arguments(compiler: str) -> list[str]:

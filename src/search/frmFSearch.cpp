@@ -62,8 +62,8 @@ void frmFSearch::RunSearch(const std::wstring& file_name) {
   view_.SetEnabled(AcceptButton::kOK, false);
   view_.FocusCancel();
 
-  m_cFS_ = std::make_unique<cFileSearch>(platform_.files, platform_.session, platform_.dialogs);
-  m_cFS_->OnFolderChange([this](const std::wstring& folder) { ShowProgress(folder); });
+  m_cFS = std::make_unique<cFileSearch>(platform_.files, platform_.session, platform_.dialogs);
+  m_cFS->OnFolderChange([this](const std::wstring& folder) { ShowProgress(folder); });
   const std::wstring found = FindAndRelease(file_name, drives);
 
   // A search without a result ends without the engine's last event.
@@ -76,8 +76,8 @@ std::wstring frmFSearch::FindAndRelease(const std::wstring& file_name, const std
   const struct Release {
     std::unique_ptr<cFileSearch>& engine;
     ~Release() { engine.reset(); }
-  } release{m_cFS_};
-  return m_cFS_->FindFile(file_name, true, drives, true);
+  } release{m_cFS};
+  return m_cFS->FindFile(file_name, true, drives, true);
 }
 
 std::wstring frmFSearch::SelectedDrives() {
@@ -156,7 +156,7 @@ void frmFSearch::Accept(std::size_t row) {
 }
 
 void frmFSearch::cmdCancel_Click() {
-  if (m_cFS_) m_cFS_->SetCancel(true);
+  if (m_cFS) m_cFS->SetCancel(true);
   view_.Hide();
 }
 

@@ -44,7 +44,7 @@ class frmFSearch {
 
   // The folder accepted; empty until then.
   [[nodiscard]] const std::wstring& NewDataPath() const noexcept { return new_data_path_; }
-  [[nodiscard]] bool Searching() const noexcept { return m_cFS_ != nullptr; }
+  [[nodiscard]] bool Searching() const noexcept { return m_cFS != nullptr; }
 
  private:
   enum class Role { kDrives, kResults };
@@ -73,7 +73,7 @@ class frmFSearch {
   std::vector<double> shares_;
   bool user_sized_ = false;
   bool folders_found_ = false;
-  std::unique_ptr<cFileSearch> m_cFS_;  // while a search runs
+  std::unique_ptr<cFileSearch> m_cFS;  // while a search runs
   std::wstring new_data_path_;
 };
 

@@ -13,7 +13,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 SYSTEM_HEADERS = ("windows.h", "objbase.h", "oleauto.h", "commctrl.h", "secext.h")
-SYSTEM_FOLDERS = ("automation/", "platform/win32/", "tables/ado/", "interface/")
+SYSTEM_FOLDERS = ("automation/", "platform/win32/", "search/window/", "tables/ado/", "interface/")
 # Text that is no name of ours: comments, directives, literals.
 NOISE = re.compile(r'//[^\n]*|/\*.*?\*/|^[ \t]*#[^\n]*|"(?:\\.|[^"\\])*"', re.DOTALL | re.MULTILINE)
 

@@ -8,8 +8,6 @@
 #include "search/window/display_scaling.h"
 #include "search/window/resources.h"
 
-extern "C" IMAGE_DOS_HEADER __ImageBase;
-
 namespace tdefault::search {
 namespace {
 
@@ -20,6 +18,15 @@ constexpr UINT kActivated = WM_APP + 1;
 // The letters whose average width the base units of a dialog rest on.
 constexpr wchar_t kLetters[] = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr int kLetterCount = 52;
+
+// The library or program that this code is part of: its resources are the dialog's.
+HINSTANCE OwnModule() {
+  HMODULE module = nullptr;
+  GetModuleHandleExW(
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+      std::bit_cast<LPCWSTR>(&OwnModule), &module);
+  return module;
+}
 
 int AcceptControl(AcceptButton button) {
   return button == AcceptButton::kSearch ? IDC_SEARCH : IDOK;
@@ -44,7 +51,7 @@ bool CanBePressed(HWND button) {
 }  // namespace
 
 SearchDialog::SearchDialog(const platform::Platform& platform, const std::wstring& product)
-    : module_(std::bit_cast<HINSTANCE>(&__ImageBase)),
+    : module_(OwnModule()),
       product_(product),
       pump_(platform.dialogs),
       form_(WithDialogs(platform, pump_), *this) {}

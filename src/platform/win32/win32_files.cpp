@@ -185,12 +185,17 @@ using Permissions = std::vector<std::uint8_t>;
 
 // Empty where the file system has none, or there is no such file.
 Permissions PermissionsOf(const std::string& path) {
+  constexpr DWORD kUsualSize = 1024;
   DWORD size = 0;
-  GetFileSecurityA(path.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
-  Permissions permissions(size);
-  if (size == 0 ||
-      !GetFileSecurityA(path.c_str(), DACL_SECURITY_INFORMATION, permissions.data(), size, &size))
-    return {};
+  Permissions permissions(kUsualSize);
+  if (!GetFileSecurityA(path.c_str(), DACL_SECURITY_INFORMATION, permissions.data(), kUsualSize,
+                        &size)) {
+    if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) return {};
+    permissions.resize(size);
+    if (!GetFileSecurityA(path.c_str(), DACL_SECURITY_INFORMATION, permissions.data(), size, &size))
+      return {};
+  }
+  permissions.resize(GetSecurityDescriptorLength(permissions.data()));
   // What was inherited is to count as inherited again.
   SECURITY_DESCRIPTOR_CONTROL control = 0;
   DWORD revision = 0;
@@ -221,10 +226,12 @@ void CopyPermissions(const std::string& from, const std::string& to) {
 // than before.
 SystemStatus ReplaceWithinFolder(const std::string& from, const std::string& to) {
   Permissions own = PermissionsOf(from);
-  CopyPermissions(to, from);
+  Permissions wanted = PermissionsOf(to);
+  const bool differ = !wanted.empty() && wanted != own;
+  if (differ) SetPermissions(from, wanted);
   const SystemStatus status = StatusOf(
       MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH));
-  if (!status.ok()) SetPermissions(from, own);
+  if (!status.ok() && differ) SetPermissions(from, own);
   return status;
 }
 

@@ -1,0 +1,161 @@
+#!/usr/bin/python3
+"""Plays hosts/windows-check/windows-check.vbs under Wine, where the library is registered.
+
+    windows_check.py
+
+It has to run to its summary with every promise kept, to tell of each check what it saw or why it
+could not look, to leave neither its copy nor a trace in the sample shop, to fail where a promise is
+broken, and to refuse anything but the sample shop.
+"""
+
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+PROGRAM = os.path.join(ROOT, "hosts", "windows-check", "windows-check.vbs")
+SHOP = os.path.join(ROOT, "samples", "shop")
+PREFIX = os.environ.get("TDEFAULT_WINEPREFIX") or os.path.join(ROOT, "build", "wineprefix")
+TIMEOUT_SECONDS = 900
+
+# As scripts/wine.sh runs a program.
+WINE = ["bash", "-c", 'root=$1; shift; . "$root/scripts/wine-environment.sh"; exec wine "$@"', "wine",
+        ROOT]
+
+LINE = re.compile(r"(\d+)\.(\d+) (.*) \[(ok|FAILED|seen|not here)\]$")
+SUMMARY = re.compile(r"Summary: (\d+) ok, (\d+) FAILED, (\d+) seen, (\d+) not available here\.$")
+
+# Checks that Wine's script host, or Wine itself, cannot do, whole or in part. All others must look.
+NOT_HERE = {}
+
+problems = []
+
+
+def expect(holds, text):
+    if not holds:
+        problems.append(text)
+
+
+def windows_path(path):
+    return "Z:" + path.replace("/", "\\")
+
+
+def run(*arguments):
+    """Exit code and lines of the program."""
+    # Into a file: a session's first program starts others that keep its output open.
+    with tempfile.TemporaryFile() as out:
+        done = subprocess.run([*WINE, "cscript", "//nologo", windows_path(PROGRAM), *arguments],
+                              stdin=subprocess.DEVNULL, stdout=out, stderr=subprocess.DEVNULL,
+                              timeout=TIMEOUT_SECONDS, check=False)
+        out.seek(0)
+        return done.returncode, out.read().decode("cp437").replace("\r", "").splitlines()
+
+
+def copies_left():
+    left = []
+    for folder, names, _ in os.walk(os.path.join(PREFIX, "drive_c", "users")):
+        left += [os.path.join(folder, name) for name in names if name.startswith("windows-check-")]
+    return left
+
+
+def files_of(folder):
+    found = {}
+    for path, _, names in os.walk(folder):
+        for name in names:
+            with open(os.path.join(path, name), "rb") as file:
+                found[os.path.join(path, name)] = file.read()
+    return found
+
+
+def tally(lines):
+    """The lines by verdict, as (check, tried and seen)."""
+    found = {"ok": [], "FAILED": [], "seen": [], "not here": []}
+    for line in lines:
+        match = LINE.match(line)
+        if match:
+            found[match[4]].append((int(match[1]), match[3]))
+    return found
+
+
+def check_whole_run(scratch):
+    report = os.path.join(scratch, "report.txt")
+    before = files_of(SHOP)
+    code, lines = run("/report:" + windows_path(report))
+    print("\n".join(lines))
+    expect(code == 0, f"the whole run ends with {code}")
+    found = tally(lines)
+    summary = SUMMARY.match(lines[-1]) if lines else None
+    expect(summary is not None, "the last line is no summary")
+    if summary:
+        counts = tuple(len(found[verdict]) for verdict in ("ok", "FAILED", "seen", "not here"))
+        expect(tuple(map(int, summary.groups())) == counts, f"the summary is not that of the lines: {counts}")
+    expect(not found["FAILED"], f"failed: {found['FAILED']}")
+    for number in range(1, 20):
+        expect(any(line.startswith(f"-- {number} ") for line in lines), f"check {number} is missing")
+        if number not in NOT_HERE:
+            looked = [entry for entry in found["ok"] + found["seen"] if entry[0] == number]
+            expect(looked, f"check {number} looked at nothing")
+    absent = {}
+    for number, text in found["not here"]:
+        absent.setdefault(number, []).append(text.split(":")[0])
+    expect(absent == NOT_HERE, f"not available here: {absent}")
+    with open(report, "rb") as file:
+        written = file.read().decode("utf-16").replace("\r", "").splitlines()
+    expect([ascii_of(line) for line in written] == [ascii_of(line) for line in lines],
+           "the report differs from what was printed")
+    expect(files_of(SHOP) == before, "the sample shop was changed")
+
+
+def ascii_of(text):
+    """Without what the console's code page lacks."""
+    return re.sub(r"[^ -~]+", "?", text)
+
+
+def check_broken_promise(scratch):
+    """A shop with one definition less is not what the checks of the catalogue expect."""
+    shop = os.path.join(scratch, "shop")
+    shutil.copytree(SHOP, shop)
+    with open(os.path.join(shop, "data", "defaults.dbf"), "r+b") as table:
+        table.seek(8)
+        first, length = (int.from_bytes(table.read(2), "little") for _ in range(2))
+        table.seek(first + 20 * length)
+        table.write(b"*")
+    code, lines = run("/shop:" + windows_path(shop), "/only:3,17")
+    found = tally(lines)
+    expect(code == 1, f"a broken promise ends with {code}")
+    expect({number for number, _ in found["FAILED"]} == {3, 17}, f"failed: {found['FAILED']}")
+    numbers = {number for entries in found.values() for number, _ in entries}
+    expect(numbers == {3, 17}, f"/only:3,17 gave {numbers}")
+
+
+def check_refusals(scratch):
+    for arguments, wanted, text in (
+            (["/only:0"], 2, "/only: takes numbers"), (["/only:"], 2, "needs a value"),
+            (["/every"], 2, "There is no option /every"), (["/?"], 0, "/report:FILE"),
+            (["/shop:" + windows_path(scratch)], 2, "is not the sample shop"),
+            (["/report:Z:\\no\\folder\\x.txt"], 2, "cannot be written"),
+            (["/child:dump", "/file:x", "/out:x"], 2, "for the program's own use")):
+        code, lines = run(*arguments)
+        expect(code == wanted, f"{arguments} ends with {code}")
+        expect(any(text in line for line in lines), f"{arguments} tells {lines}")
+
+
+def main():
+    scratch = tempfile.mkdtemp()
+    try:
+        check_whole_run(scratch)
+        check_broken_promise(scratch)
+        check_refusals(scratch)
+        expect(not copies_left(), f"left behind: {copies_left()}")
+    finally:
+        shutil.rmtree(scratch, ignore_errors=True)
+    for problem in problems:
+        print("FAIL", problem)
+    return 1 if problems else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

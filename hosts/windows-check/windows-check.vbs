@@ -64,9 +64,11 @@ Function Main
   If Err.Number <> 0 Then trouble = ErrorText("The check could not begin: ")
   Err.Clear
   If trouble = "" Then
-    For number = 1 To LAST_CHECK
+    number = 1
+    Do While number <= LAST_CHECK
       If Wanted(number) Then RunCheck number
-    Next
+      number = number + 1
+    Loop
   End If
   CleanUp
   If trouble <> "" Then
@@ -298,30 +300,16 @@ Sub NotHere(tried, why)
   Line tried, "not available here: " & why, "not here"
 End Sub
 
-' Text in quotation marks, in one line, with what cannot be printed written out.
+' Text between apostrophes, in one line, with what cannot be printed written out.
 Function Shown(text)
-  Dim index, character, code
-  Shown = ""
-  For index = 1 To Len(text)
-    character = Mid(text, index, 1)
-    code = AscW(character)
-    If code = 13 Then
-      Shown = Shown & "\r"
-    ElseIf code = 10 Then
-      Shown = Shown & "\n"
-    ElseIf code = 9 Then
-      Shown = Shown & "\t"
-    ElseIf code >= 0 And code < 32 Then
-      Shown = Shown & "<" & Hex(code) & ">"
-    Else
-      Shown = Shown & character
-    End If
-    If index = 400 And Len(text) > 400 Then
-      Shown = Shown & "... (" & Len(text) & " characters)"
-      Exit For
-    End If
+  Dim index, result
+  result = Left(text, 400)
+  result = Replace(Replace(Replace(result, vbCr, "\r"), vbLf, "\n"), vbTab, "\t")
+  For index = 0 To 31
+    result = Replace(result, Chr(index), "<" & Hex(index) & ">")
   Next
-  Shown = "'" & Shown & "'"
+  If Len(text) > 400 Then result = result & "... (" & Len(text) & " characters)"
+  Shown = "'" & result & "'"
 End Function
 
 ' The error that was raised last, and clears it.
@@ -573,6 +561,7 @@ End Function
 
 Sub ReleaseHolders
   Dim signal
+  If holders = "" Then Exit Sub
   For Each signal In Split(holders, " ")
     WriteText workFolder & "\" & signal & ".release", "release"
     WaitForFile signal & ".ended", ""
@@ -599,14 +588,20 @@ End Sub
 Function OtherHost
   Dim name
   OtherHost = ""
-  name = shell.ExpandEnvironmentStrings("%SystemRoot%") & "\Sysnative\cscript.exe"
+  name = Expanded("%SystemRoot%") & "\Sysnative\cscript.exe"
   If Not Is64Bit And fso.FileExists(name) Then OtherHost = name
-  name = shell.ExpandEnvironmentStrings("%SystemRoot%") & "\SysWOW64\cscript.exe"
+  name = Expanded("%SystemRoot%") & "\SysWOW64\cscript.exe"
   If Is64Bit And fso.FileExists(name) Then OtherHost = name
 End Function
 
 Function Is64Bit
-  Is64Bit = LCase(shell.ExpandEnvironmentStrings("%PROCESSOR_ARCHITECTURE%")) <> "x86"
+  Is64Bit = LCase(Expanded("%PROCESSOR_ARCHITECTURE%")) <> "x86"
+End Function
+
+' Some hosts give the zero character at the end as well.
+Function Expanded(text)
+  Expanded = shell.ExpandEnvironmentStrings(text)
+  If Right(Expanded, 1) = Chr(0) Then Expanded = Left(Expanded, Len(Expanded) - 1)
 End Function
 
 ' A value of the registry, empty when there is none.
@@ -861,10 +856,10 @@ End Function
 
 Sub CheckSystem
   Const PAGES = "HKLM\SYSTEM\CurrentControlSet\Control\Nls\CodePage\"
-  Const VERSION = "HKLM\SOFTWARE\Microsoft\Windows NT\CurrentVersion\"
+  Const CURRENT = "HKLM\SOFTWARE\Microsoft\Windows NT\CurrentVersion\"
   Dim options
-  Seen "system", OneLine(OutputOf("ver")) & ", " & RegistryText(VERSION & "ProductName") & " " & _
-      RegistryText(VERSION & "CurrentBuild")
+  Seen "system", OneLine(OutputOf("ver")) & ", " & RegistryText(CURRENT & "ProductName") & " " & _
+      RegistryText(CURRENT & "CurrentBuild")
   If fso.FileExists(fso.GetSpecialFolder(1) & "\winecfg.exe") Then Seen "this is not Windows", "Wine"
   If Is64Bit Then
     Seen "script host", WScript.FullName & ", 64 bits"
@@ -873,10 +868,10 @@ Sub CheckSystem
   End If
   Seen "code pages", "ANSI " & RegistryText(PAGES & "ACP") & ", OEM " & RegistryText(PAGES & "OEMCP")
   Seen "numbers and dates of this user", CStr(1.5) & ", " & FormatDateTime(DateSerial(2001, 3, 7), 2)
-  Seen "user", shell.ExpandEnvironmentStrings("%USERDOMAIN%\%USERNAME%") & AdministratorText
+  Seen "user", Expanded("%USERDOMAIN%\%USERNAME%") & AdministratorText
   Seen "settings of table access", "TDEFAULT_TABLES=" & _
-      shell.ExpandEnvironmentStrings("%TDEFAULT_TABLES%") & ", TDEFAULT_LOCK_WAIT=" & _
-      shell.ExpandEnvironmentStrings("%TDEFAULT_LOCK_WAIT%")
+      Expanded("%TDEFAULT_TABLES%") & ", TDEFAULT_LOCK_WAIT=" & _
+      Expanded("%TDEFAULT_LOCK_WAIT%")
   Set options = CreateObject("TovoDefaults.Options")
   Seen "version of the library", options.Version
 End Sub

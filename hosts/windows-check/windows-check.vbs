@@ -20,7 +20,7 @@ Const NOT_SET = "Not found"
 Const BOTH_SAVED = "True, TOVO.INI changed, TOVOGBL.INI changed"
 Const NOT_WRITABLE = -2147221501
 Const FOR_READING = 1, FOR_APPENDING = 8
-Const READ_ONLY = 1                       ' of a file's attributes
+Const READ_ONLY = 1, SETTABLE = 39        ' of a file's attributes
 Const CLASS_ID = "{3C43CF6B-9492-11D4-B262-0050DA5596B9}"
 Const LIBRARY_ID = "{708AC166-84DC-11D4-B262-0050DA5596B9}"
 
@@ -424,9 +424,9 @@ Sub SetReadOnly(path, wanted)
   Dim file
   Set file = fso.GetFile(path)
   If wanted Then
-    If (file.Attributes And READ_ONLY) = 0 Then file.Attributes = file.Attributes + READ_ONLY
-  Else
-    If (file.Attributes And READ_ONLY) <> 0 Then file.Attributes = file.Attributes - READ_ONLY
+    file.Attributes = (file.Attributes And SETTABLE) Or READ_ONLY
+  ElseIf (file.Attributes And READ_ONLY) <> 0 Then
+    file.Attributes = (file.Attributes And SETTABLE) - READ_ONLY
   End If
 End Sub
 
@@ -797,28 +797,36 @@ End Function
 
 ' Everything that a host sees, a line for each option and layout.
 Function DumpOf(options)
-  Dim candidate, choice, layout, count, picture
+  Dim candidate, choice, layout, count, result
   count = 0
+  result = ""
   For Each candidate In options
     count = count + 1
-    DumpOf = DumpOf & count & "|" & candidate.ID & "|" & candidate.LocalINI & "|" & candidate.Section & "|" & _
-        candidate.Key & "|" & candidate.Linkedfield & "|" & candidate.OptionType & "|" & _
+    result = result & count & "|" & candidate.ID & "|" & Word(candidate.LocalINI) & "|" & candidate.Section & _
+        "|" & candidate.Key & "|" & candidate.Linkedfield & "|" & candidate.OptionType & "|" & _
         candidate.Minimum & "|" & candidate.Maximum & "|" & candidate.Decimals & "|" & _
         candidate.Default & "|" & candidate.Comment & "|" & candidate.CurrentValue & "|" & _
-        candidate.AdditionalProc & "|" & candidate.Commented
+        candidate.AdditionalProc & "|" & Word(candidate.Commented)
     For Each choice In candidate.Choices
-      DumpOf = DumpOf & "|" & choice.Item & "=" & choice.Description
+      result = result & "|" & choice.Item & "=" & choice.Description
     Next
-    DumpOf = DumpOf & vbCrLf
+    result = result & vbCrLf
   Next
   For Each layout In options.ReportTypes
-    picture = layout.Picture
-    DumpOf = DumpOf & layout.ReportName & "|" & layout.Name & "|" & layout.Description & "|" & _
-        layout.CurrentReport & "|picture " & VarType(picture)
-    If VarType(picture) > 8192 Then DumpOf = DumpOf & ", " & UBound(picture) + 1 & " bytes"
-    DumpOf = DumpOf & vbCrLf
+    result = result & layout.ReportName & "|" & layout.Name & "|" & layout.Description & "|" & _
+        Word(layout.CurrentReport) & "|" & PictureText(layout) & vbCrLf
   Next
-  DumpOf = DumpOf & count & " options"
+  DumpOf = result & count & " options"
+End Function
+
+' Some script hosts cannot take an array of bytes.
+Function PictureText(layout)
+  Dim picture
+  PictureText = "a picture"
+  On Error Resume Next
+  picture = layout.Picture
+  PictureText = "picture of type " & VarType(picture) & ", " & (UBound(picture) + 1) & " bytes"
+  Err.Clear
 End Function
 
 ' Changes of tables and of INI files by the tables, and what they answer.
@@ -869,9 +877,8 @@ Sub CheckSystem
   Seen "code pages", "ANSI " & RegistryText(PAGES & "ACP") & ", OEM " & RegistryText(PAGES & "OEMCP")
   Seen "numbers and dates of this user", CStr(1.5) & ", " & FormatDateTime(DateSerial(2001, 3, 7), 2)
   Seen "user", Expanded("%USERDOMAIN%\%USERNAME%") & AdministratorText
-  Seen "settings of table access", "TDEFAULT_TABLES=" & _
-      Expanded("%TDEFAULT_TABLES%") & ", TDEFAULT_LOCK_WAIT=" & _
-      Expanded("%TDEFAULT_LOCK_WAIT%")
+  Seen "settings of table access (a name between percent signs is not set)", _
+      Expanded("TDEFAULT_TABLES=%TDEFAULT_TABLES%, TDEFAULT_LOCK_WAIT=%TDEFAULT_LOCK_WAIT%")
   Set options = CreateObject("TovoDefaults.Options")
   Seen "version of the library", options.Version
 End Sub
@@ -945,10 +952,10 @@ Sub CheckObjects
   number = Err.Number
   Seen "reading a property that can be written only", ErrorText("")
   Promise "it is refused", CStr(number), number <> 0
-  ignored = options("no such ID").Key
+  Set ignored = options("no such ID")
   PromiseText "an ID that does not exist", CStr(Err.Number) & " " & Err.Source, "5 :Item"
   Err.Clear
-  ignored = options.Item(1, 2, 3).Key
+  Set ignored = options.Item(1, 2, 3)
   Seen "too many arguments", ErrorText("")
   ignored = options.CommentFile(Nothing)
   Seen "Nothing for a text", ErrorText("")
@@ -965,7 +972,7 @@ Sub CheckJScript(shop)
       "var count = 0, raised = 0;|" & _
       "options.Initialize();|" & _
       "for (var each = new Enumerator(options); !each.atEnd(); each.moveNext()) count++;|" & _
-      "try { options('none'); } catch (error) { raised = error.number & 0xFFFF; }|" & _
+      "try { count += options('none').Count; } catch (error) { raised = error.number & 0xFFFF; }|" & _
       "WScript.Echo(options(1).Key + ' ' + count + ' ' + raised);|")
   answer = OneLine(OutputOf("""" & WScript.FullName & """ //nologo objects.js"))
   PromiseText "JScript: default member, enumeration, error", answer, "DataPath 164 5"
@@ -1222,7 +1229,7 @@ Sub CheckValues
   Dim options, shop, accents
   shop = NewShop("values")
   Set options = OpenShop(shop)
-  accents = "Trois-Rivi" & ChrW(&HE8) & "res"
+  accents = "Trois-Rivi" & Chr(&HE8) & "res"
   If RegistryText("HKLM\SYSTEM\CurrentControlSet\Control\Nls\CodePage\ACP") = "1252" Then
     PromiseText "accents in an INI file", OptionOf(options, "Companyname/City").CurrentValue, accents
     Stored options, shop, "accents", accents, accents, True
@@ -1231,7 +1238,7 @@ Sub CheckValues
   End If
   Stored options, shop, "100 characters", String(100, "y"), String(80, "y"), True
   Stored options, shop, "blanks around", "  v w  ", "v w", True
-  Stored options, shop, "a character that the code page may lack", ChrW(&H416), "?", False
+  Stored options, shop, "a character that the code page may lack", Cyrillic, "?", False
   Stored options, shop, "quotation marks", """q""", "q", False
   Stored options, shop, "apostrophes", "'q'", "q", False
   Stored options, shop, "a semicolon in front", ";v", ";v", False
@@ -1240,11 +1247,21 @@ Sub CheckValues
   Stored options, shop, "a line break", "a" & vbCrLf & "b", "a", False
 End Sub
 
+' The letter U+0416, by way of a UTF-16 file where a script host has no ChrW.
+Function Cyrillic
+  On Error Resume Next
+  Cyrillic = ChrW(&H416)
+  If Err.Number = 0 Then Exit Function
+  Err.Clear
+  WriteText workFolder & "\letter.txt", Chr(&HFF) & Chr(&HFE) & Chr(&H16) & Chr(&H4)
+  Cyrillic = ReadUnicode(workFolder & "\letter.txt")
+End Function
+
 ' Sets, saves, and tells what the option reads then and which line stands in the file.
 Sub Stored(options, shop, tried, value, expected, promised)
   Dim actual, saved
   OptionOf(options, "Defaults/WorkstationName").NewValue = value
-  saved = options.Save
+  saved = Word(options.Save)
   actual = OptionOf(options, "Defaults/WorkstationName").CurrentValue
   If promised Then
     PromiseText tried & " saved (" & saved & ") and read again", actual, expected
@@ -1297,7 +1314,7 @@ Function StampsOf(path)
 End Function
 
 Sub CheckComments
-  Dim options, shop, ini, comment, marker, text
+  Dim options, shop, ini, comment, rule, text
   shop = NewShop("comments")
   Set options = OpenShop(shop)
   ini = shop & "\data\any.ini"
@@ -1321,11 +1338,11 @@ Sub CheckComments
       Not options.ClearIniComments(shop & "\none.ini") And Not fso.FileExists(shop & "\none.ini")
   WriteText GlobalIni(shop), Lines("[Backup]|Generations=7|")
   Promise "CommentINIKey", "called", options.CommentINIKey(OptionOf(options, "Backup/Generations").ID)
-  Set marker = New RegExp
-  marker.Pattern = "^\[Backup\]\r\n;The following line was commented by .* on \d\d-\d\d-\d\d\d\d at " & _
+  Set rule = New RegExp
+  rule.Pattern = "^\[Backup\]\r\n;The following line was commented by .* on \d\d-\d\d-\d\d\d\d at " & _
       "\d\d:\d\d:\d\d\r\n;Generations=7\r\n$"
   text = ReadText(GlobalIni(shop))
-  Promise "the file, with the user's display name and the time", Shown(text), marker.Test(text)
+  Promise "the file, with the user's display name and the time", Shown(text), rule.Test(text)
   CheckPermissions options, shop
 End Sub
 
@@ -1342,7 +1359,7 @@ Sub CheckPermissions(options, shop)
   after = OutputOf("icacls comments\workstation\TOVO.INI")
   Promise "ClearIniComments keeps who may do what", OneLine(after), _
       AllIn(Allowed(before), Allowed(after)) And AllIn(Allowed(after), Allowed(before))
-  saved = options.Save
+  saved = Word(options.Save)
   after = OutputOf("icacls comments\workstation\TOVO.INI")
   Seen "after a save (" & saved & "), which writes in place", Word(after = before)
   Seen "TOVO.old after it", OneLine(OutputOf("icacls comments\workstation\TOVO.old"))
@@ -1789,8 +1806,8 @@ Sub Answered(question, tried, promised)
   Dim yes
   yes = MsgBox(question, vbYesNo, "windows-check") = vbYes
   If promised Then
-    Promise tried, "answered " & yes, yes
+    Promise tried, "answered " & Word(yes), yes
   Else
-    Seen tried, "answered " & yes
+    Seen tried, "answered " & Word(yes)
   End If
 End Sub

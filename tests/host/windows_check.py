@@ -8,6 +8,7 @@ could not look, to leave neither its copy nor a trace in the sample shop, to fai
 broken, and to refuse anything but the sample shop.
 """
 
+import collections
 import os
 import re
 import shutil
@@ -28,8 +29,24 @@ WINE = ["bash", "-c", 'root=$1; shift; . "$root/scripts/wine-environment.sh"; ex
 LINE = re.compile(r"(\d+)\.(\d+) (.*) \[(ok|FAILED|seen|not here)\]$")
 SUMMARY = re.compile(r"Summary: (\d+) ok, (\d+) FAILED, (\d+) seen, (\d+) not available here\.$")
 
-# Checks that Wine's script host, or Wine itself, cannot do, whole or in part. All others must look.
-NOT_HERE = {}
+# What Wine or its script host cannot show, by check. Nothing else may be passed over.
+NOT_HERE = {
+    4: ["event sinks of the script host"],
+    10: ["permissions of files that are replaced"],
+    11: ["a data folder without the right to write"],
+    13: ["files held so that nobody else may open it"],
+    14: ["records locked by another process", "a row that the FoxPro provider edits"],
+    15: ["a path of the network", "a substituted drive"],
+    18: ["embedded engine and provider compared"],
+    19: ["the library in the list of modules"],
+}
+if os.geteuid() == 0:
+    # Wine lets root write files marked read-only.
+    NOT_HERE[11] = ["files marked read-only", *NOT_HERE[11]]
+# How many promises each check looks at, so that none ends early unnoticed. Those of 11 and 17 depend on
+# the user and on whether there is a 32-bit Wine.
+PROMISES = {}
+VARYING = {11, 17}
 
 problems = []
 
@@ -93,15 +110,16 @@ def check_whole_run(scratch):
         counts = tuple(len(found[verdict]) for verdict in ("ok", "FAILED", "seen", "not here"))
         expect(tuple(map(int, summary.groups())) == counts, f"the summary is not that of the lines: {counts}")
     expect(not found["FAILED"], f"failed: {found['FAILED']}")
-    for number in range(1, 20):
-        expect(any(line.startswith(f"-- {number} ") for line in lines), f"check {number} is missing")
-        if number not in NOT_HERE:
-            looked = [entry for entry in found["ok"] + found["seen"] if entry[0] == number]
-            expect(looked, f"check {number} looked at nothing")
+    promises = collections.Counter(number for number, _ in found["ok"] if number not in VARYING)
+    expect(promises == PROMISES, f"promises looked at: {dict(promises)}")
+    expect(any(number == 17 for number, _ in found["ok"]), "check 17 looked at nothing")
     absent = {}
     for number, text in found["not here"]:
         absent.setdefault(number, []).append(text.split(":")[0])
+    absent.pop(17, None)
     expect(absent == NOT_HERE, f"not available here: {absent}")
+    for number in range(1, 20):
+        expect(any(line.startswith(f"-- {number} ") for line in lines), f"check {number} is missing")
     with open(report, "rb") as file:
         written = file.read().decode("utf-16").replace("\r", "").splitlines()
     expect([ascii_of(line) for line in written] == [ascii_of(line) for line in lines],

@@ -1388,7 +1388,7 @@ End Function
 ' ---------------------------------------------------------------------------------------------------
 
 Sub CheckReadOnly
-  Dim options, shop, refusal, before
+  Dim options, shop, refusal, before, answer, same
   shop = NewShop("readonly")
   Set options = OpenShop(shop)
   SetReadOnly LocalIni(shop), True
@@ -1400,8 +1400,9 @@ Sub CheckReadOnly
     OptionOf(options, "Defaults/WorkstationName").NewValue = "x"
     PromiseText "a save with such a TOVO.INI", SaveOutcome(options, shop), "False"
     before = ReadText(LocalIni(shop))
-    Promise "ClearIniComments of it", "compared", _
-        Not options.ClearIniComments(LocalIni(shop)) And ReadText(LocalIni(shop)) = before
+    answer = options.ClearIniComments(LocalIni(shop))
+    same = ReadText(LocalIni(shop)) = before
+    Promise "ClearIniComments of it", Word(answer) & ", file as before: " & Word(same), same And Not answer
     SetReadOnly LocalIni(shop), False
     SetReadOnly GlobalIni(shop), True
     PromiseText "a save with such a TOVOGBL.INI", SaveOutcome(options, shop), "False"

@@ -1,5 +1,6 @@
 // The operations that rewrite INI files and change definitions, as a host calls them: what they
 // answer, and the bytes of the files afterwards.
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -46,15 +47,34 @@ struct Definition {
   std::string comment;
 };
 
-// Temporary files in the user's folder and in a folder of the shop.
-std::size_t TemporaryFiles(const Shop& shop) {
-  std::size_t count = 0;
-  for (const std::filesystem::path& folder :
-       {std::filesystem::temp_directory_path(), std::filesystem::path(shop.data())})
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
+// Gives this process a folder for temporary files that no other one uses: those of tests that run
+// beside it come and go.
+class OwnTemporaryFolder {
+ public:
+  explicit OwnTemporaryFolder(const Shop& shop) : folder_(shop.data() + L"\\temporary") {
+    GetEnvironmentVariableW(L"TMP", previous_.data(), static_cast<DWORD>(previous_.size()));
+    REQUIRE(std::filesystem::create_directory(folder_));
+    SetEnvironmentVariableW(L"TMP", folder_.c_str());
+    std::array<wchar_t, MAX_PATH> used{};
+    REQUIRE(GetTempPathW(static_cast<DWORD>(used.size()), used.data()) != 0);
+    REQUIRE(used.data() == folder_.wstring() + L"\\");
+  }
+  ~OwnTemporaryFolder() { SetEnvironmentVariableW(L"TMP", previous_.data()); }
+  OwnTemporaryFolder(const OwnTemporaryFolder&) = delete;
+  OwnTemporaryFolder& operator=(const OwnTemporaryFolder&) = delete;
+
+  // Here and beside the shop's INI files.
+  [[nodiscard]] std::size_t TemporaryFiles() const {
+    std::size_t count = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_.parent_path()))
       if (entry.path().extension() == ".tmp") ++count;
-  return count;
-}
+    return count;
+  }
+
+ private:
+  std::filesystem::path folder_;
+  std::array<wchar_t, MAX_PATH> previous_{};
+};
 
 }  // namespace
 
@@ -65,7 +85,7 @@ TEST_CASE("comments are written, removed and cleared byte by byte") {
   const LateBound options(opened.Get());
   const Definition definition(opened.Get());
   const std::wstring path = shop.data() + L"\\any.ini";
-  const std::size_t temporary_files = TemporaryFiles(shop);
+  const OwnTemporaryFolder temporary(shop);
   const std::string above = ";" + definition.comment + "\r\n";
 
   Write(path, ";top\r\n\r\n[Backup]\nGenerations=7\n\r\nOther = \xE9 \rline\r\n[Last]\r\nx=1");
@@ -87,7 +107,7 @@ TEST_CASE("comments are written, removed and cleared byte by byte") {
   Write(path, ";a\r\n" + bare + ";b");
   CHECK(Answer(options, L"ClearIniComments", Arguments(path.c_str())));
   CHECK(Bytes(path) == bare);
-  CHECK(TemporaryFiles(shop) == temporary_files);
+  CHECK(temporary.TemporaryFiles() == 0);
 }
 
 TEST_CASE("a file that is missing, held or UTF-16 is left alone and answered with False") {
@@ -95,12 +115,12 @@ TEST_CASE("a file that is missing, held or UTF-16 is left alone and answered wit
   const Shop shop;
   const LateBound options(OpenShop(shop).Get());
   const std::wstring path = shop.data() + L"\\any.ini";
-  const std::size_t temporary_files = TemporaryFiles(shop);
+  const OwnTemporaryFolder temporary(shop);
   const auto check_refused = [&] {
     CHECK_FALSE(Answer(options, L"CommentFile", Arguments(path.c_str())));
     CHECK_FALSE(Answer(options, L"ClearIniComments", Arguments(path.c_str())));
     CHECK_FALSE(Answer(options, L"RemoveIniComment", Arguments(path.c_str(), L"c")));
-    CHECK(TemporaryFiles(shop) == temporary_files);
+    CHECK(temporary.TemporaryFiles() == 0);
   };
   check_refused();
   CHECK_FALSE(std::filesystem::exists(path));

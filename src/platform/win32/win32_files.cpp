@@ -302,6 +302,10 @@ SystemStatus Win32Files::Replace(const std::wstring& from, const std::wstring& t
   if (!source.ok()) return SystemStatus(source.code());
   const SystemResult<std::string> target = NarrowPath(to);
   if (!target.ok()) return SystemStatus(target.code());
+  // Windows refuses to replace a read-only file; Wine asks for the folder's permissions only.
+  const DWORD attributes = GetFileAttributesA(target.value().c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0)
+    return SystemStatus(ERROR_ACCESS_DENIED);
   if (!InOneFolder(source.value(), target.value()))
     return ReplaceFromElsewhere(source.value(), target.value());
   return ReplaceWithinFolder(source.value(), target.value());

@@ -16,6 +16,7 @@ if [ "${1:-}" != native ]; then
     g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix           # the product's compilers
     mingw-w64-tools libwine-dev                                   # type library: widl and its base IDL
     wine wine64 xvfb                                              # where Windows programs run
+    wixl msitools                                                 # installers
   )
 fi
 

@@ -101,6 +101,22 @@ bool HasOtherSubkeys(const std::wstring& key, std::initializer_list<std::wstring
   return found;
 }
 
+// Whether the library of the other bitness is registered. To be asked when this one no longer is:
+// where the system knows one bitness only, it would be found itself.
+bool OtherBitnessIsRegistered() {
+#ifdef _WIN64
+  constexpr REGSAM kOtherView = KEY_WOW64_32KEY;
+#else
+  constexpr REGSAM kOtherView = KEY_WOW64_64KEY;
+#endif
+  HKEY opened = nullptr;
+  if (RegOpenKeyExW(HKEY_CLASSES_ROOT, ClassKey(kClasses[0]).c_str(), 0, KEY_READ | kOtherView,
+                    &opened) != ERROR_SUCCESS)
+    return false;
+  RegCloseKey(opened);
+  return true;
+}
+
 HRESULT RegisterClass(const PublishedClass& published, const std::wstring& path) {
   Outcome outcome;
   const std::wstring key = ClassKey(published);
@@ -173,10 +189,11 @@ HRESULT Register() noexcept {
 HRESULT Unregister() noexcept {
   try {
     Outcome outcome;
-    if (FAILED(RemoveTree(kProgId))) outcome.Note(SELFREG_E_CLASS);
     for (const PublishedClass& published : kClasses) {
       if (FAILED(RemoveTree(ClassKey(published)))) outcome.Note(SELFREG_E_CLASS);
     }
+    // Both bitnesses have the one name.
+    if (!OtherBitnessIsRegistered() && FAILED(RemoveTree(kProgId))) outcome.Note(SELFREG_E_CLASS);
     if (FAILED(UnregisterLibrary())) outcome.Note(SELFREG_E_TYPELIB);
     return outcome.result();
   } catch (const std::bad_alloc&) {

@@ -1,7 +1,8 @@
-// A host that finds the library through its manifest only: registration_free_host INI_FILE DATA_FOLDER.
-// Opens the shop, changes an option and saves it, and uses the catalogue from another apartment, which
-// takes the type library and the marshallers that the manifest names. Prints what it saw; ends with 1
-// at the first call that fails.
+// A host that finds the library through its manifest only:
+//   registration_free_host INI_FILE DATA_FOLDER
+// Opens the shop, changes an option and saves it, and uses the catalogue from another apartment,
+// which takes the type library and the marshallers that the manifest names. Prints what it saw;
+// ends with 1 at the first call that fails.
 #include <windows.h>
 // After windows.h.
 #include <oleauto.h>
@@ -37,7 +38,8 @@ short CountFromAnotherApartment(_Options* options) {
   std::thread other([&] {
     Check(CoInitializeEx(nullptr, COINIT_MULTITHREADED), "apartment");
     _Options* proxy = nullptr;
-    Check(CoGetInterfaceAndReleaseStream(stream, __uuidof(_Options), reinterpret_cast<void**>(&proxy)),
+    Check(CoGetInterfaceAndReleaseStream(stream, __uuidof(_Options),
+                                         reinterpret_cast<void**>(&proxy)),
           "unmarshal");
     Check(proxy->get_Count(&count), "Count through the proxy");
     proxy->Release();

@@ -319,6 +319,37 @@ def upgrade(setting: Setting) -> None:
         installed.expect_as_before()
 
 
+def side_by_side(setting: Setting) -> None:
+    """Both architectures' packages are installed at once, and removing one leaves the other working."""
+    other = Setting("x86", str(setting.build), str(setting.emulator))
+    with setting.new_machine("side-by-side") as of:
+        installed = Installed(setting, of)
+        for package in other.packages.glob("*.msi"):
+            shutil.copy(package, installed.installers)
+        installed.before = (of.registry(), of.files())
+        installed.install()
+        copy_shop(of, installed.file("samples\\shop"))
+
+        def expect_working(value: str) -> None:
+            script = f"{installed.folder}\\samples\\scripts\\options.vbs"
+            arguments = ("/ini:C:\\SHOP\\WORKSTATION\\TOVO.INI", "set", "Tax", "Rate1", value)
+            of.run("cscript", "//nologo", script, *arguments)
+            expect_equal(shop_value(of, "C:\\SHOP\\DATA\\TOVOGBL.INI", "Rate1"), value, "the script's value")
+
+        of.run("msiexec", "/i", f"C:\\packages\\{other.installer().name}", "/qn")
+        of.stop()
+        expect_equal(len(installed.products()), 2, "products")
+        folder = of.path(PROGRAM_FILES["x86"] + "\\Tovo\\Defaults")
+        expect((folder / "tdefault.dll").exists(), "the 32-bit library is not there")
+        expect_working("7.25")
+        of.run("msiexec", "/x", f"C:\\packages\\{other.installer().name}", "/qn")
+        expect(not folder.exists(), "the 32-bit folder stayed")
+        expect_working("7.5")
+        remove_shop(of)
+        installed.remove()
+        installed.expect_as_before()
+
+
 def self_registration(setting: Setting) -> None:
     """The installer writes the registry entries that the library writes itself."""
     with setting.new_machine("registration") as of:
@@ -341,6 +372,19 @@ def self_registration(setting: Setting) -> None:
         by_library = classes()
         expect(len(by_library) > len(before) + 30, "the library registered nothing")
         expect_same_registry(by_library, by_installer)
+
+        # The name is for both bitnesses.
+        if setting.architecture == "x64":
+            other = f"HKLM\\Software\\Classes\\CLSID\\{LIBRARY.classes[0].id}"
+            of.run("reg", "add", other, "/reg:32", "/f")
+            of.run("regsvr32", "/u", "/s", f"{installed.folder}\\tdefault.dll")
+            left = [key for key in classes() if key not in before]
+            name = "HKLM\\Software\\Classes\\TovoDefaults.Options"
+            expect(name in left and f"{name}\\CLSID" in left, f"what is left is not the name: {left}")
+            expect_equal(len(left), 3, f"left with the other bitness registered: {left}")
+            of.run("reg", "delete", other, "/reg:32", "/f")
+        of.run("regsvr32", "/u", "/s", f"{installed.folder}\\tdefault.dll")
+        expect_same_registry(before, classes())
 
 
 def registration_free(setting: Setting) -> None:
@@ -386,7 +430,7 @@ def changelog(setting: Setting) -> None:
     expect_equal(named[0] if named else None, VERSION, f"version in the heading {heading[1] if heading else ''}")
 
 
-CASES = (build, reproducible, tables, install, upgrade, self_registration, registration_free, changelog)
+CASES = (build, reproducible, tables, install, upgrade, side_by_side, self_registration, registration_free, changelog)
 
 
 def main() -> int:

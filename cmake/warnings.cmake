@@ -29,4 +29,6 @@ if(WIN32)
     tdefault_flags INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN STRICT _WIN32_WINNT=0x0601)
   # Static run-time: nothing but system DLLs is imported.
   target_link_options(tdefault_flags INTERFACE -static)
+  # The same sources give the same bytes.
+  target_link_options(tdefault_flags INTERFACE -Wl,--no-insert-timestamp)
 endif()

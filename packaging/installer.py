@@ -10,8 +10,10 @@ from __future__ import annotations
 import hashlib
 import os
 import re
+import struct
 import subprocess
 import tempfile
+import time
 import uuid
 import xml.etree.ElementTree as xml
 from pathlib import Path, PurePosixPath
@@ -68,8 +70,10 @@ class _Description:
 
     def __init__(self, library: TypeLibrary, architecture: str, version: str):
         self._library = library
-        self._architecture = architecture
+        self.architecture = architecture
+        self.version = version
         self._ids: set[str] = set()
+        self._short_names: set[tuple[str, str]] = set()
         self._root = xml.Element("Wix", xmlns="http://schemas.microsoft.com/wix/2006/wi")
         self._product = self._add(
             self._root,
@@ -101,24 +105,16 @@ class _Description:
             InstallerVersion="200",
             Compressed="yes",
             InstallScope="perMachine",
-            Description=f"{product_name(self._architecture)} {version}",
-            Comments=f"Configuration options of Tovo shops, for {BITS[self._architecture]} programs",
+            Description=f"{product_name(self.architecture)} {version}",
+            Comments=f"Configuration options of Tovo shops, for {BITS[self.architecture]} programs",
         )
         add(product, "Media", Id="1", Cabinet="product.cab", EmbedCab="yes")
         # There are no dialogs in which a user could change what is installed.
         add(product, "Property", Id="ARPNOMODIFY", Value="1")
-        older = add(product, "Upgrade", Id=upgrade_code(self._architecture))
-        add(
-            older,
-            "UpgradeVersion",
-            Property=_OLDER,
-            Minimum="0.0.0",
-            IncludeMinimum="yes",
-            Maximum=version,
-            IncludeMaximum="no",
-            MigrateFeatures="yes",
-        )
-        add(older, "UpgradeVersion", Property=_NEWER, Minimum=version, IncludeMinimum="no", OnlyDetect="yes")
+        upgrade = add(product, "Upgrade", Id=upgrade_code(self.architecture))
+        older = add(upgrade, "UpgradeVersion", Property=_OLDER, Minimum="0.0.0", IncludeMinimum="yes")
+        older.attrib.update(Maximum=version, IncludeMaximum="no")
+        add(upgrade, "UpgradeVersion", Property=_NEWER, Minimum=version, IncludeMinimum="no", OnlyDetect="yes")
         newer = add(
             product,
             "Condition",
@@ -136,7 +132,8 @@ class _Description:
         key = path.as_posix()
         if key not in self._folders:
             parent = self._folder(path.parent)
-            self._folders[key] = self._add(parent, "Directory", Id=self._unique("folder." + _id(key)), Name=path.name)
+            name = self._file_name(path.parent.as_posix(), path.name)
+            self._folders[key] = self._add(parent, "Directory", Id=self._unique("folder." + _id(key)), Name=name)
         return self._folders[key]
 
     def _unique(self, name: str) -> str:
@@ -163,9 +160,9 @@ class _Description:
             folder,
             "Component",
             Id=self._unique("component." + name),
-            Guid=identifier("component", "both" if shared else self._architecture, name),
+            Guid=identifier("component", "both" if shared else self.architecture, name),
             # Both installers must reach it in the same way.
-            Win64="yes" if self._architecture == "x64" and not shared else "no",
+            Win64="yes" if self.architecture == "x64" and not shared else "no",
         )
         self._add(self._features[feature], "ComponentRef", Id=made.attrib["Id"])
         return made
@@ -174,17 +171,13 @@ class _Description:
         path = PurePosixPath(item.path)
         name = _id(item.path)
         made = self.component(feature, name, self._folder(path.parent))
-        file = self._add(
-            made, "File", Id=name, Name=path.name, Source=item.path, KeyPath="yes"
-        )
-        version = resource_version(item.data)
-        if version is not None and path.suffix in (".dll", ".exe"):
-            file.set("DefaultVersion", version)
+        file_name = self._file_name(path.parent.as_posix(), path.name)
+        self._add(made, "File", Id=name, Name=file_name, Source=item.path, KeyPath="yes")
         return made
 
     def register(self, feature: str, library_component: xml.Element) -> None:
         shared = self.component(feature, "registration", self._folders["."], shared=True)
-        entries = registration.entries(self._library, self._architecture, f"[#{LIBRARY}]", f"[{_FOLDER}]")
+        entries = registration.entries(self._library, self.architecture, f"[#{LIBRARY}]", f"[{_FOLDER}]")
         for number, entry in enumerate(entries, 1):
             value = self._add(
                 shared if entry.shared else library_component,
@@ -201,23 +194,25 @@ class _Description:
                 value.set("KeyPath", "yes")
 
     def search_path(self, feature: str) -> None:
-        made = self.component(feature, "path", self._folders["."])
-        self._add(
-            made,
-            "Environment",
-            Id="path",
-            Name="PATH",
-            Action="set",
-            Part="last",
-            System="yes",
-            Permanent="no",
-            Value=f"[{_FOLDER}]",
-        )
-        self._add(made, "CreateFolder")
+        """Its entry is none that wixl knows: see _changes."""
+        self._add(self.component(feature, "path", self._folders["."]), "CreateFolder")
 
     def folders(self) -> list[str]:
         """The identifiers of all folders that are made."""
         return sorted(folder.attrib["Id"] for folder in self._folders.values()) + ["PUBLISHERFOLDER"]
+
+    def _file_name(self, folder: str, name: str) -> str:
+        """As the tables have it: for a long name, a short one of its own in front."""
+        stem, dot, kind = name.upper().rpartition(".") if "." in name else (name.upper(), "", "")
+        if re.fullmatch(r"[A-Z0-9_]{1,8}", stem) and len(kind) <= 3 and "." not in stem:
+            return name
+        for number in range(1, 100):
+            start = re.sub(r"[^A-Z0-9_]", "", stem)[: 7 - len(str(number))]
+            short = f"{start}~{number}{dot}{kind[:3]}"
+            if (folder, short) not in self._short_names:
+                self._short_names.add((folder, short))
+                return f"{short}|{name}"
+        raise ValueError(f"{name}: too many files with names like it in one folder")
 
     def text(self) -> bytes:
         xml.indent(self._root)
@@ -241,10 +236,83 @@ def _describe(
     return made
 
 
-def _run(command: list[str], folder: Path) -> None:
-    done = subprocess.run(command, cwd=folder, capture_output=True, text=True, check=False)
+def _run(command: list[str], folder: Path) -> str:
+    # Archives hold local times.
+    environment = os.environ | {"TZ": "UTC", "LC_ALL": "C.UTF-8"}
+    done = subprocess.run(command, cwd=folder, capture_output=True, text=True, env=environment, check=False)
     if done.returncode != 0 or done.stderr.strip():
         raise ValueError(f"{command[0]} failed:\n{done.stdout}{done.stderr}".rstrip())
+    return done.stdout
+
+
+def _changes(description: _Description, parts: dict[str, list[Item]]) -> list[str]:
+    """What wixl cannot express, as statements."""
+    code, version = upgrade_code(description.architecture), description.version
+    changes = [
+        # The features of the older version are kept. An attribute is part of the row's key.
+        f"DELETE FROM `Upgrade` WHERE `ActionProperty` = '{_OLDER}'",
+        "INSERT INTO `Upgrade` (`UpgradeCode`, `VersionMin`, `VersionMax`, `Attributes`, `ActionProperty`) "
+        f"VALUES ('{code}', '0.0.0', '{version}', 257, '{_OLDER}')",
+        "UPDATE `Feature` SET `Attributes` = 8",  # cannot be advertised
+        "UPDATE `Feature` SET `Attributes` = 24 WHERE `Feature` = 'Library'",  # nor left out
+        "CREATE TABLE `Environment` (`Environment` CHAR(72) NOT NULL, `Name` CHAR(255) NOT NULL LOCALIZABLE, "
+        "`Value` CHAR(255) LOCALIZABLE, `Component_` CHAR(72) NOT NULL PRIMARY KEY `Environment`)",
+        # "=" sets it, "-" takes it back, "*" for all users; "[~]" is the value so far.
+        "INSERT INTO `Environment` (`Environment`, `Name`, `Value`, `Component_`) "
+        f"VALUES ('path', '=-*PATH', '[~];[{_FOLDER}]', 'component.path')",
+    ]
+    for action, number in (("RemoveEnvironmentStrings", 3300), ("WriteEnvironmentStrings", 5200)):
+        changes.append(
+            "INSERT INTO `InstallExecuteSequence` (`Action`, `Sequence`) " f"VALUES ('{action}', {number})"
+        )
+    for number, folder in enumerate(description.folders(), 1):
+        # Folders go when they are empty, also those that hold folders only.
+        changes.append(
+            "INSERT INTO `RemoveFile` (`FileKey`, `Component_`, `DirProperty`, `InstallMode`) "
+            f"VALUES ('remove.{number}', 'component.{LIBRARY}', '{folder}', 2)"
+        )
+    for item in parts["programs"]:
+        # A file with a version is replaced by a higher one; without it, by its hash.
+        changes += [
+            f"UPDATE `File` SET `Version` = '{resource_version(item.data)}', `Language` = '1033' "
+            f"WHERE `File` = '{_id(item.path)}'",
+            f"DELETE FROM `MsiFileHash` WHERE `File_` = '{_id(item.path)}'",
+        ]
+    return changes
+
+
+# The summary of a package is a set of properties: the identifier of their kind at byte 28, then where the section
+# begins; in the section, size, count, and number and place of each property; each with its type in front.
+_SUMMARY = uuid.UUID("f29f85e0-4ff9-1068-ab91-08002b27b3d9").bytes_le
+_PACKAGE_CODE, _CREATED, _SAVED = 9, 12, 13
+_TEXT, _TIME = 30, 64
+
+
+def _settle_summary(package: Path, code: str, date: int) -> None:
+    """Puts the package's identifier and date in place of those that wixl made up."""
+    data = bytearray(package.read_bytes())
+    found = data.find(_SUMMARY)
+    if found < 0 or data.find(_SUMMARY, found + 1) >= 0:
+        raise ValueError(f"{package}: there is not one summary in it")
+    section = found - 28 + struct.unpack_from("<I", data, found + 16)[0]
+    count = struct.unpack_from("<I", data, section + 4)[0]
+    places = dict(struct.unpack_from("<II", data, section + 8 + 8 * index) for index in range(count))
+    system_time = (date + 11644473600) * 10_000_000
+    values = {
+        _PACKAGE_CODE: (_TEXT, struct.pack("<I", len(code) + 1) + code.encode("ascii")),
+        _CREATED: (_TIME, struct.pack("<Q", system_time)),
+        _SAVED: (_TIME, struct.pack("<Q", system_time)),
+    }
+    for number, (kind, value) in values.items():
+        at = section + places[number]
+        if struct.unpack_from("<I", data, at)[0] != kind:
+            raise ValueError(f"{package}: property {number} of the summary is of another type")
+        data[at + 4 : at + 4 + len(value)] = value
+    package.write_bytes(data)
+    summary = _run(["msiinfo", "suminfo", str(package)], package.parent)
+    saved = time.strftime("%a %b %d %H:%M:%S %Y", time.gmtime(date))
+    if f": {code}\n" not in summary or summary.count(f": {saved}\n") != 2:
+        raise ValueError(f"{package}: its summary could not be set:\n{summary}")
 
 
 def make(
@@ -263,11 +331,11 @@ def make(
         file.write(text)
         file.flush()
         _run(["wixl", "--arch", architecture, "--output", str(package), file.name], stage)
-    changes = [
-        # Folders go when they are empty, also those that hold folders only.
-        f"INSERT INTO `RemoveFile` (`FileKey`, `Component_`, `FileName`, `DirProperty`, `InstallMode`) "
-        f"VALUES ('remove.{number}', 'component.{LIBRARY}', '', '{folder}', 2)"
-        for number, folder in enumerate(description.folders(), 1)
-    ]
-    for change in changes:
-        _run(["msibuild", str(package), "-q", change], stage)
+    changes = _changes(description, parts)
+    _run(["msibuild", str(package)] + [word for change in changes for word in ("-q", change)], stage)
+    digest = hashlib.sha256(text)
+    digest.update("\n".join(changes).encode())
+    for items in parts.values():
+        for item in items:
+            digest.update(hashlib.sha256(item.data).digest())
+    _settle_summary(package, identifier("package", digest.hexdigest(), str(date)), date)

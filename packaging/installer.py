@@ -2,7 +2,7 @@
 
 What belongs to one architecture (files, classes, interfaces) are components of its own, so that both can be installed
 beside each other. What both have in common in the registry is one component with one identifier in either package: the
-system counts who uses it, and it goes with the last.
+system counts who uses it, whatever the bitness, and it goes with the last.
 """
 
 from __future__ import annotations
@@ -161,8 +161,7 @@ class _Description:
             "Component",
             Id=self._unique("component." + name),
             Guid=identifier("component", "both" if shared else self.architecture, name),
-            # Both installers must reach it in the same way.
-            Win64="yes" if self.architecture == "x64" and not shared else "no",
+            Win64="yes" if self.architecture == "x64" else "no",
         )
         self._add(self._features[feature], "ComponentRef", Id=made.attrib["Id"])
         return made
@@ -194,8 +193,18 @@ class _Description:
                 value.set("KeyPath", "yes")
 
     def search_path(self, feature: str) -> None:
-        """Its entry is none that wixl knows: see _changes."""
-        self._add(self.component(feature, "path", self._folders["."]), "CreateFolder")
+        """The part on the search path is none that wixl knows: see _changes. This tells that it is there."""
+        self._add(
+            self.component(feature, "path", self._folders["."]),
+            "RegistryValue",
+            Id="registry.path",
+            Root="HKLM",
+            Key=f"Software\\{PUBLISHER}\\Defaults",
+            Name="SearchPath",
+            Type="string",
+            Value=f"[{_FOLDER}]",
+            KeyPath="yes",
+        )
 
     def folders(self) -> list[str]:
         """The identifiers of all folders that are made."""

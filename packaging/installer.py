@@ -20,6 +20,7 @@ from pathlib import Path, PurePosixPath
 
 import registration
 from contents import LIBRARY, PRODUCT, PUBLISHER, Item, resource_version
+from registration import Part
 from type_library import TypeLibrary
 
 # Every identifier of the packages comes from this one; never change it, or upgrades no longer find older versions.
@@ -89,8 +90,8 @@ class _Description:
         self._head(version)
         target = self._add(self._product, "Directory", Id="TARGETDIR", Name="SourceDir")
         system = self._add(target, "Directory", Id=_PROGRAMS_FOLDER[architecture])
-        publisher = self._add(system, "Directory", Id="PUBLISHERFOLDER", Name=PUBLISHER)
-        self._folders = {".": self._add(publisher, "Directory", Id=_FOLDER, Name="Defaults")}
+        self._publisher = self._add(system, "Directory", Id="PUBLISHERFOLDER", Name=PUBLISHER)
+        self._folders = {".": self._add(self._publisher, "Directory", Id=_FOLDER, Name="Defaults")}
         self._features: dict[str, xml.Element] = {}
 
     @staticmethod
@@ -154,14 +155,16 @@ class _Description:
             AllowAdvertise="no",
         )
 
-    def component(self, feature: str, name: str, folder: xml.Element, shared: bool = False) -> xml.Element:
+    def component(
+        self, feature: str, name: str, folder: xml.Element, shared: bool = False, for_32_bits: bool = False
+    ) -> xml.Element:
         """The identifier of a shared one is that of the other architecture's package."""
         made = self._add(
             folder,
             "Component",
             Id=self._unique("component." + name),
             Guid=identifier("component", "both" if shared else self.architecture, name),
-            Win64="yes" if self.architecture == "x64" else "no",
+            Win64="yes" if self.architecture == "x64" and not for_32_bits else "no",
         )
         self._add(self._features[feature], "ComponentRef", Id=made.attrib["Id"])
         return made
@@ -175,11 +178,17 @@ class _Description:
         return made
 
     def register(self, feature: str, library_component: xml.Element) -> None:
-        shared = self.component(feature, "registration", self._folders["."], shared=True)
+        folder = self._folders["."]
+        components = {
+            Part.OWN: library_component,
+            Part.COMMON: self.component(feature, "registration", folder, shared=True),
+            Part.INTERFACES_OF_32_BITS: self.component(feature, "interfaces", folder, shared=True, for_32_bits=True),
+        }
         entries = registration.entries(self._library, self.architecture, f"[#{LIBRARY}]", f"[{_FOLDER}]")
         for number, entry in enumerate(entries, 1):
+            component = components[entry.part]
             value = self._add(
-                shared if entry.shared else library_component,
+                component,
                 "RegistryValue",
                 Id=f"registry.{number}",
                 Root="HKLM",
@@ -189,22 +198,30 @@ class _Description:
             )
             if entry.name is not None:
                 value.set("Name", entry.name)
-            if entry.shared and shared.find("RegistryValue[@KeyPath]") is None:
+            if component.find("*[@KeyPath]") is None:
                 value.set("KeyPath", "yes")
 
-    def search_path(self, feature: str) -> None:
-        """The part on the search path is none that wixl knows: see _changes. This tells that it is there."""
+    def _note(self, component: xml.Element, name: str) -> None:
+        """A component without a file is there when its entry is."""
         self._add(
-            self.component(feature, "path", self._folders["."]),
+            component,
             "RegistryValue",
-            Id="registry.path",
+            Id=f"registry.{name}",
             Root="HKLM",
             Key=f"Software\\{PUBLISHER}\\Defaults",
-            Name="SearchPath",
+            Name=name,
             Type="string",
             Value=f"[{_FOLDER}]",
             KeyPath="yes",
         )
+
+    def location(self, feature: str) -> None:
+        """Tells where the product is. It stands in the publisher's folder, so that this goes with the product."""
+        self._note(self.component(feature, "location", self._publisher), "InstallFolder")
+
+    def search_path(self, feature: str) -> None:
+        """The part on the search path itself is none that wixl knows: see _changes."""
+        self._note(self.component(feature, "path", self._folders["."]), "SearchPath")
 
     def folders(self) -> list[str]:
         """The identifiers of all folders that are made."""
@@ -239,6 +256,7 @@ def _describe(
         component = made.file("Library", item)
         if item.path == LIBRARY:
             made.register("Library", component)
+    made.location("Library")
     made.search_path("SearchPath")
     for item in parts["documents"] + parts["samples"]:
         made.file("Documentation", item)

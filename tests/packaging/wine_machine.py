@@ -36,6 +36,10 @@ class Machine:
         (folder / "scripts").symlink_to(ROOT / "scripts")
         if pristine is not None:
             subprocess.run(["cp", "-al", pristine, self._prefix], check=True)
+            # Wine writes these in place.
+            for name in ("system.reg", "user.reg", "userdef.reg"):
+                (self._prefix / name).unlink()
+                shutil.copy(pristine / name, self._prefix)
 
     @property
     def prefix(self) -> Path:
@@ -134,7 +138,7 @@ def pristine_prefix(work: Path, emulator: Path) -> Path:
                 # What the first session of a prefix and the first programs of each kind leave is in it.
                 script = maker.drive / "first.vbs"
                 maker.run("cmd", "/c", "exit")
-                script.write_text("WScript.Quit 0\r\n")
+                script.write_text("Set pattern = New RegExp\r\npattern.Test \"\"\r\nWScript.Quit 0\r\n")
                 maker.run("cscript", "//nologo", "C:\\first.vbs")
                 script.unlink()
                 maker.stop()

@@ -17,8 +17,8 @@ PROGRAM = "tovocfg.exe"
 # Links between the pages stay valid, because every page keeps its place.
 DOCUMENTS = ("README.md", "CHANGELOG.md", "docs/**/*.md", "docs/**/*.png", "hosts/*/README.md", "packaging/README.md")
 SAMPLES = ("samples/**/*",)
-# How the samples are made is for those who build the product.
-NOT_SAMPLES = {".py", ".pyc", ".txt"}
+# How the samples are made and tested is for those who build the product.
+NOT_SAMPLES = re.compile(r"\.pyc?$|/CMakeLists\.txt$")
 # Texts get the line ends of Windows; everything else is as it is.
 TEXTS = {".md", ".txt", ".vbs", ".js", ".cpp", ".h"}
 
@@ -70,14 +70,15 @@ def programs(build: Path, version: str) -> list[Item]:
     return found
 
 
-def _files(patterns: tuple[str, ...], without: frozenset[str] | set[str] = frozenset()) -> list[Item]:
+def _files(patterns: tuple[str, ...], without: re.Pattern[str] | None = None) -> list[Item]:
     paths = {path for pattern in patterns for path in ROOT.glob(pattern) if path.is_file()}
     found = []
     for path in sorted(paths, key=lambda path: path.relative_to(ROOT).as_posix()):
-        if path.suffix in without:
+        name = path.relative_to(ROOT).as_posix()
+        if without is not None and without.search(name):
             continue
         data = path.read_bytes()
-        found.append(Item(path.relative_to(ROOT).as_posix(), windows_text(data) if path.suffix in TEXTS else data))
+        found.append(Item(name, windows_text(data) if path.suffix in TEXTS else data))
     return found
 
 

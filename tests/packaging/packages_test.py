@@ -455,6 +455,34 @@ def registration_free(setting: Setting) -> None:
         expect("options from another apartment: 164\n" in text, f"the manifest does not serve other apartments:\n{text}")
 
 
+def refused(setting: Setting) -> None:
+    """What cannot be packaged is named, and no package is left."""
+    output = setting.work / "refused"
+    shutil.rmtree(output, ignore_errors=True)
+    build_folder = output / "build"
+    build_folder.mkdir(parents=True)
+
+    def expect_refusal(text: str, *arguments: str) -> None:
+        done = subprocess.run(
+            [sys.executable, str(ROOT / "packaging" / "make_packages.py"), setting.architecture, str(build_folder),
+             str(output), *arguments],
+            capture_output=True, text=True, check=False,
+        )  # fmt: skip
+        expect_equal(done.returncode, 1, f"exit code with {done.stderr}")
+        expect(text in done.stderr, f"the message is another: {done.stderr}")
+        expect_equal([path.name for path in output.iterdir()], ["build"], "what is left")
+
+    expect_refusal("tdefault.dll is not there; build the target product first")
+    expect_refusal("version 1.2: major.minor.revision is needed", "--installer-version", "1.2")
+    expect_refusal("version 256.0.0: an installer's version goes up to 255.255.65535", "--installer-version", "256.0.0")
+    program = bytearray((setting.build / "tdefault.dll").read_bytes())
+    at = program.index(b"\xbd\x04\xef\xfe\x00\x00\x01\x00")
+    program[at + 8 : at + 12] = b"\x07\x00\x03\x00"
+    (build_folder / "tdefault.dll").write_bytes(program)
+    expect_refusal(f"tdefault.dll is of version 3.7.0.0, the project of {contents.file_version(VERSION)}; build it again")
+    shutil.rmtree(output)
+
+
 def changelog(setting: Setting) -> None:
     """The newest heading of the change log names the project's version."""
     del setting
@@ -465,7 +493,8 @@ def changelog(setting: Setting) -> None:
     expect_equal(named[0] if named else None, VERSION, f"version in the heading {heading[1] if heading else ''}")
 
 
-CASES = (build, reproducible, tables, install, upgrade, side_by_side, self_registration, registration_free, changelog)
+CASES = (build, reproducible, tables, install, upgrade, side_by_side, self_registration, registration_free, refused,
+         changelog)
 
 
 def main() -> int:

@@ -30,6 +30,10 @@ BITS = {"x64": "64-bit", "x86": "32-bit"}
 _PROGRAMS_FOLDER = {"x64": "ProgramFiles64Folder", "x86": "ProgramFilesFolder"}
 _FOLDER = "INSTALLFOLDER"
 
+# Where the machine's registry notes what is installed.
+_NOTES = f"Software\\{PUBLISHER}\\Defaults"
+
+_NOTED_FOLDER = "NOTEDFOLDER"
 _NEWER = "NEWERVERSIONINSTALLED"
 _OLDER = "OLDERVERSIONINSTALLED"
 _SUPPORTED = "VersionNT >= 601"
@@ -208,7 +212,7 @@ class _Description:
             "RegistryValue",
             Id=f"registry.{name}",
             Root="HKLM",
-            Key=f"Software\\{PUBLISHER}\\Defaults",
+            Key=_NOTES,
             Name=name,
             Type="string",
             Value=f"[{_FOLDER}]",
@@ -216,7 +220,7 @@ class _Description:
         )
 
     def location(self, feature: str) -> None:
-        """Tells where the product is. It stands in the publisher's folder, so that this goes with the product."""
+        """Tells where the product is, for upgrades too. It stands in the publisher's folder, so that this goes with the product."""
         self._note(self.component(feature, "location", self._publisher), "InstallFolder")
 
     def search_path(self, feature: str) -> None:
@@ -272,6 +276,36 @@ def _run(command: list[str], folder: Path) -> str:
     return done.stdout
 
 
+# An upgrade goes where the older version is, unless its user says where, and a removal where the product is: the note of
+# the folder is read, and taken over before the folders are settled.
+_FIND_FOLDER = [
+    ("AppSearch", 50, ""),
+    ("TakeNotedFolder", 60, f"NOT {_FOLDER} AND {_NOTED_FOLDER}"),
+]
+
+
+def _find_folder(architecture: str) -> list[str]:
+    raw_value, in_64_bits, machine, set_property = 2, 16, 2, 51
+    kind = raw_value + (in_64_bits if architecture == "x64" else 0)
+    return [
+        # Taken over by the part of the system that installs, whoever started it.
+        f"UPDATE `Property` SET `Value` = '{_OLDER};{_NEWER};{_FOLDER};{_NOTED_FOLDER}' "
+        "WHERE `Property` = 'SecureCustomProperties'",
+        f"INSERT INTO `AppSearch` (`Property`, `Signature_`) VALUES ('{_NOTED_FOLDER}', 'noted.folder')",
+        "INSERT INTO `RegLocator` (`Signature_`, `Root`, `Key`, `Name`, `Type`) "
+        f"VALUES ('noted.folder', {machine}, '{_NOTES}', 'InstallFolder', {kind})",
+        "INSERT INTO `CustomAction` (`Action`, `Type`, `Source`, `Target`) "
+        f"VALUES ('TakeNotedFolder', {set_property}, '{_FOLDER}', '[{_NOTED_FOLDER}]')",
+    ]
+
+
+def _sequence(table: str, action: str, number: int, condition: str) -> str:
+    return (
+        f"INSERT INTO `{table}` (`Action`, `Condition`, `Sequence`) "
+        f"VALUES ('{action}', '{condition}', {number})"
+    )
+
+
 def _changes(description: _Description, parts: dict[str, list[Item]]) -> list[str]:
     """What wixl cannot express, as statements."""
     code, version = upgrade_code(description.architecture), description.version
@@ -288,10 +322,11 @@ def _changes(description: _Description, parts: dict[str, list[Item]]) -> list[st
         "INSERT INTO `Environment` (`Environment`, `Name`, `Value`, `Component_`) "
         f"VALUES ('path', '=-*PATH', '[~];[{_FOLDER}]', 'component.path')",
     ]
-    for action, number in (("RemoveEnvironmentStrings", 3300), ("WriteEnvironmentStrings", 5200)):
-        changes.append(
-            "INSERT INTO `InstallExecuteSequence` (`Action`, `Sequence`) " f"VALUES ('{action}', {number})"
-        )
+    actions = [("RemoveEnvironmentStrings", 3300, ""), ("WriteEnvironmentStrings", 5200, "")]
+    for action, number, condition in actions + _FIND_FOLDER:
+        changes.append(_sequence("InstallExecuteSequence", action, number, condition))
+    changes += [_sequence("InstallUISequence", *action) for action in _FIND_FOLDER]
+    changes += _find_folder(description.architecture)
     for number, folder in enumerate(description.folders(), 1):
         # Folders go when they are empty, also those that hold folders only.
         changes.append(
@@ -353,16 +388,19 @@ def make(
 ) -> None:
     """parts: the programs, the documents and the samples, which lie in the folder `stage` with their dates."""
     description = _describe(library, architecture, version, parts)
-    text = description.text()
-    with tempfile.NamedTemporaryFile(suffix=".wxs") as file:
-        file.write(text)
-        file.flush()
-        _run(["wixl", "--arch", architecture, "--output", str(package), file.name], stage)
-    changes = _changes(description, parts)
-    _run(["msibuild", str(package)] + [word for change in changes for word in ("-q", change)], stage)
+    text, changes = description.text(), _changes(description, parts)
     digest = hashlib.sha256(text)
     digest.update("\n".join(changes).encode())
     for items in parts.values():
         for item in items:
             digest.update(hashlib.sha256(item.data).digest())
-    _settle_summary(package, identifier("package", digest.hexdigest(), str(date)), date)
+    try:
+        with tempfile.NamedTemporaryFile(suffix=".wxs") as file:
+            file.write(text)
+            file.flush()
+            _run(["wixl", "--arch", architecture, "--output", str(package), file.name], stage)
+        _run(["msibuild", str(package)] + [word for change in changes for word in ("-q", change)], stage)
+        _settle_summary(package, identifier("package", digest.hexdigest(), str(date)), date)
+    except BaseException:
+        package.unlink(missing_ok=True)
+        raise

@@ -101,18 +101,18 @@ class Installed:
     def _package(self, version: str) -> str:
         return f"C:\\packages\\{self._setting.installer(version).name}"
 
-    def try_install(self, version: str = VERSION) -> tuple[int, str]:
+    def try_install(self, version: str = VERSION, *properties: str) -> tuple[int, str]:
         """The exit code and the log."""
         log = self.installers / "log.txt"
         log.unlink(missing_ok=True)
         code, _ = self.machine.try_run(
-            "msiexec", "/i", self._package(version), "/qn", "/l*", "C:\\packages\\log.txt"
+            "msiexec", "/i", self._package(version), "/qn", "/l*", "C:\\packages\\log.txt", *properties
         )
         data = log.read_bytes() if log.exists() else b""
         return code, data.decode("utf-16" if data[:2] == b"\xff\xfe" else "cp1252", "replace")
 
-    def install(self, version: str = VERSION) -> None:
-        code, log = self.try_install(version)
+    def install(self, version: str = VERSION, *properties: str) -> None:
+        code, log = self.try_install(version, *properties)
         expect(code == 0, f"the installer of {version} ended with {code}:\n{log}")
 
     def remove(self, version: str = VERSION) -> None:
@@ -309,7 +309,8 @@ def upgrade(setting: Setting) -> None:
     """A higher version takes the place of a lower one and is not replaced by it; a user's files stay."""
     with setting.new_machine("upgrade") as of:
         installed = Installed(setting, of)
-        installed.install(LOWER)
+        usual, installed.folder = installed.folder, "C:\\Shared\\Tovo"
+        installed.install(LOWER, "INSTALLFOLDER=C:\\Shared\\Tovo")
         notes = installed.file("notes.txt")
         notes.write_text("ours")
         # So that it shows whose file is there.
@@ -317,6 +318,7 @@ def upgrade(setting: Setting) -> None:
         installed.install(VERSION)
         expect("## " in installed.file("CHANGELOG.md").read_text(encoding="utf-8"), "a file of the lower version stayed")
         expect(installed.file("tdefault.dll").exists(), "the library went with the lower version")
+        expect(not of.path(usual).exists(), "the higher version is in another folder")
 
         code, _ = installed.try_install(LOWER)
         expect(code != 0, "a lower version was installed over a higher one")
@@ -336,11 +338,10 @@ def upgrade(setting: Setting) -> None:
 
         installed.install(HIGHER)
         installed.remove(HIGHER)
-        publisher = of.path("\\".join(installed.folder.split("\\")[:3]))
-        left = sorted(str(path.relative_to(publisher)) for path in publisher.rglob("*"))
-        expect_equal(left, ["Defaults", "Defaults/notes.txt"], "left in the folder")
+        folder = of.path(installed.folder)
+        expect_equal([path.name for path in folder.rglob("*")], ["notes.txt"], "what is left in the folder")
         expect_equal(notes.read_text(), "ours", "the user's file")
-        shutil.rmtree(publisher)
+        shutil.rmtree(folder.parent)
         installed.expect_as_before()
 
 

@@ -25,6 +25,10 @@ Registry = dict[str, dict[str, str]]
 Files = dict[str, tuple[int, ...]]
 
 
+def _environment() -> dict[str, str]:
+    return {name: value for name, value in os.environ.items() if not name.startswith("TDEFAULT_")}
+
+
 class Machine:
     def __init__(self, folder: Path, emulator: Path, pristine: Path | None = None):
         self._folder = folder
@@ -54,18 +58,35 @@ class Machine:
         assert windows_path.upper().startswith("C:\\"), windows_path
         return self.drive.joinpath(*windows_path[3:].split("\\"))
 
+    def _start(self) -> None:
+        """Begins a session, one machine at a time: of two that look for a free display, both may find the same."""
+        if (self._folder / "build" / "display").exists():
+            return
+        with open(self._folder.parent / "start.lock", "w", encoding="ascii") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            subprocess.run(
+                [str(self._emulator), "cmd", "/c", "exit"],
+                stdin=subprocess.DEVNULL,
+                stdout=subprocess.DEVNULL,
+                stderr=subprocess.DEVNULL,
+                timeout=TIMEOUT_SECONDS,
+                env=_environment(),
+                close_fds=True,
+                check=False,
+            )
+
     def try_run(self, *command: str) -> tuple[int, str]:
         """The exit code and what it printed."""
+        self._start()
         # Into a file, not a pipe: what a session starts keeps its output open for as long as it lasts.
         with tempfile.TemporaryFile() as output:
-            environment = {name: value for name, value in os.environ.items() if not name.startswith("TDEFAULT_")}
             done = subprocess.run(
                 [str(self._emulator), *command],
                 stdin=subprocess.DEVNULL,
                 stdout=output,
                 stderr=subprocess.STDOUT,
                 timeout=TIMEOUT_SECONDS,
-                env=environment,
+                env=_environment(),
                 check=False,
             )
             output.seek(0)
@@ -137,7 +158,7 @@ def pristine_prefix(work: Path, emulator: Path) -> Path:
             try:
                 # What the first session of a prefix and the first programs of each kind leave is in it.
                 script = maker.drive / "first.vbs"
-                maker.run("cmd", "/c", "exit")
+                maker.run("cmd", "/c", "ver")  # makes the prefix
                 script.write_text("Set pattern = New RegExp\r\npattern.Test \"\"\r\nWScript.Quit 0\r\n")
                 maker.run("cscript", "//nologo", "C:\\first.vbs")
                 script.unlink()

@@ -11,11 +11,19 @@ namespace tovocfg {
 namespace {
 
 constexpr const char* kFooter =
+    "First steps:\n"
+    "  tovocfg where                    which files are in use\n"
+    "  tovocfg doctor                   is anything wrong, and what to do about it\n"
+    "  tovocfg list                     all options; list Tax: those of one section\n"
+    "  tovocfg get Tax Rate1            what is known about one option\n"
+    "  tovocfg set Tax Rate1 5.125 --dry-run\n"
+    "                                   shows a change; without --dry-run it is saved\n\n"
+    "'tovocfg COMMAND --help' explains a command and gives an example.\n"
     "Exit codes: 0 done, 1 error reported by the library, 2 wrong arguments, 3 value refused,\n"
-    "4 no such option, 5 data folder or INI file not found, 6 library not found.\n"
-    "'tovocfg COMMAND --help' explains a command and gives an example.";
+    "4 no such option, 5 data folder or INI file not found, 6 library not found; of check and\n"
+    "doctor: 0 all well, 1 problems found, 2 not (all) checked.";
 
-constexpr std::array<std::pair<const char*, Command>, 11> kCommands = {
+constexpr std::array<std::pair<const char*, Command>, 12> kCommands = {
     {{"list", Command::kList},
      {"get", Command::kGet},
      {"set", Command::kSet},
@@ -26,7 +34,8 @@ constexpr std::array<std::pair<const char*, Command>, 11> kCommands = {
      {"disable", Command::kDisable},
      {"reports", Command::kReports},
      {"where", Command::kWhere},
-     {"check", Command::kCheck}}};
+     {"check", Command::kCheck},
+     {"doctor", Command::kDoctor}}};
 
 // "list, get ... or check".
 std::string CommandNames() {
@@ -46,6 +55,12 @@ constexpr char kGuard = '\x01';
 void GuardWords(std::vector<std::string>& arguments) {
   for (std::string& argument : arguments)
     if (argument == "++" || argument.starts_with('[')) argument.insert(argument.begin(), kGuard);
+}
+
+// As far as that can be told of a command line that cannot be understood.
+bool AsksForJson(const std::vector<std::string>& arguments) {
+  const auto end = std::find(arguments.begin(), arguments.end(), "--");
+  return std::find(arguments.begin(), end, "--json") != end;
 }
 
 void RemoveGuards(std::string& text) { std::erase(text, kGuard); }
@@ -76,6 +91,10 @@ void SpellHelp(std::vector<std::string>& arguments) {
   }
 }
 
+void AddJson(CLI::App& command, Request& request) {
+  command.add_flag("--json", request.json, "Writes JSON for programs, values exactly");
+}
+
 void AddScope(CLI::App& command, Request& request) {
   command.add_flag("--local", request.local_only, "Only options of the local file");
   command.add_flag("--global", request.global_only, "Only options of the global file");
@@ -85,7 +104,7 @@ void AddList(CLI::App& app, Request& request) {
   CLI::App* list = app.add_subcommand("list", "Shows the options as a table");
   list->add_option("--section,section", request.section, "Only the options of one section")
       ->type_name("NAME");
-  list->add_flag("--json", request.json, "Writes JSON with every property, values exactly");
+  AddJson(*list, request);
   AddScope(*list, request);
   list->group("Commands");
   list->footer(
@@ -100,7 +119,7 @@ void AddGet(CLI::App& app, Request& request) {
       ->required()
       ->type_name("WORDS")
       ->expected(1, 2);
-  get->add_flag("--json", request.json, "Writes JSON with every property, values exactly");
+  AddJson(*get, request);
   AddScope(*get, request);
   get->group("Commands");
   get->footer(
@@ -115,6 +134,7 @@ void AddSet(CLI::App& app, Request& request) {
       ->required()
       ->type_name("WORDS");
   set->add_flag("--dry-run", request.dry_run, "Checks and shows the changes, saves nothing");
+  AddJson(*set, request);
   AddScope(*set, request);
   set->group("Commands");
   set->footer(
@@ -132,6 +152,7 @@ void AddOptionName(CLI::App& command, Request& request) {
       ->required()
       ->type_name("WORDS")
       ->expected(1, 2);
+  AddJson(command, request);
   AddScope(command, request);
 }
 
@@ -141,6 +162,7 @@ void AddDefinitions(CLI::App& app, Request& request) {
       ->required()
       ->type_name("WORDS")
       ->expected(1, 2);
+  AddJson(*exists, request);
   AddScope(*exists, request);
   exists->group("Commands");
   exists->footer(
@@ -162,6 +184,7 @@ void AddComments(CLI::App& app, Request& request) {
   CLI::App* comment = app.add_subcommand("comment", "Writes what options mean into INI files");
   comment->add_option("file", request.file, "INI file, instead of both that are in use")
       ->type_name("FILE");
+  AddJson(*comment, request);
   AddScope(*comment, request);
   comment->group("Commands");
   comment->footer(
@@ -175,6 +198,7 @@ void AddComments(CLI::App& app, Request& request) {
   uncomment->add_flag("--all", request.all_comments, "Every comment, disabled keys included");
   uncomment->add_option("--text", request.comment, "Only comments of exactly this text")
       ->type_name("TEXT");
+  AddJson(*uncomment, request);
   AddScope(*uncomment, request);
   uncomment->group("Commands");
   uncomment->footer(
@@ -192,7 +216,7 @@ void AddComments(CLI::App& app, Request& request) {
 
 void AddReports(CLI::App& app, Request& request) {
   CLI::App* reports = app.add_subcommand("reports", "Shows the invoice layouts, or chooses one");
-  reports->add_flag("--json", request.json, "Writes JSON");
+  AddJson(*reports, request);
   reports->require_subcommand(0, 1);
   reports->group("Commands");
   reports->footer(
@@ -206,6 +230,7 @@ void AddReports(CLI::App& app, Request& request) {
       ->type_name("LAYOUT");
   use->add_flag("--hide-prices", request.hide_prices,
                 "Chooses the form of the layout without prices");
+  AddJson(*use, request);
   use->footer(
       "Example:\n"
       "  tovocfg reports use INV2\n\n"
@@ -215,7 +240,7 @@ void AddReports(CLI::App& app, Request& request) {
 void AddWhere(CLI::App& app, Request& request) {
   CLI::App* where =
       app.add_subcommand("where", "Shows which files, library and table access are in use");
-  where->add_flag("--json", request.json, "Writes JSON");
+  AddJson(*where, request);
   where->group("Commands");
   where->footer(
       "Example:\n"
@@ -225,6 +250,7 @@ void AddWhere(CLI::App& app, Request& request) {
 void AddCheck(CLI::App& app, Request& request) {
   CLI::App* check = app.add_subcommand("check", "Verifies the tables of the data folder");
   check->add_option("table", request.table, "Only this table")->type_name("TABLE");
+  AddJson(*check, request);
   check->group("Commands");
   check->footer(
       "Examples:\n"
@@ -232,6 +258,29 @@ void AddCheck(CLI::App& app, Request& request) {
       "  tovocfg check Numbers --data C:\\SHOP\\DATA\n\n"
       "Rows, memo values and index keys must agree with each other. Files are only read, and\n"
       "others may go on working. Exit codes: 0 all well, 1 problems found, 2 not (all) checked.");
+}
+
+void AddDoctor(CLI::App& app, Request& request) {
+  CLI::App* doctor =
+      app.add_subcommand("doctor", "Tells what is wrong with files and folders, and what to do");
+  AddJson(*doctor, request);
+  doctor->group("Commands");
+  doctor->footer(
+      "Examples:\n"
+      "  tovocfg doctor\n"
+      "  tovocfg doctor --ini C:\\SHOP\\WORKSTATION\\TOVO.INI\n\n"
+      "Looks at the INI files, the data folder, its tables, the library, who may write, and what\n"
+      "an interrupted save has left. Each line is ok, a warning, a problem, or not checked, with\n"
+      "what to do below it. Nothing is changed. Exit codes: 0 all well (warnings included),\n"
+      "1 problems found, 2 not (all) checked.");
+}
+
+// Absent for a word that is none of the wishes.
+std::optional<ColourWish> ColourWishOf(const std::string& word) {
+  if (word == "auto") return ColourWish::kAuto;
+  if (word == "always") return ColourWish::kAlways;
+  if (word == "never") return ColourWish::kNever;
+  return std::nullopt;
 }
 
 ParsedArguments Refused(std::string text) {
@@ -317,6 +366,13 @@ ParsedArguments Ended(const CLI::App& app, const CLI::ParseError& error, const R
 
 }  // namespace
 
+std::string NameOf(Command command) {
+  if (command == Command::kUseReport) return "reports use";
+  for (const auto& [name, known] : kCommands)
+    if (known == command) return name;
+  return {};
+}
+
 ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   Request request;
   CLI::App app("Shows and changes the configuration options of the Tovo suite.", "tovocfg");
@@ -336,6 +392,10 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   app.add_option("--library", request.library_file,
                  "tdefault.dll to load, instead of the registered one")
       ->type_name("FILE");
+  std::string colour = "auto";
+  app.add_option("--colour,--color", colour,
+                 "auto (on a terminal, unless NO_COLOR is set), always or never")
+      ->type_name("WHEN");
   AddList(app, request);
   AddGet(app, request);
   AddSet(app, request);
@@ -344,6 +404,8 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   AddReports(app, request);
   AddWhere(app, request);
   AddCheck(app, request);
+  AddDoctor(app, request);
+  const bool wants_json = AsksForJson(arguments);
   SpellHelp(arguments);
   GuardWords(arguments);
   try {
@@ -353,10 +415,18 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   } catch (const CLI::ParseError& error) {
     ParsedArguments parsed = Ended(app, error, request);
     RemoveGuards(parsed.text);
+    parsed.request.json = wants_json;
     return parsed;
   }
   RemoveGuards(request);
-  return Checked(app, std::move(request));
+  const std::optional<ColourWish> wish = ColourWishOf(colour);
+  request.colour = wish.value_or(ColourWish::kAuto);
+  ParsedArguments parsed =
+      wish ? Checked(app, request)
+           : Refused("--colour: there is no " + colour + "; use auto, always or never");
+  parsed.request.json = request.json;
+  parsed.request.colour = request.colour;
+  return parsed;
 }
 
 }  // namespace tovocfg

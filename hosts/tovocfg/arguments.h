@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "tovocfg/colour.h"
+
 namespace tovocfg {
 
-// What tovocfg ends with, all commands but check; README.md beside this file explains each to
-// users.
+// What tovocfg ends with, all commands but check and doctor; README.md beside this file explains
+// each to users.
 enum class ExitCode {
   kOk = 0,
   kLibraryError = 1,
@@ -33,6 +35,7 @@ enum class Command {
   kUseReport,
   kWhere,
   kCheck,
+  kDoctor,
 };
 
 struct Request {
@@ -41,6 +44,9 @@ struct Request {
   std::string ini_file;      // empty: TOVO.INI on the system's search path
   std::string library_file;  // empty: the registered library, else the one beside the program
   bool json = false;
+  ColourWish colour = ColourWish::kAuto;
+  Palette output;  // the colours of standard output
+  Palette errors;  // and of standard error
   bool dry_run = false;
   bool hide_prices = false;
   bool all_comments = false;           // of uncomment
@@ -60,7 +66,11 @@ struct ParsedArguments {
   std::string text;  // help, version or the reason of a refusal
 };
 
+// "reports use"; empty for kNone.
+[[nodiscard]] std::string NameOf(Command command);
+
 // The arguments are UTF-8 and do not include the program's own name.
+// A refusal keeps those options of the request that settle how it is told: --json and --colour.
 [[nodiscard]] ParsedArguments ParseArguments(std::vector<std::string> arguments);
 
 }  // namespace tovocfg

@@ -9,6 +9,7 @@
 #include "platform/win32/win32_platform.h"
 #include "support/location_state.h"
 #include "support/locations.h"
+#include "tovocfg/failure.h"
 #include "tovocfg/output.h"
 #include "tovocfg/paths.h"
 #include "tovocfg/table_check.h"
@@ -34,8 +35,10 @@ Whereabouts WhereaboutsOf(tdefault::platform::Platform& platform,
 }  // namespace
 
 int Check(const Request& request) {
-  const auto not_checked = [](const std::string& text) {
-    std::cerr << "tovocfg: " << text << "\n";
+  const auto not_checked = [&request](const std::string& text) {
+    const Stop stop{static_cast<ExitCode>(CheckOutcome::kNotChecked), text};
+    std::cerr << (request.json ? StopToJson(stop, NameOf(request.command))
+                               : FormatStop(stop, request.errors));
     return static_cast<int>(CheckOutcome::kNotChecked);
   };
   tdefault::platform::win32::Win32Platform system;
@@ -50,8 +53,14 @@ int Check(const Request& request) {
   const Whereabouts where = WhereaboutsOf(system.platform(), location);
   if (!where.data_folder_exists)
     return not_checked(MissingFolder(where, !request.data_folder.empty()));
-  return static_cast<int>(CheckTables(system.platform(), ToWide(where.data_folder), request.table,
-                                      std::cout, std::cerr));
+  const std::wstring folder = ToWide(where.data_folder);
+  std::string problem;
+  const CheckOutcome outcome =
+      request.json
+          ? CheckTablesToJson(system.platform(), folder, request.table, std::cout, problem)
+          : CheckTables(system.platform(), folder, request.table, std::cout, problem,
+                        request.output);
+  return problem.empty() ? static_cast<int>(outcome) : not_checked(problem);
 }
 
 }  // namespace tovocfg

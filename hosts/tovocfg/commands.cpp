@@ -108,53 +108,77 @@ std::string Differences(const Session& session, const std::vector<Change>& chang
   return differences;
 }
 
-void ReportNotSaved(const SaveOutcome& outcome) {
-  // An error has been told when it came.
-  if (!outcome.error)
-    std::cerr << "tovocfg: the library could not write a value or finish what goes with it\n";
-  std::cerr << "  Nothing was saved; the INI files are as before.\n";
+// Why nothing was saved.
+Stop NotSaved(const SaveOutcome& outcome) {
+  Stop stop{ExitCode::kLibraryError, {}, outcome.errors,
+            "Nothing was saved; the INI files are as before."};
+  if (outcome.errors.empty())
+    stop.text = "the library could not write a value or finish what goes with it";
+  return stop;
 }
 
-ExitCode SaveChanges(Session& session, const std::vector<Change>& changes, std::size_t changed) {
+void TellSaved(const Request& request, const Session& session, const std::vector<Change>& changes,
+               const Saving& saving) {
+  if (request.json) {
+    std::cout << SavingToJson(changes, session.where(), saving);
+    return;
+  }
+  std::cout << "Saved " << saving.saved << (saving.saved == 1 ? " option" : " options")
+            << ". Previous files:\n";
+  for (const std::string& file : saving.previous_files) std::cout << "  " << file << "\n";
+}
+
+ExitCode SaveChanges(Session& session, const Request& request, const std::vector<Change>& changes,
+                     Saving saving) {
+  if (request.json)
+    session.library().OnStatus(
+        [&saving](const std::string& text) { saving.status.push_back(text); });
   for (const Change& change : changes)
     session.library().SetNewValue(change.option->id, change.new_value);
   const SaveOutcome outcome = session.library().Save();
-  if (!outcome.saved) {
-    ReportNotSaved(outcome);
-    return ExitCode::kLibraryError;
-  }
-  std::cout << "Saved " << changed << (changed == 1 ? " option" : " options")
-            << ". Previous files:\n";
+  if (!outcome.saved) throw NotSaved(outcome);
   if (!session.where().local_ini.empty())
-    std::cout << "  " << PreviousFile(session.where().local_ini) << "\n";
-  std::cout << "  " << PreviousFile(session.where().global_ini) << "\n";
+    saving.previous_files.push_back(PreviousFile(session.where().local_ini));
+  saving.previous_files.push_back(PreviousFile(session.where().global_ini));
+  TellSaved(request, session, changes, saving);
   if (outcome.reload_error) {
-    std::cerr << "tovocfg: reading the options again failed:\n"
-              << FormatError(*outcome.reload_error);
-    return ExitCode::kLibraryError;
+    throw Stop{ExitCode::kLibraryError, "reading the options again failed:",
+               {*outcome.reload_error}};
   }
   const std::string differences = Differences(session, changes);
-  if (differences.empty() && outcome.modified_told) return ExitCode::kOk;
-  std::cerr << "tovocfg: "
-            << (differences.empty() ? "the event Modified did not come\n" : differences);
-  return ExitCode::kLibraryError;
+  if (!differences.empty()) throw Stop{ExitCode::kLibraryError, differences};
+  if (!outcome.modified_told)
+    throw Stop{ExitCode::kLibraryError, "the event Modified did not come"};
+  return ExitCode::kOk;
 }
 
 ExitCode Set(const Request& request) {
   Session session(request);
   const std::vector<Change> changes = CheckedChanges(session, request);
-  for (const Change& change : changes) std::cout << FormatChange(change);
+  if (!request.json)
+    for (const Change& change : changes) std::cout << FormatChange(change, request.output);
+  Saving saving{.dry_run = request.dry_run};
   const auto changed = static_cast<std::size_t>(
       std::count_if(changes.begin(), changes.end(), [](const Change& c) { return c.IsChange(); }));
-  if (request.dry_run) {
-    std::cout << "Dry run: nothing was saved.\n";
-    return ExitCode::kOk;
+  if (!request.dry_run && changed != 0) {
+    saving.saved = changed;
+    return SaveChanges(session, request, changes, saving);
   }
-  if (changed == 0) {
-    std::cout << "Every option has this value already; nothing was saved.\n";
-    return ExitCode::kOk;
+  if (request.json) {
+    std::cout << SavingToJson(changes, session.where(), saving);
+  } else {
+    std::cout << (request.dry_run ? "Dry run: nothing was saved.\n"
+                                  : "Every option has this value already; nothing was saved.\n");
   }
-  return SaveChanges(session, changes, changed);
+  return ExitCode::kOk;
+}
+
+// Tells why a command ended without its result.
+ExitCode Ended(const Request& request, const Stop& stop) {
+  std::cout << std::flush;
+  std::cerr << (request.json ? StopToJson(stop, NameOf(request.command))
+                             : FormatStop(stop, request.errors));
+  return stop.exit_code;
 }
 
 ExitCode RunCommand(const Request& request) {
@@ -182,6 +206,7 @@ ExitCode RunCommand(const Request& request) {
     case Command::kWhere:
       return Where(request);
     case Command::kCheck:
+    case Command::kDoctor:
     case Command::kNone:
       break;
   }
@@ -194,11 +219,9 @@ ExitCode Run(const Request& request) {
   try {
     return RunCommand(request);
   } catch (const Stop& stop) {
-    for (const std::string& line : Lines(stop.text)) std::cerr << "tovocfg: " << line << "\n";
-    return stop.exit_code;
+    return Ended(request, stop);
   } catch (const LibraryError& error) {
-    std::cerr << FormatError(error.report());
-    return ExitCode::kLibraryError;
+    return Ended(request, Stop{ExitCode::kLibraryError, {}, {error.report()}});
   }
 }
 

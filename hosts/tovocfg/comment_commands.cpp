@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "tovocfg/json_text.h"
 #include "tovocfg/paths.h"
 #include "tovocfg/session.h"
 
@@ -31,32 +32,36 @@ std::vector<std::string> FilesOf(const Request& request, const Session& session)
   return files;
 }
 
-ExitCode Rewrite(const std::vector<std::string>& files, const char* done,
+ExitCode Rewrite(const Request& request, const std::vector<std::string>& files, const char* done,
                  const std::function<bool(const std::string& file)>& rewrite) {
-  ExitCode exit_code = ExitCode::kOk;
+  Json document = JsonDocument(NameOf(request.command));
+  document["files"] = Json::array();
+  std::string failed;
   for (const std::string& file : files) {
-    if (rewrite(file)) {
-      std::cout << done << file << "\n";
-    } else {
-      std::cerr << "tovocfg: " << file << " could not be rewritten and is as before; see whether "
-                << "you may write to it and whether another program has it open\n";
-      exit_code = ExitCode::kLibraryError;
-    }
+    const bool rewritten = rewrite(file);
+    document["files"].push_back({{"path", file}, {"rewritten", rewritten}});
+    if (rewritten && !request.json) std::cout << done << file << "\n";
+    if (!rewritten)
+      failed += file +
+                " could not be rewritten and is as before; see whether you may write to it and "
+                "whether another program has it open\n";
   }
-  return exit_code;
+  if (request.json) std::cout << Written(document);
+  if (!failed.empty()) throw Stop{ExitCode::kLibraryError, failed};
+  return ExitCode::kOk;
 }
 
 }  // namespace
 
 ExitCode CommentFiles(const Request& request) {
   const Session session(request);
-  return Rewrite(FilesOf(request, session), "Comments written into ",
+  return Rewrite(request, FilesOf(request, session), "Comments written into ",
                  [&](const std::string& file) { return session.library().CommentFile(file); });
 }
 
 ExitCode UncommentFiles(const Request& request) {
   const Session session(request);
-  return Rewrite(FilesOf(request, session), "Comments removed from ", [&](const std::string& file) {
+  return Rewrite(request, FilesOf(request, session), "Comments removed from ", [&](const std::string& file) {
     if (request.comment) return session.library().RemoveComment(file, *request.comment);
     return session.library().ClearComments(file);
   });

@@ -1,8 +1,8 @@
 #include "tovocfg/layout.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
+#include "tovocfg/json_text.h"
 #include "tovocfg/text.h"
 
 namespace tovocfg {
@@ -63,15 +63,15 @@ std::string FormatLayouts(const std::vector<Layout>& layouts) {
 }
 
 std::string LayoutsToJson(const std::vector<Layout>& layouts) {
-  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  Json document = JsonDocument("reports");
+  document["reports"] = Json::array();
   for (const Layout& layout : layouts)
-    list.push_back({{"code", layout.code},
-                    {"name", layout.name},
-                    {"description", layout.description},
-                    {"pictureBytes", layout.picture_size},
-                    {"inUse", layout.in_use}});
-  const nlohmann::ordered_json all = {{"reports", list}};
-  return all.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+    document["reports"].push_back({{"code", layout.code},
+                                   {"name", layout.name},
+                                   {"description", layout.description},
+                                   {"pictureBytes", layout.picture_size},
+                                   {"inUse", layout.in_use}});
+  return Written(document);
 }
 
 }  // namespace tovocfg

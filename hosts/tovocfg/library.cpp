@@ -213,6 +213,9 @@ struct Library::Objects {
   ComPtr<EventSink> sink;
   DWORD connection = 0;
   SaveOutcome outcome;  // of the save that is going on
+  std::function<void(const std::string&)> on_status = [](const std::string& text) {
+    std::cerr << "tovocfg: " << text << "\n";
+  };
 
   void Listen();
 };
@@ -221,12 +224,11 @@ struct Library::Objects {
 void Library::Objects::Listen() {
   OptionsListener listener;
   listener.modified = [this] { outcome.modified_told = true; };
-  listener.status = [](const std::wstring& text) {
-    if (!text.empty()) std::cerr << "tovocfg: " << ToUtf8(text) << "\n";
+  listener.status = [this](const std::wstring& text) {
+    if (!text.empty()) on_status(ToUtf8(text));
   };
   listener.dll_error = [this](long number, const std::wstring& description) {
-    outcome.error = ErrorReport{static_cast<std::int32_t>(number), "", ToUtf8(description)};
-    std::cerr << FormatError(*outcome.error);
+    outcome.errors.push_back({static_cast<std::int32_t>(number), "", ToUtf8(description)});
   };
   // The pointer takes over the reference that the sink starts with. Attach is meant for this, but
   // in some compilers' wrl/client.h it adds a reference, and the sink would never be deleted.
@@ -250,6 +252,10 @@ Library::Library(const std::string& library_file) : objects_(std::make_unique<Ob
 Library::~Library() {
   // The listener refers to objects_, so it is disconnected first.
   if (objects_->connection != 0) objects_->connection_point->Unadvise(objects_->connection);
+}
+
+void Library::OnStatus(std::function<void(const std::string&)> told) {
+  objects_->on_status = std::move(told);
 }
 
 void Library::SetDataPath(const std::string& folder) {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,7 +30,7 @@ class LibraryError final : public std::exception {
 struct SaveOutcome {
   bool saved = false;
   bool modified_told = false;               // the event Modified came
-  std::optional<ErrorReport> error;         // what the event DLLError told
+  std::vector<ErrorReport> errors;          // what the event DLLError told
   std::optional<ErrorReport> reload_error;  // saved, but reading the options again raised this
 };
 
@@ -45,6 +46,9 @@ class Library {
 
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
+
+  // Who is told what the library says while it works; standard error until this is called.
+  void OnStatus(std::function<void(const std::string&)> told);
 
   void SetDataPath(const std::string& folder);
   // Loads the options at once; throws what loading throws.

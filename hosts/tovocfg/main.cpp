@@ -12,7 +12,10 @@
 #include "tovocfg/arguments.h"
 #include "tovocfg/check_command.h"
 #include "tovocfg/commands.h"
-#include "tovocfg/text.h"
+#include "tovocfg/console.h"
+#include "tovocfg/doctor_command.h"
+#include "tovocfg/failure.h"
+#include "tovocfg/session.h"
 #include "tovocfg/wide_text.h"
 
 namespace {
@@ -28,20 +31,6 @@ std::vector<std::string> Arguments() {
   return arguments;
 }
 
-// All output is UTF-8; a console is told so and put back at the end.
-class ConsoleCodePage {
- public:
-  ConsoleCodePage() : before_(GetConsoleOutputCP()) { SetConsoleOutputCP(CP_UTF8); }
-  ~ConsoleCodePage() {
-    if (before_ != 0) SetConsoleOutputCP(before_);
-  }
-  ConsoleCodePage(const ConsoleCodePage&) = delete;
-  ConsoleCodePage& operator=(const ConsoleCodePage&) = delete;
-
- private:
-  UINT before_;
-};
-
 // The thread's apartment, which the library needs.
 class Apartment {
  public:
@@ -56,18 +45,37 @@ class Apartment {
   HRESULT result_;
 };
 
+// Help, the version, or why the command line was refused.
+int Tell(const tovocfg::ParsedArguments& parsed) {
+  if (parsed.exit_code == tovocfg::ExitCode::kOk) {
+    std::cout << parsed.text << (parsed.text.ends_with('\n') ? "" : "\n");
+  } else {
+    const tovocfg::Stop stop{parsed.exit_code, parsed.text};
+    std::cerr << (parsed.request.json ? tovocfg::StopToJson(stop, {})
+                                      : tovocfg::FormatStop(stop, parsed.request.errors));
+  }
+  return static_cast<int>(parsed.exit_code);
+}
+
+int Run(const tovocfg::Request& request) {
+  if (request.command == tovocfg::Command::kCheck) return tovocfg::Check(request);
+  const Apartment apartment;
+  if (request.command == tovocfg::Command::kDoctor) return tovocfg::Doctor(request);
+  return static_cast<int>(tovocfg::Run(request));
+}
+
 }  // namespace
 
 int main() {
-  const ConsoleCodePage console;
-  const tovocfg::ParsedArguments parsed = tovocfg::ParseArguments(Arguments());
-  if (parsed.request.command == tovocfg::Command::kNone) {
-    const bool refused = parsed.exit_code != tovocfg::ExitCode::kOk;
-    for (const std::string& line : tovocfg::Lines(parsed.text))
-      (refused ? std::cerr : std::cout) << (refused ? "tovocfg: " : "") << line << "\n";
-    return static_cast<int>(parsed.exit_code);
-  }
-  if (parsed.request.command == tovocfg::Command::kCheck) return tovocfg::Check(parsed.request);
-  const Apartment apartment;
-  return static_cast<int>(tovocfg::Run(parsed.request));
+  // No boxes about drives without a disk or about files that cannot be loaded.
+  SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+  const tovocfg::Console console;
+  tovocfg::ParsedArguments parsed = tovocfg::ParseArguments(Arguments());
+  const std::string no_color = tovocfg::EnvironmentValue(L"NO_COLOR");
+  tovocfg::Request& request = parsed.request;
+  request.output = tovocfg::Palette(
+      tovocfg::WantsColour(request.colour, console.output_takes_colours(), no_color));
+  request.errors = tovocfg::Palette(
+      tovocfg::WantsColour(request.colour, console.errors_take_colours(), no_color));
+  return request.command == tovocfg::Command::kNone ? Tell(parsed) : Run(request);
 }

@@ -2,16 +2,14 @@
 
 #include <algorithm>
 #include <array>
-#include <nlohmann/json.hpp>
 
 #include "tovocfg/checks.h"
+#include "tovocfg/json_text.h"
 #include "tovocfg/text.h"
 
 namespace tovocfg {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr std::size_t kColumns = 6;
 using Row = std::array<std::string, kColumns>;
@@ -92,11 +90,6 @@ Json JsonOf(const Option& option, const Whereabouts& where) {
           {"commented", option.commented}};
 }
 
-// Text that is not UTF-8 must not end the program: such bytes are replaced.
-std::string Written(const Json& json) {
-  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-}
-
 // Errors whose own text does not say what to do.
 struct Hint {
   const char* number;  // as it is shown
@@ -110,18 +103,6 @@ constexpr std::array<Hint, 5> kHints = {{
     {"-2147221503", "Check defaults.dbf; restore it from a backup."},
     {"-2147221501", "Take off the write protection, or ask for access."},
 }};
-
-std::string HintFor(const ErrorReport& error) {
-  // A missing file that is none of the shop's.
-  if (error.description.find("kit update program") != std::string::npos)
-    return "Install it, or correct or delete the registry key HKEY_CURRENT_USER\\Software\\VB and "
-           "VBA "
-           "Program Settings\\Tovo\\Modules\\KitProgram.";
-  const std::string shown = ErrorNumber(error.number);
-  for (const Hint& hint : kHints)
-    if (shown == hint.number) return hint.text;
-  return {};
-}
 
 // " (0x80004005)"; empty for the short numbers of the automation run-time.
 std::string Hexadecimal(std::int32_t number) {
@@ -174,11 +155,12 @@ std::string FormatDetails(const Option& option, const Whereabouts& where) {
   return out + Labelled("id", option.id);
 }
 
-std::string FormatChange(const Change& change) {
+std::string FormatChange(const Change& change, const Palette& palette) {
   if (!change.IsChange()) return Title(*change.option) + ": " + change.new_value + " (unchanged)\n";
   const std::string old_value =
       IsSet(*change.option) ? "\"" + change.option->current_value + "\"" : "(not set)";
-  return Title(*change.option) + ": " + old_value + " -> \"" + change.new_value + "\"\n";
+  return Title(*change.option) + ": " + old_value + " -> " +
+         palette.Paint(Colour::kChanged, "\"" + change.new_value + "\"") + "\n";
 }
 
 std::string FormatWhereabouts(const Whereabouts& where) {
@@ -213,27 +195,55 @@ std::string DescribeTables(const std::string& setting, bool provider_registered)
 }
 
 std::string OptionsToJson(const std::vector<const Option*>& options, const Whereabouts& where) {
-  Json list = Json::array();
-  for (const Option* option : options) list.push_back(JsonOf(*option, where));
-  return Written({{"dataFolder", where.data_folder}, {"options", list}});
+  Json document = JsonDocument("list");
+  document["dataFolder"] = where.data_folder;
+  document["options"] = Json::array();
+  for (const Option* option : options) document["options"].push_back(JsonOf(*option, where));
+  return Written(document);
 }
 
 std::string OptionToJson(const Option& option, const Whereabouts& where) {
-  return Written(JsonOf(option, where));
+  Json document = JsonDocument("get");
+  document.update(JsonOf(option, where));
+  return Written(document);
 }
 
 std::string WhereaboutsToJson(const Whereabouts& where) {
-  return Written({{"dataFolder", where.data_folder},
-                  {"dataFolderExists", where.data_folder_exists},
-                  {"localIni", where.local_ini},
-                  {"globalIni", where.global_ini},
-                  {"globalIniExists", where.global_ini_exists},
-                  {"location", where.location},
-                  {"tables", where.tables},
-                  {"libraryFile", where.library_file},
-                  {"libraryVersion", where.library_version},
-                  {"libraryRegistered", where.library_registered},
-                  {"programVersion", where.program_version}});
+  Json document = JsonDocument("where");
+  document["dataFolder"] = where.data_folder;
+  document["dataFolderExists"] = where.data_folder_exists;
+  document["localIni"] = where.local_ini;
+  document["globalIni"] = where.global_ini;
+  document["globalIniExists"] = where.global_ini_exists;
+  document["location"] = where.location;
+  document["tables"] = where.tables;
+  document["libraryFile"] = where.library_file;
+  document["libraryVersion"] = where.library_version;
+  document["libraryRegistered"] = where.library_registered;
+  document["programVersion"] = where.program_version;
+  return Written(document);
+}
+
+std::string SavingToJson(const std::vector<Change>& changes, const Whereabouts& where,
+                         const Saving& saving) {
+  Json document = JsonDocument("set");
+  document["dryRun"] = saving.dry_run;
+  document["changes"] = Json::array();
+  for (const Change& change : changes) {
+    const Option& option = *change.option;
+    document["changes"].push_back({{"id", option.id},
+                                   {"section", option.section},
+                                   {"key", option.key},
+                                   {"file", FileWord(option)},
+                                   {"path", PathOf(option, where)},
+                                   {"from", option.current_value},
+                                   {"to", change.new_value},
+                                   {"changed", change.IsChange()}});
+  }
+  document["saved"] = saving.saved;
+  document["previousFiles"] = saving.previous_files;
+  document["status"] = saving.status;
+  return Written(document);
 }
 
 std::string ErrorNumber(std::int32_t number) {
@@ -242,8 +252,20 @@ std::string ErrorNumber(std::int32_t number) {
   return std::to_string(number);
 }
 
-std::string FormatError(const ErrorReport& error) {
-  std::string out = "tovocfg: error " + ErrorNumber(error.number) + Hexadecimal(error.number);
+std::string HintFor(const ErrorReport& error) {
+  // A missing file that is none of the shop's.
+  if (error.description.find("kit update program") != std::string::npos)
+    return "Install it, or correct or delete the registry key HKEY_CURRENT_USER\\Software\\VB and "
+           "VBA "
+           "Program Settings\\Tovo\\Modules\\KitProgram.";
+  const std::string shown = ErrorNumber(error.number);
+  for (const Hint& hint : kHints)
+    if (shown == hint.number) return hint.text;
+  return {};
+}
+
+std::string FormatError(const ErrorReport& error, const Palette& palette) {
+  std::string out = palette.Paint(Colour::kBad, "tovocfg:") + " error " + ErrorNumber(error.number) + Hexadecimal(error.number);
   if (!error.source.empty()) out += " from " + error.source;
   out += "\n";
   for (const std::string& line : Lines(error.description)) out += "  " + Trimmed(line) + "\n";

@@ -1,10 +1,12 @@
 // What tovocfg prints, as UTF-8 text.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "tovocfg/colour.h"
 #include "tovocfg/option.h"
 
 namespace tovocfg {
@@ -43,7 +45,7 @@ struct ErrorReport {
 // One option with everything that is known about it.
 [[nodiscard]] std::string FormatDetails(const Option& option, const Whereabouts& where);
 
-[[nodiscard]] std::string FormatChange(const Change& change);
+[[nodiscard]] std::string FormatChange(const Change& change, const Palette& palette = {});
 
 [[nodiscard]] std::string FormatWhereabouts(const Whereabouts& where);
 
@@ -57,8 +59,21 @@ struct ErrorReport {
 [[nodiscard]] std::string OptionToJson(const Option& option, const Whereabouts& where);
 [[nodiscard]] std::string WhereaboutsToJson(const Whereabouts& where);
 
+// What became of a change of values, or (as a dry run) would.
+struct Saving {
+  bool dry_run = false;
+  std::size_t saved = 0;  // options
+  std::vector<std::string> previous_files;
+  std::vector<std::string> status;  // what the library told meanwhile
+};
+[[nodiscard]] std::string SavingToJson(const std::vector<Change>& changes, const Whereabouts& where,
+                                       const Saving& saving);
+
 // "error 53 from SOURCE", the description, and what to do about it where that is known.
-[[nodiscard]] std::string FormatError(const ErrorReport& error);
+[[nodiscard]] std::string FormatError(const ErrorReport& error, const Palette& palette = {});
+
+// What to do about an error whose own text does not say it; empty for others.
+[[nodiscard]] std::string HintFor(const ErrorReport& error);
 
 // Numbers below 0x800A0000 + 65536 are shown as the automation run-time's own: 0x800A0035 is 53.
 [[nodiscard]] std::string ErrorNumber(std::int32_t number);

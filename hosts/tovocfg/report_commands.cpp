@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tovocfg/json_text.h"
 #include "tovocfg/layout.h"
 #include "tovocfg/session.h"
 
@@ -19,6 +20,11 @@ std::string Codes(const std::vector<Layout>& layouts) {
 
 std::string Shown(const Layout* layout) {
   return layout == nullptr ? "(none)" : layout->code + " (" + layout->name + ")";
+}
+
+Json JsonOf(const Layout* layout) {
+  if (layout == nullptr) return nullptr;
+  return {{"code", layout->code}, {"name", layout->name}};
 }
 
 }  // namespace
@@ -47,10 +53,18 @@ ExitCode UseReport(const Request& request) {
   session.library().RefreshLayouts();
   const std::vector<Layout> after = session.library().Layouts();
   const Layout* const in_use = LayoutInUse(after);
-  if (in_use == nullptr || in_use->code != chosen->code) {
-    std::cerr << "tovocfg: the choice could not be written to " << file << "; see whether you may "
-              << "write to it and whether another program has it open\n";
-    return ExitCode::kLibraryError;
+  if (in_use == nullptr || in_use->code != chosen->code)
+    throw Stop{ExitCode::kLibraryError, "the choice could not be written to " + file +
+                                            "; see whether you may write to it and whether "
+                                            "another program has it open"};
+  if (request.json) {
+    Json document = JsonDocument(NameOf(request.command));
+    document["before"] = JsonOf(LayoutInUse(before));
+    document["now"] = JsonOf(in_use);
+    document["prices"] = !request.hide_prices;
+    document["path"] = file;
+    std::cout << Written(document);
+    return ExitCode::kOk;
   }
   std::cout << "Report layout: " << Shown(LayoutInUse(before)) << " -> " << Shown(in_use)
             << (request.hide_prices ? ", without prices" : ", with prices") << "\n"

@@ -11,7 +11,13 @@ namespace tovocfg {
 
 namespace {
 
-// Empty when there is no such variable.
+const Option& Found(const Selection& selection) {
+  if (selection.option != nullptr) return *selection.option;
+  throw Stop{selection.ambiguous ? ExitCode::kUsage : ExitCode::kOptionNotFound, selection.problem};
+}
+
+}  // namespace
+
 std::string EnvironmentValue(const wchar_t* name) {
   const DWORD size = GetEnvironmentVariableW(name, nullptr, 0);
   if (size == 0) return {};
@@ -19,13 +25,6 @@ std::string EnvironmentValue(const wchar_t* name) {
   value.resize(GetEnvironmentVariableW(name, value.data(), size));
   return ToUtf8(value);
 }
-
-const Option& Found(const Selection& selection) {
-  if (selection.option != nullptr) return *selection.option;
-  throw Stop{selection.ambiguous ? ExitCode::kUsage : ExitCode::kOptionNotFound, selection.problem};
-}
-
-}  // namespace
 
 Scope ScopeOf(const Request& request) {
   if (request.local_only) return Scope::kLocal;

@@ -6,18 +6,13 @@
 #include <vector>
 
 #include "tovocfg/arguments.h"
+#include "tovocfg/failure.h"
 #include "tovocfg/library.h"
 #include "tovocfg/option.h"
 #include "tovocfg/output.h"
 #include "tovocfg/selection.h"
 
 namespace tovocfg {
-
-// Ends a command that cannot go on: what to tell the user, and the exit code.
-struct Stop {
-  ExitCode exit_code;
-  std::string text;
-};
 
 [[nodiscard]] Scope ScopeOf(const Request& request);
 
@@ -29,6 +24,9 @@ struct Stop {
 void Locate(Library& library, const Request& request);
 
 [[nodiscard]] Whereabouts WhereaboutsOf(const Library& library);
+
+// Empty when there is no such environment variable.
+[[nodiscard]] std::string EnvironmentValue(const wchar_t* name);
 
 // A library with its options loaded.
 class Session {

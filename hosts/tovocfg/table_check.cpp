@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "tovocfg/json_text.h"
 #include "tovocfg/text.h"
 
 namespace tovocfg {
@@ -34,15 +35,15 @@ std::string Counted(std::uint64_t count, const std::string& noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-std::string Result(const CheckedTable& checked) {
+std::string Result(const CheckedTable& checked, const Palette& palette) {
   std::string result;
-  const auto add = [&result](std::uint64_t count, const std::string& text) {
-    if (count != 0) result += (result.empty() ? "" : ", ") + text;
+  const auto add = [&](std::uint64_t count, Colour colour, const std::string& text) {
+    if (count != 0) result += (result.empty() ? "" : ", ") + palette.Paint(colour, text);
   };
-  add(checked.problems, Counted(checked.problems, "problem"));
-  add(checked.unchecked, checked.has_header ? "not all checked" : "not checked");
-  if (result.empty()) result = "ok";
-  add(checked.warnings, Counted(checked.warnings, "warning"));
+  add(checked.problems, Colour::kBad, Counted(checked.problems, "problem"));
+  add(checked.unchecked, Colour::kCaution, checked.has_header ? "not all checked" : "not checked");
+  if (result.empty()) result = palette.Paint(Colour::kGood, "ok");
+  add(checked.warnings, Colour::kCaution, Counted(checked.warnings, "warning"));
   return result;
 }
 
@@ -64,13 +65,19 @@ std::string TitleLine(std::size_t name_width) {
   return line + "  Result\n";
 }
 
-// The tables to check; empty, after telling why, when there are none.
+// The tables to check; empty when there are none: `problem` tells why then.
 std::vector<foxpro::TableIdentity> Chosen(tdefault::platform::Files& files,
                                           const std::wstring& folder, std::string table,
-                                          std::ostream& problems) {
-  std::vector<foxpro::TableIdentity> tables = foxpro::FindTables(files, folder);
+                                          std::string& problem) {
+  std::vector<foxpro::TableIdentity> tables;
+  try {
+    tables = foxpro::FindTables(files, folder);
+  } catch (const tdefault::Error& error) {
+    problem = ToUtf8(error.description());
+    return tables;
+  }
   if (tables.empty()) {
-    problems << "tovocfg: there are no tables in " << ToUtf8(folder) << "\n";
+    problem = "there are no tables in " + ToUtf8(folder);
     return tables;
   }
   if (table.empty()) return tables;
@@ -85,8 +92,8 @@ std::vector<foxpro::TableIdentity> Chosen(tdefault::platform::Files& files,
   std::string names;
   for (const auto& candidate : tables)
     names += (names.empty() ? "" : ", ") + ToUtf8(candidate.name);
-  problems << "tovocfg: there is no table " << table << " in " << ToUtf8(folder)
-           << "; the tables there are " << names << "\n";
+  problem = "there is no table " + table + " in " + ToUtf8(folder) + "; the tables there are " +
+            names;
   return {};
 }
 
@@ -94,6 +101,12 @@ struct Totals {
   std::size_t tables = 0;
   std::size_t with_problems = 0;
   std::size_t not_checked = 0;
+
+  void Add(const CheckedTable& checked) {
+    ++tables;
+    if (checked.problems != 0) ++with_problems;
+    if (checked.unchecked != 0) ++not_checked;
+  }
 };
 
 std::string Summary(const Totals& totals) {
@@ -112,9 +125,53 @@ CheckOutcome OutcomeOf(const Totals& totals) {
   return totals.not_checked != 0 ? CheckOutcome::kNotChecked : CheckOutcome::kWhole;
 }
 
+CheckedTable CheckOne(tdefault::platform::Platform& platform,
+                      const foxpro::TableIdentity& identity) {
+  const foxpro::CheckSettings settings{.ansi_code_page = platform.session.AnsiCodePage()};
+  return foxpro::CheckTable(platform.files, platform.clock, identity, settings);
+}
+
+const char* NameOf(foxpro::FindingKind kind) {
+  switch (kind) {
+    case foxpro::FindingKind::kProblem:
+      return "problem";
+    case foxpro::FindingKind::kWarning:
+      return "warning";
+    case foxpro::FindingKind::kUnchecked:
+      break;
+  }
+  return "notChecked";
+}
+
+// Counts that are not known are null.
+Json JsonOf(const CheckedTable& checked) {
+  const auto known = [](bool is_known, std::uint64_t count) {
+    return is_known ? Json(count) : Json(nullptr);
+  };
+  Json tags = nullptr;
+  if (checked.tags) {
+    tags = Json::array();
+    for (const foxpro::CheckedTag& tag : *checked.tags)
+      tags.push_back({{"name", ToUtf8(tag.name)}, {"keys", tag.keys}});
+  }
+  Json findings = Json::array();
+  for (const foxpro::Finding& finding : checked.findings)
+    findings.push_back({{"kind", NameOf(finding.kind)}, {"text", ToUtf8(finding.text)}});
+  return {{"name", ToUtf8(checked.table.name)},
+          {"records", known(checked.has_header, checked.records)},
+          {"deleted", known(checked.has_header, checked.deleted)},
+          {"memoValues", known(checked.memo_values.has_value(), checked.memo_values.value_or(0))},
+          {"tags", tags},
+          {"problems", checked.problems},
+          {"warnings", checked.warnings},
+          {"notChecked", checked.unchecked},
+          {"findings", findings}};
+}
+
 }  // namespace
 
-std::string FormatCheckedTable(const CheckedTable& checked, std::size_t name_width) {
+std::string FormatCheckedTable(const CheckedTable& checked, std::size_t name_width,
+                               const Palette& palette) {
   using Count = std::optional<std::uint64_t>;
   Count tags;
   Count keys;
@@ -134,7 +191,7 @@ std::string FormatCheckedTable(const CheckedTable& checked, std::size_t name_wid
   std::string text = Padded(ToUtf8(checked.table.name), name_width);
   for (std::size_t i = 0; i < counts.size(); ++i)
     text += AlignedRight(counts[i], kCountColumns[i].width);
-  text += "  " + Result(checked) + "\n";
+  text += "  " + Result(checked, palette) + "\n";
   for (const foxpro::Finding& finding : checked.findings)
     text += std::string("  ") + Word(finding.kind) + ToUtf8(finding.text) + "\n";
   if (checked.untold() != 0) text += "  and " + std::to_string(checked.untold()) + " more\n";
@@ -142,29 +199,43 @@ std::string FormatCheckedTable(const CheckedTable& checked, std::size_t name_wid
 }
 
 CheckOutcome CheckTables(tdefault::platform::Platform& platform, const std::wstring& folder,
-                         const std::string& table, std::ostream& out, std::ostream& problems) {
-  std::vector<foxpro::TableIdentity> tables;
-  try {
-    tables = Chosen(platform.files, folder, table, problems);
-  } catch (const tdefault::Error& error) {
-    problems << "tovocfg: " << ToUtf8(error.description()) << "\n";
-  }
+                         const std::string& table, std::ostream& out, std::string& problem,
+                         const Palette& palette) {
+  const std::vector<foxpro::TableIdentity> tables =
+      Chosen(platform.files, folder, table, problem);
   if (tables.empty()) return CheckOutcome::kNotChecked;
   std::size_t name_width = std::string_view(kTableTitle).size();
   for (const foxpro::TableIdentity& identity : tables)
     name_width = std::max(name_width, CountCharacters(ToUtf8(identity.name)));
-  const foxpro::CheckSettings settings{.ansi_code_page = platform.session.AnsiCodePage()};
   Totals totals;
   out << "Data folder " << ToUtf8(folder) << "\n" << TitleLine(name_width);
   for (const foxpro::TableIdentity& identity : tables) {
-    const CheckedTable checked =
-        foxpro::CheckTable(platform.files, platform.clock, identity, settings);
-    out << FormatCheckedTable(checked, name_width) << std::flush;
-    ++totals.tables;
-    if (checked.problems != 0) ++totals.with_problems;
-    if (checked.unchecked != 0) ++totals.not_checked;
+    const CheckedTable checked = CheckOne(platform, identity);
+    out << FormatCheckedTable(checked, name_width, palette) << std::flush;
+    totals.Add(checked);
   }
   out << Summary(totals);
+  return OutcomeOf(totals);
+}
+
+CheckOutcome CheckTablesToJson(tdefault::platform::Platform& platform, const std::wstring& folder,
+                               const std::string& table, std::ostream& out, std::string& problem) {
+  const std::vector<foxpro::TableIdentity> tables =
+      Chosen(platform.files, folder, table, problem);
+  if (tables.empty()) return CheckOutcome::kNotChecked;
+  Totals totals;
+  Json list = Json::array();
+  for (const foxpro::TableIdentity& identity : tables) {
+    const CheckedTable checked = CheckOne(platform, identity);
+    list.push_back(JsonOf(checked));
+    totals.Add(checked);
+  }
+  Json document = JsonDocument("check");
+  document["dataFolder"] = ToUtf8(folder);
+  document["withProblems"] = totals.with_problems;
+  document["notChecked"] = totals.not_checked;
+  document["tables"] = list;
+  out << Written(document);
   return OutcomeOf(totals);
 }
 

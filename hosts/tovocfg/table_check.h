@@ -16,13 +16,19 @@ enum class CheckOutcome { kWhole = 0, kProblems = 1, kNotChecked = 2 };
 
 // Checks one table of the folder, or all where `table` is empty. A line per table goes to `out` as
 // soon as it is checked, with its findings below, then a line that sums up; why nothing could be
-// checked goes to `problems`. Only opens files for reading.
+// checked is put into `problem`. Only opens files for reading.
 [[nodiscard]] CheckOutcome CheckTables(tdefault::platform::Platform& platform,
                                        const std::wstring& folder, const std::string& table,
-                                       std::ostream& out, std::ostream& problems);
+                                       std::ostream& out, std::string& problem,
+                                       const Palette& palette = {});
+
+// The same as one JSON document.
+[[nodiscard]] CheckOutcome CheckTablesToJson(tdefault::platform::Platform& platform,
+                                             const std::wstring& folder, const std::string& table,
+                                             std::ostream& out, std::string& problem);
 
 // One line, and one per finding; names are padded to `name_width` characters.
 [[nodiscard]] std::string FormatCheckedTable(const tdefault::tables::foxpro::CheckedTable& checked,
-                                             std::size_t name_width);
+                                             std::size_t name_width, const Palette& palette = {});
 
 }  // namespace tovocfg

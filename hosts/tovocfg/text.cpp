@@ -73,6 +73,17 @@ std::string FromCharacters(std::u32string_view characters) {
 
 std::size_t CountCharacters(std::string_view text) { return Characters(text).size(); }
 
+std::size_t WholeCharacters(std::string_view text) {
+  constexpr std::size_t kLongestSequence = 4;
+  const std::size_t last = text.size() < kLongestSequence ? 0 : text.size() - kLongestSequence;
+  for (std::size_t at = text.size(); at > last; --at) {
+    const auto byte = static_cast<unsigned char>(text[at - 1]);
+    if ((byte & 0xC0U) == 0x80U) continue;
+    return at - 1 + SequenceLength(byte) > text.size() ? at - 1 : text.size();
+  }
+  return text.size();
+}
+
 bool SameText(std::string_view left, std::string_view right) {
   const std::u32string a = Characters(left);
   const std::u32string b = Characters(right);

@@ -14,6 +14,9 @@ namespace tovocfg {
 
 [[nodiscard]] std::size_t CountCharacters(std::string_view text);
 
+// The bytes in front of a character that has only begun at the end of the text.
+[[nodiscard]] std::size_t WholeCharacters(std::string_view text);
+
 // Equal without regard to case: ASCII and the accented letters of code page 1252.
 [[nodiscard]] bool SameText(std::string_view left, std::string_view right);
 

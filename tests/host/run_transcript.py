@@ -10,6 +10,7 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
 
     tovocfg ARGUMENTS     with the library and the copy's TOVO.INI named in front
     plain ARGUMENTS       tovocfg with these arguments only
+    console PAGE ARGUMENTS  tovocfg as above on a console of that code page: what its screen shows
     vbs, js ARGUMENTS     samples/scripts/options.vbs or .js, with the copy's TOVO.INI
     plain_vbs, plain_js   the same with these arguments only
     changes               how both INI files differ from the sample, blank lines and spacing aside
@@ -17,6 +18,9 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     cut FILE BYTES        shortens a file of the copy
     patch FILE AT BYTES   puts other bytes, given as hexadecimal digits, at an offset
     fixture FILE TARGET   copies a file of tests/fixtures to the copy
+    write FILE TEXT       makes a file of the copy; \\r, \\xE9 and the like stand for their bytes
+    read_only FILE        marks a file of the copy as read-only, writable FILE takes the mark off
+    register FILE         registers a library for all programs, until the transcript ends
     same                  whether every file is as it was when this was asked last
     delete FILE           deletes a file of the copy
     copy NAME TARGET      copies a file or folder within the copy
@@ -50,6 +54,10 @@ WINE = ["bash", "-c", 'root=$1; shift; . "$root/scripts/wine-environment.sh"; ex
 # What a machine without 32-bit Wine says at every start.
 WINE_NOISE = re.compile("wine32 is missing|multiarch needs|apt-get install wine32|"
                         "dpkg --add-architecture|^$")
+
+CLASS_ID = "{3C43CF6B-9492-11D4-B262-0050DA5596B9}"
+CLASS_KEYS = {"HKLM\\Software\\Classes\\TovoDefaults.Options": ("CLSID", CLASS_ID),
+              "HKLM\\Software\\Classes\\CLSID\\" + CLASS_ID: ("InprocServer32", None)}
 
 KIT_KEY = "HKCU\\Software\\VB and VBA Program Settings\\Tovo\\Modules\\KitProgram"
 
@@ -89,6 +97,8 @@ class Machine:
         self.here = "C:\\host-tests\\" + name
         self.holders = []
         self.kit_registered = False
+        self.class_registered = False
+        self.bits = bits_of(os.path.join(build, "tovocfg.exe"))
         self.remembered = None
         shutil.rmtree(self.folder, ignore_errors=True)
         for part in ("data", "workstation"):
@@ -102,6 +112,7 @@ class Machine:
         programs = os.path.join(self.folder, "programs")
         os.makedirs(programs)
         for name in ("tdefault.dll", "tovocfg.exe", "tests/host/hold_file.exe",
+                     "tests/host/console_run.exe",
                      "tests/programs/record_run.exe"):
             shutil.copy(os.path.join(build, name), programs)
         shutil.copy(os.path.join(prefix, "drive_c", "windows", "system32", "cscript.exe"), programs)
@@ -158,6 +169,12 @@ class Machine:
     def plain(self, words):
         return self.run_program([self.here + "\\programs\\tovocfg.exe", *words])
 
+    def console(self, page, *words):
+        return self.run_program([self.here + "\\programs\\console_run.exe", page,
+                                 self.here + "\\programs\\tovocfg.exe", "--library",
+                                 self.here + "\\programs\\tdefault.dll", "--ini",
+                                 self.here + "\\workstation\\TOVO.INI", *words])
+
     def changes(self):
         lines = []
         for part, base in INI_FILES:
@@ -197,6 +214,21 @@ class Machine:
         data[at:at + len(part)] = part
         with open(self.path(name), "wb") as file:
             file.write(data)
+
+    def write(self, name, text=""):
+        with open(self.path(name), "wb") as file:
+            file.write(text.encode("latin-1").decode("unicode_escape").encode("latin-1"))
+
+    def read_only(self, name):
+        os.chmod(self.path(name), 0o444)
+
+    def writable(self, name):
+        os.chmod(self.path(name), 0o644)
+
+    def register(self, file):
+        self.class_registered = True
+        for key, (name, value) in CLASS_KEYS.items():
+            self.run_program(["reg", "add", key + "\\" + name, "/ve", "/d", value or file, "/f"])
 
     def fixture(self, name, target):
         shutil.copy(os.path.join(ROOT, "tests", "fixtures", *name.split("/")), self.path(target))
@@ -239,6 +271,9 @@ class Machine:
     def end(self):
         if self.kit_registered:
             self.run_program(["reg", "delete", KIT_KEY, "/f"])
+        if self.class_registered:
+            for key in CLASS_KEYS:
+                self.run_program(["reg", "delete", key, "/f"])
         self.release()
         shutil.rmtree(self.folder, ignore_errors=True)
 
@@ -262,10 +297,21 @@ class Machine:
         return [self.portable(line) for line in lines]
 
     def portable(self, line):
-        """Without what differs between runs: the copy's folder and the names of temporary files."""
+        """Without what differs between runs: the copy's folder, names of temporary files, times,
+        the bitness of the program, and the folder that the tests run in."""
         for here in (self.here.replace("\\", "\\\\"), self.here):
             line = re.sub(re.escape(here), "{here}", line, flags=re.IGNORECASE)
-        return re.sub(r"tov[0-9a-f]+\.tmp", "tov*.tmp", line).rstrip()
+        line = re.sub(r"tov[0-9a-f]+\.tmp", "tov*.tmp", line)
+        line = re.sub(r"\b\d{4}-\d\d-\d\d \d\d:\d\d\b", "{day} {time}", line)
+        line = re.sub(r"^(\s*)\S.* \(current folder\)", r"\1{current} (current folder)", line)
+        return line.replace(f"{self.bits}-bit", "{bits}-bit").rstrip()
+
+
+def bits_of(program):
+    with open(program, "rb") as file:
+        data = file.read(4096)
+    header = int.from_bytes(data[0x3C:0x40], "little")
+    return 32 if data[header + 4:header + 6] == b"\x4c\x01" else 64
 
 
 def text_lines(data, encoding):

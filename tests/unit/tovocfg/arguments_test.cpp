@@ -58,7 +58,7 @@ TEST_CASE("get and set without words say what belongs there") {
 TEST_CASE("an unknown command is named and answered with the commands there are") {
   CHECK(ParseArguments({"frobnicate", "x"}).text ==
         "there is no command frobnicate; use list, get, set, exists, delete, comment, uncomment, "
-        "disable, reports, where or check; --help explains them");
+        "disable, reports, where, check or doctor; --help explains them");
   CHECK(ParseArguments({"--frobnicate"}).text.find("not expected: --frobnicate") !=
         std::string::npos);
 }
@@ -154,6 +154,50 @@ TEST_CASE("the help of each command has an example") {
 
 TEST_CASE("the version is that of the project") {
   CHECK(ParseArguments({"--version"}).text.find(TOVOCFG_VERSION) != std::string::npos);
+}
+
+TEST_CASE("every command writes JSON when asked for it") {
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"list"}, {"get", "Tax", "Rate1"}, {"set", "Tax", "Rate1", "5"},
+        {"exists", "Tax", "Rate1"}, {"delete", "Tax", "Rate1"}, {"disable", "Tax", "Rate1"},
+        {"comment"}, {"uncomment", "--all"}, {"reports"}, {"reports", "use", "INV1"}, {"where"},
+        {"check"}, {"doctor"}}) {
+    CAPTURE(arguments.back());
+    CHECK_FALSE(ParseArguments(arguments).request.json);
+    std::vector<std::string> asking = arguments;
+    asking.emplace_back("--json");
+    const ParsedArguments parsed = ParseArguments(asking);
+    CHECK(parsed.text.empty());
+    CHECK(parsed.request.json);
+    CHECK_FALSE(NameOf(parsed.request.command).empty());
+  }
+}
+
+TEST_CASE("a refusal is told as JSON when that was asked for") {
+  CHECK(ParseArguments({"frobnicate", "--json"}).request.json);
+  CHECK(ParseArguments({"set", "Tax", "--json"}).request.json);
+  CHECK(ParseArguments({"list", "--json", "--local", "--global"}).request.json);
+  CHECK_FALSE(ParseArguments({"set", "Tax", "--", "--json"}).request.json);
+}
+
+TEST_CASE("colours are asked for in either spelling, and a wrong word is refused") {
+  CHECK(ParseArguments({"list"}).request.colour == ColourWish::kAuto);
+  CHECK(ParseArguments({"list", "--colour", "always"}).request.colour == ColourWish::kAlways);
+  CHECK(ParseArguments({"--color=never", "list"}).request.colour == ColourWish::kNever);
+  CHECK(ParseArguments({"list", "--colour", "red"}).text ==
+        "--colour: there is no red; use auto, always or never");
+}
+
+TEST_CASE("a newcomer is told what to do first, and each command has an example") {
+  CHECK(ParseArguments({"help"}).text.find("First steps:\n  tovocfg where ") != std::string::npos);
+  for (const char* command : {"list", "get", "set", "exists", "delete", "disable", "comment",
+                              "uncomment", "reports", "where", "check", "doctor"}) {
+    CAPTURE(command);
+    const ParsedArguments parsed = ParseArguments({command, "--help"});
+    CHECK(parsed.exit_code == ExitCode::kOk);
+    CHECK(parsed.text.find(std::string("  tovocfg ") + command) != std::string::npos);
+    CHECK(parsed.text.find("--json") != std::string::npos);
+  }
 }
 
 }  // namespace tovocfg

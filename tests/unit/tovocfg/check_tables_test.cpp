@@ -17,14 +17,14 @@ constexpr wchar_t kFolder[] = L"C:\\Shop";
 struct Played {
   CheckOutcome outcome;
   std::string out;
-  std::string problems;
+  std::string problem;
 };
 
 Played Check(Simulation& machine, const std::string& table = {}) {
   std::ostringstream out;
-  std::ostringstream problems;
-  const CheckOutcome outcome = CheckTables(machine.platform(), kFolder, table, out, problems);
-  return {outcome, out.str(), problems.str()};
+  std::string problem;
+  const CheckOutcome outcome = CheckTables(machine.platform(), kFolder, table, out, problem);
+  return {outcome, out.str(), problem};
 }
 
 void Put(Simulation& machine, const std::wstring& name) {
@@ -40,7 +40,7 @@ TEST_CASE("a folder of whole tables is a line each and outcome 0") {
   Put(machine, L"Defaults.dbf");
   const Played played = Check(machine);
   CHECK(played.outcome == CheckOutcome::kWhole);
-  CHECK(played.problems.empty());
+  CHECK(played.problem.empty());
   CHECK(played.out ==
         "Data folder C:\\Shop\n"
         "Table      Records  Deleted  Memo values  Tags      Keys  Result\n"
@@ -91,15 +91,15 @@ TEST_CASE("an unknown table is outcome 2 and names the tables there are") {
   const Played played = Check(machine, "customers");
   CHECK(played.outcome == CheckOutcome::kNotChecked);
   CHECK(played.out.empty());
-  CHECK(played.problems ==
-        "tovocfg: there is no table customers in C:\\Shop; the tables there are need, Numbers\n");
+  CHECK(played.problem ==
+        "there is no table customers in C:\\Shop; the tables there are need, Numbers");
 }
 
 TEST_CASE("a folder without tables, and one that is not there, are outcome 2") {
   Simulation machine;
   CHECK(Check(machine).outcome == CheckOutcome::kNotChecked);
-  CHECK(Check(machine).problems.find("C:\\Shop") != std::string::npos);
+  CHECK(Check(machine).problem.find("C:\\Shop") != std::string::npos);
   machine.AddFolder(kFolder);
   CHECK(Check(machine).outcome == CheckOutcome::kNotChecked);
-  CHECK(Check(machine).problems == "tovocfg: there are no tables in C:\\Shop\n");
+  CHECK(Check(machine).problem == "there are no tables in C:\\Shop");
 }

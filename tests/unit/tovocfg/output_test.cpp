@@ -24,7 +24,7 @@ Option Rate() {
   return option;
 }
 
-Option Colour() {
+Option ColourScheme() {
   Option option;
   option.id = "BBBB";
   option.local_ini = true;
@@ -55,7 +55,7 @@ Whereabouts Somewhere() {
 
 TEST_CASE("the table is aligned, shows a choice's description and counts its rows") {
   const Option rate = Rate();
-  const Option colour = Colour();
+  const Option colour = ColourScheme();
   CHECK(FormatTable({&rate, &colour}) ==
         "Section  Key           Type    Value      Default  File\n"
         "-------  ------------  ------  ---------  -------  ------\n"
@@ -97,7 +97,7 @@ TEST_CASE("the details of a number tell its bounds, file and comment line by lin
 }
 
 TEST_CASE("the details of a choice list the choices and mark the current one") {
-  CHECK(FormatDetails(Colour(), Somewhere()) ==
+  CHECK(FormatDetails(ColourScheme(), Somewhere()) ==
         "Windows / ColourScheme\n"
         "  value     2 (Night)\n"
         "  type      choice (CHOICE_VALUE)\n"
@@ -110,7 +110,7 @@ TEST_CASE("the details of a choice list the choices and mark the current one") {
 TEST_CASE("the details of a local option say when there is no local file") {
   Whereabouts where = Somewhere();
   where.local_ini.clear();
-  CHECK(FormatDetails(Colour(), where).find("  file      local (no file found)\n") !=
+  CHECK(FormatDetails(ColourScheme(), where).find("  file      local (no file found)\n") !=
         std::string::npos);
 }
 
@@ -132,7 +132,7 @@ TEST_CASE("JSON is exact: Not found stays Not found and accents stay as they are
 }
 
 TEST_CASE("JSON of a choice lists items and descriptions") {
-  const auto json = nlohmann::json::parse(OptionToJson(Colour(), Somewhere()));
+  const auto json = nlohmann::json::parse(OptionToJson(ColourScheme(), Somewhere()));
   CHECK(json["choices"].size() == 2);
   CHECK(json["choices"][1]["item"] == "2");
   CHECK(json["choices"][1]["description"] == "Night");
@@ -208,6 +208,33 @@ TEST_CASE("error numbers of the automation run-time are shown short, others as t
   CHECK(ErrorNumber(static_cast<std::int32_t>(0x800A0035)) == "53");
   CHECK(ErrorNumber(-2147221501) == "-2147221501");
   CHECK(ErrorNumber(53) == "53");
+}
+
+TEST_CASE("every JSON begins with its format and its command") {
+  const Option rate = Rate();
+  for (const auto& [text, command] :
+       {std::pair<std::string, std::string>{OptionsToJson({&rate}, Somewhere()), "list"},
+        {OptionToJson(rate, Somewhere()), "get"},
+        {WhereaboutsToJson(Somewhere()), "where"},
+        {SavingToJson({}, Somewhere(), {}), "set"}})
+    CHECK(text.starts_with("{\n  \"format\": 1,\n  \"command\": \"" + command + "\",\n"));
+}
+
+TEST_CASE("changes in JSON have the exact values from before and after") {
+  Option rate = Rate();
+  rate.current_value = kNotFound;
+  const Saving saving{.saved = 1, .previous_files = {"C:\\D\\TOVOGBL.old"}, .status = {"busy"}};
+  const auto json = nlohmann::json::parse(SavingToJson({{&rate, "7"}}, Somewhere(), saving));
+  CHECK(json["dryRun"] == false);
+  CHECK(json["saved"] == 1);
+  CHECK(json["previousFiles"][0] == "C:\\D\\TOVOGBL.old");
+  CHECK(json["status"][0] == "busy");
+  const auto& change = json["changes"][0];
+  CHECK(change["id"] == "AAAA");
+  CHECK(change["from"] == "Not found");
+  CHECK(change["to"] == "7");
+  CHECK(change["changed"] == true);
+  CHECK(change["path"] == "C:\\D\\TOVOGBL.INI");
 }
 
 }  // namespace tovocfg

@@ -63,4 +63,15 @@ TEST_CASE("splitting keeps empty parts") {
   CHECK(Split("a||b|", '|') == std::vector<std::string>{"a", "", "b", ""});
 }
 
+TEST_CASE("a character that has only begun is told from one that is complete") {
+  CHECK(WholeCharacters("") == 0);
+  CHECK(WholeCharacters("ab") == 2);
+  CHECK(WholeCharacters("a\xC3") == 1);
+  CHECK(WholeCharacters("a\xC3\xA9") == 3);
+  CHECK(WholeCharacters("\xE2\x80") == 0);
+  CHECK(WholeCharacters("x\xF0\x9F\x98") == 1);
+  CHECK(WholeCharacters("x\xF0\x9F\x98\x80") == 5);
+  CHECK(WholeCharacters("\xA9\xA9\xA9\xA9\xA9") == 5);
+}
+
 }  // namespace tovocfg

@@ -56,10 +56,9 @@ int Check(const Request& request) {
   const std::wstring folder = ToWide(where.data_folder);
   std::string problem;
   const CheckOutcome outcome =
-      request.json
-          ? CheckTablesToJson(system.platform(), folder, request.table, std::cout, problem)
-          : CheckTables(system.platform(), folder, request.table, std::cout, problem,
-                        request.output);
+      request.json ? CheckTablesToJson(system.platform(), folder, request.table, std::cout, problem)
+                   : CheckTables(system.platform(), folder, request.table, std::cout, problem,
+                                 request.output);
   return problem.empty() ? static_cast<int>(outcome) : not_checked(problem);
 }
 

@@ -110,7 +110,9 @@ std::string Differences(const Session& session, const std::vector<Change>& chang
 
 // Why nothing was saved.
 Stop NotSaved(const SaveOutcome& outcome) {
-  Stop stop{ExitCode::kLibraryError, {}, outcome.errors,
+  Stop stop{ExitCode::kLibraryError,
+            {},
+            outcome.errors,
             "Nothing was saved; the INI files are as before."};
   if (outcome.errors.empty())
     stop.text = "the library could not write a value or finish what goes with it";
@@ -142,8 +144,8 @@ ExitCode SaveChanges(Session& session, const Request& request, const std::vector
   saving.previous_files.push_back(PreviousFile(session.where().global_ini));
   TellSaved(request, session, changes, saving);
   if (outcome.reload_error) {
-    throw Stop{ExitCode::kLibraryError, "reading the options again failed:",
-               {*outcome.reload_error}};
+    throw Stop{
+        ExitCode::kLibraryError, "reading the options again failed:", {*outcome.reload_error}};
   }
   const std::string differences = Differences(session, changes);
   if (!differences.empty()) throw Stop{ExitCode::kLibraryError, differences};
@@ -157,7 +159,8 @@ ExitCode Set(const Request& request) {
   const std::vector<Change> changes = CheckedChanges(session, request);
   if (!request.json)
     for (const Change& change : changes) std::cout << FormatChange(change, request.output);
-  Saving saving{.dry_run = request.dry_run};
+  Saving saving;
+  saving.dry_run = request.dry_run;
   const auto changed = static_cast<std::size_t>(
       std::count_if(changes.begin(), changes.end(), [](const Change& c) { return c.IsChange(); }));
   if (!request.dry_run && changed != 0) {

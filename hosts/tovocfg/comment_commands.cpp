@@ -61,10 +61,12 @@ ExitCode CommentFiles(const Request& request) {
 
 ExitCode UncommentFiles(const Request& request) {
   const Session session(request);
-  return Rewrite(request, FilesOf(request, session), "Comments removed from ", [&](const std::string& file) {
-    if (request.comment) return session.library().RemoveComment(file, *request.comment);
-    return session.library().ClearComments(file);
-  });
+  return Rewrite(request, FilesOf(request, session), "Comments removed from ",
+                 [&](const std::string& file) {
+                   if (request.comment)
+                     return session.library().RemoveComment(file, *request.comment);
+                   return session.library().ClearComments(file);
+                 });
 }
 
 }  // namespace tovocfg

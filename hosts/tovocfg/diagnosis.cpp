@@ -66,6 +66,13 @@ std::string Summary(const std::vector<Diagnosis>& diagnoses) {
 
 }  // namespace
 
+std::vector<Diagnosis> Ordered(std::vector<Diagnosis> diagnoses) {
+  std::stable_sort(
+      diagnoses.begin(), diagnoses.end(),
+      [](const Diagnosis& left, const Diagnosis& right) { return left.topic < right.topic; });
+  return diagnoses;
+}
+
 int ExitCodeOf(const std::vector<Diagnosis>& diagnoses) {
   if (Count(diagnoses, Health::kProblem) != 0) return 1;
   return Count(diagnoses, Health::kNotChecked) != 0 ? 2 : 0;

@@ -10,7 +10,7 @@ namespace tovocfg {
 
 enum class Health { kOk, kWarning, kProblem, kNotChecked };
 
-// What a diagnosis is about.
+// What a diagnosis is about, in the order of telling.
 enum class Topic {
   kProgram,
   kLibrary,
@@ -37,6 +37,9 @@ struct Diagnosis {
   std::string advice;  // what to do; empty where nothing is to be done
   std::vector<Step> steps;
 };
+
+// In the order of their topics, those of one topic as they came.
+[[nodiscard]] std::vector<Diagnosis> Ordered(std::vector<Diagnosis> diagnoses);
 
 // As of check: 0 all well (warnings included), 1 problems, 2 something could not be looked at and
 // there are no problems.

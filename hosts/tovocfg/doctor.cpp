@@ -48,8 +48,8 @@ std::string SearchedAs(const Examination& examination, const std::wstring& file)
 }
 
 std::wstring FoundBySearch(const Examination& examination) {
-  const auto found = examination.platform().files.Locate(support::kLocalIniDefaultName,
-                                                         support::kPathCapacity);
+  const auto found =
+      examination.platform().files.Locate(support::kLocalIniDefaultName, support::kPathCapacity);
   return found.ok() ? found.value() : std::wstring();
 }
 
@@ -58,9 +58,9 @@ void ExamineNamedIni(Examination& examination, const std::wstring& file) {
   examination.Add(Health::kOk, Topic::kLocalIni, ToUtf8(file) + ", named by --ini");
   const std::wstring found = FoundBySearch(examination);
   if (found.empty() || EqualIgnoringCase(found, file)) return;
-  examination.Add(Health::kOk, Topic::kLocalIni,
-                  "programs that are not told a file use " + ToUtf8(found) +
-                      SearchedAs(examination, found));
+  examination.Add(
+      Health::kOk, Topic::kLocalIni,
+      "programs that are not told a file use " + ToUtf8(found) + SearchedAs(examination, found));
 }
 
 // The copies of a bare name that the search passes over.
@@ -93,9 +93,9 @@ void ExamineWindowsCopy(Examination& examination, const std::wstring& used) {
 
 void ExamineSearchedIni(Examination& examination, const std::wstring& found) {
   if (!found.empty()) {
-    examination.Add(Health::kOk, Topic::kLocalIni,
-                    ToUtf8(found) + ", found by the system's search" +
-                        SearchedAs(examination, found));
+    examination.Add(
+        Health::kOk, Topic::kLocalIni,
+        ToUtf8(found) + ", found by the system's search" + SearchedAs(examination, found));
     ExamineOtherCopies(examination, found);
     ExamineWindowsCopy(examination, found);
     return;
@@ -107,9 +107,9 @@ void ExamineSearchedIni(Examination& examination, const std::wstring& found) {
     const std::wstring file = folder.path + L"\\" + support::kLocalIniDefaultName;
     const std::wstring previous = PreviousVersionOf(file);
     if (examination.IsFile(previous))
-      steps.push_back(CopyStep("to restore it from the previous version, " +
-                                   examination.ChangedAt(previous),
-                               previous, file));
+      steps.push_back(
+          CopyStep("to restore it from the previous version, " + examination.ChangedAt(previous),
+                   previous, file));
   }
   const bool needed = examination.circumstances().data_folder.empty();
   examination.Add(needed ? Health::kProblem : Health::kWarning, Topic::kLocalIni,
@@ -135,6 +135,12 @@ std::string FolderSource(const Examination& examination, const Located& located)
 
 void ExamineDataFolder(Examination& examination, const Located& located) {
   const bool named = !examination.circumstances().data_folder.empty();
+  if (!named && !examination.IsFile(located.local_ini)) {
+    examination.Add(Health::kNotChecked, Topic::kDataFolder,
+                    "not known, because the local INI file names it and is missing",
+                    "Name the folder with --data.");
+    return;
+  }
   const std::string folder = ToUtf8(located.data_folder);
   const std::string source = FolderSource(examination, located);
   const std::string advice = named ? "Name the folder that holds defaults.dbf."
@@ -147,19 +153,19 @@ void ExamineDataFolder(Examination& examination, const Located& located) {
   }
   if (!located.data_folder_exists) {
     const bool is_file = examination.IsFile(located.data_folder);
-    examination.Add(Health::kProblem, Topic::kDataFolder,
-                    (is_file ? folder + " is a file, not a folder ("
-                             : "there is no folder " + folder + " (") +
-                        source + ")",
-                    is_file ? advice
-                            : advice + " If it is a share, see whether its drive is connected.");
+    examination.Add(
+        Health::kProblem, Topic::kDataFolder,
+        (is_file ? folder + " is a file, not a folder (" : "there is no folder " + folder + " (") +
+            source + ")",
+        is_file ? advice : advice + " If it is a share, see whether its drive is connected.");
     return;
   }
   examination.Add(Health::kOk, Topic::kDataFolder, folder + ", " + source);
   if (!IsFullPath(located.data_folder))
     examination.Add(Health::kWarning, Topic::kDataFolder,
-                    folder + " counts from each program's current folder, so that programs may "
-                             "use different ones",
+                    folder +
+                        " counts from each program's current folder, so that programs may "
+                        "use different ones",
                     "Write it with its drive and all folders.");
 }
 
@@ -178,9 +184,13 @@ void ExamineOtherGlobals(Examination& examination, const Located& located) {
   }
 }
 
-std::string TableNames(const std::vector<std::string>& names) {
+// The names with commas, and other words before the last one.
+std::string Listed(const std::vector<std::string>& names, const std::string& before_last) {
   std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (i != 0) text += i + 1 == names.size() ? before_last : ", ";
+    text += names[i];
+  }
   return text;
 }
 
@@ -195,13 +205,15 @@ void ExamineEachTable(Examination& examination, const Located& located) {
     return;
   }
   const foxpro::CheckSettings settings{.ansi_code_page = platform.session.AnsiCodePage()};
-  std::vector<std::string> names;
+  std::vector<std::string> whole;
   for (const foxpro::TableIdentity& table : tables) {
     const foxpro::CheckedTable checked =
         foxpro::CheckTable(platform.files, platform.clock, table, settings);
     const std::string name = ToUtf8(table.name);
-    names.push_back(name);
-    if (checked.findings.empty()) continue;
+    if (checked.findings.empty()) {
+      whole.push_back(name);
+      continue;
+    }
     const Health health = checked.problems != 0    ? Health::kProblem
                           : checked.unchecked != 0 ? Health::kNotChecked
                                                    : Health::kWarning;
@@ -215,12 +227,13 @@ void ExamineEachTable(Examination& examination, const Located& located) {
     std::string text = first == checked.findings.end() ? "Table " + name : ToUtf8(first->text);
     if (more != 0) text += " (and " + std::to_string(more) + " more)";
     examination.Add(health, Topic::kTables, text, {},
-                    {{"to see everything", "tovocfg check " + name + " --data " +
-                                               Quoted(located.data_folder)}});
+                    {{"to see everything",
+                      "tovocfg check " + name + " --data " + Quoted(located.data_folder)}});
   }
+  if (whole.empty()) return;
   examination.Add(Health::kOk, Topic::kTables,
-                  std::to_string(names.size()) + (names.size() == 1 ? " table" : " tables") +
-                      " looked at: " + TableNames(names));
+                  std::to_string(whole.size()) + (whole.size() == 1 ? " table is" : " tables are") +
+                      " whole: " + Listed(whole, ", "));
 }
 
 // What stands in the way of writing; empty when nothing does. 0: may be written.
@@ -249,11 +262,11 @@ void TellRefusal(Examination& examination, const std::wstring& file, const Refus
                     {{"to take it off", "attrib -r " + Quoted(file)}});
     return;
   }
-  examination.Add(health, Topic::kWriteAccess,
-                  path + " cannot be opened for writing: " + Reason(refusal.code) + "; " +
-                      consequence,
-                  refusal.held() ? "Close the program that has the file open."
-                                 : "Ask for write access to the file and its folder.");
+  examination.Add(
+      health, Topic::kWriteAccess,
+      path + " cannot be opened for writing: " + Reason(refusal.code) + "; " + consequence,
+      refusal.held() ? "Close the program that has the file open."
+                     : "Ask for write access to the file and its folder.");
 }
 
 // Whether all of it can be written.
@@ -288,7 +301,8 @@ bool ExamineTableWriting(Examination& examination, const Located& located) {
       if (!refusal.any()) continue;
       all = false;
       if (EqualIgnoringCase(name, kDefinitions)) {
-        TellRefusal(examination, file, refusal, Health::kProblem, "no program starts without that");
+        TellRefusal(examination, file, refusal, Health::kProblem,
+                    "no program starts as long as that is so");
       } else {
         TellRefusal(examination, file, refusal, Health::kWarning,
                     "what changes this table will fail");
@@ -359,13 +373,13 @@ void ExamineTables(Examination& examination, Located& located) {
   ExamineEachTable(examination, located);
 }
 
-void ExamineTableAccess(Examination& examination) {
+bool ExamineTableAccess(Examination& examination) {
   const Circumstances& circumstances = examination.circumstances();
   const std::string access =
       DescribeTables(circumstances.tables_setting, circumstances.provider_registered);
   if (access.starts_with("none")) {
     examination.Add(Health::kProblem, Topic::kTableAccess, access);
-    return;
+    return false;
   }
   const std::string provider = circumstances.provider_registered
                                    ? "VFPOLEDB.1 is registered for programs of this bitness"
@@ -376,21 +390,25 @@ void ExamineTableAccess(Examination& examination) {
                            ? provider
                            : "the environment variable TDEFAULT_TABLES is " +
                                  circumstances.tables_setting + ", and " + provider));
+  return true;
 }
 
 void ExamineWriteAccess(Examination& examination, const Located& located) {
   bool all = true;
-  std::size_t looked_at = 0;
+  std::vector<std::string> writable;
   for (const IniFile& file : located.IniFiles()) {
     all = ExamineIniWriting(examination, file) && all;
-    ++looked_at;
+    if (examination.IsFile(file.path)) writable.push_back(ToUtf8(NameOf(file.path)));
   }
-  if (located.data_folder_exists) all = ExamineTableWriting(examination, located) && all;
-  if (all && looked_at != 0)
+  if (!writable.empty()) writable.emplace_back("the folders of both");
+  if (writable.size() == 2) writable.back() = "its folder";
+  if (located.has_definitions) {
+    all = ExamineTableWriting(examination, located) && all;
+    writable.emplace_back("the tables");
+  }
+  if (all && !writable.empty())
     examination.Add(Health::kOk, Topic::kWriteAccess,
-                    located.data_folder_exists
-                        ? "the INI files, their folders and the tables can be written"
-                        : "the local INI file and its folder can be written");
+                    Listed(writable, " and ") + " can be written");
 }
 
 std::optional<int> BitsOf(const Examination& examination, const std::wstring& file) {

@@ -40,7 +40,8 @@ struct ReadIni {
 // Tells whether the folder's definitions are there and its tables whole.
 void ExamineTables(Examination& examination, Located& located);
 
-void ExamineTableAccess(Examination& examination);
+// Whether there is one.
+bool ExamineTableAccess(Examination& examination);
 
 // Tells what may be written: the INI files, the tables, and new files beside the INI files. Opens
 // files for writing and closes them again; makes no file and asks for the right to instead.

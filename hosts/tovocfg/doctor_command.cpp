@@ -49,9 +49,8 @@ std::vector<SearchFolder> SearchFolders() {
   const std::wstring windows = WindowsFolder();
   std::vector<SearchFolder> folders = {
       {"program folder", FolderOf(tdefault::platform::win32::HostExecutablePath())},
-      {"current folder", TextOf([](wchar_t* text, DWORD size) {
-         return GetCurrentDirectoryW(size, text);
-       })},
+      {"current folder",
+       TextOf([](wchar_t* text, DWORD size) { return GetCurrentDirectoryW(size, text); })},
       {"system folder",
        TextOf([](wchar_t* text, DWORD size) { return GetSystemDirectoryW(text, size); })},
       {"16-bit system folder", windows + L"\\system"},
@@ -147,8 +146,8 @@ bool ExamineLibraryFile(Examination& examination, const std::wstring& file,
                         const std::string& how) {
   const std::string name = ToUtf8(file);
   if (!FactsOf(file)) {
-    examination.Add(Health::kProblem, Topic::kLibrary, "there is no file " + name + " (" + how + ")",
-                    kHowToRegister);
+    examination.Add(Health::kProblem, Topic::kLibrary,
+                    "there is no file " + name + " (" + how + ")", kHowToRegister);
     return false;
   }
   const std::optional<int> bits = BitsOf(examination, file);
@@ -168,9 +167,9 @@ bool ExamineLibraryFile(Examination& examination, const std::wstring& file,
   }
   const std::string version =
       ToUtf8(tdefault::platform::win32::VersionResourceText(file, L"ProductVersion"));
-  examination.Add(Health::kOk, Topic::kLibrary,
-                  name + (version.empty() ? "" : ", version " + version) + ", " + BitsText(*bits) +
-                      ", " + how);
+  examination.Add(
+      Health::kOk, Topic::kLibrary,
+      name + (version.empty() ? "" : ", version " + version) + ", " + BitsText(*bits) + ", " + how);
   return true;
 }
 
@@ -187,7 +186,9 @@ bool ExamineLibrary(Examination& examination, const Request& request) {
                     "registered is " + ToUtf8(registration.file) +
                         ", which does not exist; programs that create the library by its name fail",
                     "Register the file where it is now.",
-                    {{"to register it", "regsvr32 \"FOLDER\\tdefault.dll\""}});
+                    FactsOf(beside) ? std::vector<Step>{{"to register the one beside this program",
+                                                         "regsvr32 " + Quoted(beside)}}
+                                    : std::vector<Step>());
   } else if (registration.has_class) {
     examination.Add(Health::kWarning, Topic::kLibrary,
                     "the library is not registered for " + BitsText(kBitsOfProgram) +
@@ -196,18 +197,18 @@ bool ExamineLibrary(Examination& examination, const Request& request) {
   }
   const std::wstring beside =
       FolderOf(tdefault::platform::win32::HostExecutablePath()) + L"\\tdefault.dll";
-  return ExamineLibraryFile(examination, beside,
-                            "beside the program" +
-                                std::string(registration.has_class ? "" : ", not registered"));
+  return ExamineLibraryFile(
+      examination, beside,
+      "beside the program" + std::string(registration.has_class ? "" : ", not registered"));
 }
 
 void TellVersions(Examination& examination, const Library& library) {
   const std::string version = library.Version();
   if (version != TOVOCFG_VERSION)
-    examination.Add(Health::kWarning, Topic::kLibrary,
-                    "the library calls itself version " + version + ", this program is " +
-                        TOVOCFG_VERSION,
-                    "Install both from the same package.");
+    examination.Add(
+        Health::kWarning, Topic::kLibrary,
+        "the library calls itself version " + version + ", this program is " + TOVOCFG_VERSION,
+        "Install both from the same package.");
 }
 
 // The options as the library loads them; absent, after telling why, when it does not.
@@ -247,19 +248,19 @@ void ExamineAll(Examination& examination, const Request& request) {
   Located located = ExamineLocations(examination);
   const std::vector<ReadIni> files = ExamineIniFiles(examination, located);
   ExamineTables(examination, located);
-  ExamineTableAccess(examination);
+  const bool has_access = ExamineTableAccess(examination);
   ExamineWriteAccess(examination, located);
   // Without its folder the library would ask the user with a message box.
   std::optional<std::vector<Option>> options;
   const bool has_local_ini = located.local_ini.empty() || examination.IsFile(located.local_ini);
-  if (has_library && has_local_ini && located.data_folder_exists && located.has_definitions) {
+  if (has_library && has_local_ini && has_access && located.data_folder_exists &&
+      located.has_definitions) {
     options = LoadOptions(examination, request);
   } else {
     examination.Add(Health::kNotChecked, Topic::kOptions,
                     "not loaded, because of the problems above");
   }
-  for (const ReadIni& each : files)
-    ExamineValueLengths(examination, each.file, each.text, options);
+  for (const ReadIni& each : files) ExamineValueLengths(examination, each.file, each.text, options);
   if (options) TellOptions(examination, *options);
 }
 
@@ -269,7 +270,7 @@ int Doctor(const Request& request) {
   tdefault::platform::win32::Win32Platform system;
   Examination examination(system.platform(), CircumstancesOf(request));
   ExamineAll(examination, request);
-  const std::vector<Diagnosis>& diagnoses = examination.diagnoses();
+  const std::vector<Diagnosis> diagnoses = Ordered(examination.diagnoses());
   std::cout << (request.json ? DiagnosesToJson(diagnoses)
                              : FormatDiagnoses(diagnoses, request.output));
   return ExitCodeOf(diagnoses);

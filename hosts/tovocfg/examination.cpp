@@ -74,9 +74,7 @@ std::wstring FolderOf(const std::wstring& file) {
   return tdefault::support::ParentFolder(file, tdefault::support::WithoutBackslash::kEmpty);
 }
 
-std::wstring NameOf(const std::wstring& file) {
-  return file.substr(file.find_last_of(L'\\') + 1);
-}
+std::wstring NameOf(const std::wstring& file) { return file.substr(file.find_last_of(L'\\') + 1); }
 
 std::string Reason(std::uint32_t code) {
   std::string text = "system error";

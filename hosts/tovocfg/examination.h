@@ -58,8 +58,7 @@ class Examination {
   void Add(Diagnosis diagnosis) { diagnoses_.push_back(std::move(diagnosis)); }
   void Add(Health health, Topic topic, std::string text, std::string advice = {},
            std::vector<Step> steps = {}) {
-    diagnoses_.push_back(
-        {health, topic, std::move(text), std::move(advice), std::move(steps)});
+    diagnoses_.push_back({health, topic, std::move(text), std::move(advice), std::move(steps)});
   }
 
   // A file that another program holds for itself exists too.

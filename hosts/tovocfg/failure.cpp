@@ -12,7 +12,8 @@ constexpr const char* kProgram = "tovocfg";
 // What the program says itself has neither number nor hint: its texts say what to do.
 Json OwnWords(const std::string& text) {
   std::string description;
-  for (const std::string& line : Lines(text)) description += (description.empty() ? "" : "\n") + line;
+  for (const std::string& line : Lines(text))
+    description += (description.empty() ? "" : "\n") + line;
   return {{"number", nullptr}, {"source", kProgram}, {"description", description}, {"hint", ""}};
 }
 

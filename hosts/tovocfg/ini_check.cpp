@@ -34,8 +34,8 @@ Keys KeysOf(const IniText& text) {
 std::size_t CommonKeys(const IniText& left, const IniText& right) {
   const Keys keys = KeysOf(left);
   const Keys others = KeysOf(right);
-  return static_cast<std::size_t>(
-      std::count_if(keys.begin(), keys.end(), [&](const auto& key) { return others.contains(key); }));
+  return static_cast<std::size_t>(std::count_if(
+      keys.begin(), keys.end(), [&](const auto& key) { return others.contains(key); }));
 }
 
 bool SameEntries(const IniText& left, const IniText& right) {
@@ -176,17 +176,25 @@ void ExamineEncoding(Examination& examination, const IniFile& file, const IniTex
       "Save As.";
   switch (text.encoding) {
     case IniEncoding::kSystemCodePage:
+      if (text.looks_like_utf8)
+        examination.Add(Health::kWarning, file.topic,
+                        path +
+                            " seems to be UTF-8. The system takes it for text of its own code "
+                            "page, so that letters outside ASCII read as others",
+                        advice);
       return;
     case IniEncoding::kUtf16:
       examination.Add(Health::kWarning, file.topic,
-                      path + " is UTF-16. Values are read and written, comments are not: 'comment', "
-                             "'uncomment' and 'disable' leave such a file alone",
+                      path +
+                          " is UTF-16. Values are read and written, comments are not: 'comment', "
+                          "'uncomment' and 'disable' leave such a file alone",
                       advice);
       return;
     case IniEncoding::kUtf16BigEndian:
       examination.Add(Health::kProblem, file.topic,
-                      path + " is UTF-16 with the bytes in the other order, which the system does "
-                             "not read: no value of it is found",
+                      path +
+                          " is UTF-16 with the bytes in the other order, which the system does "
+                          "not read: no value of it is found",
                       advice);
       return;
     case IniEncoding::kUtf8Mark:
@@ -250,9 +258,9 @@ std::string AdviceFor(const std::vector<Step>& steps) {
 void ExaminePrevious(Examination& examination, const IniFile& file) {
   const std::wstring previous = PreviousVersionOf(file.path);
   if (!examination.IsFile(previous)) return;
-  examination.Add(Health::kOk, file.topic,
-                  "previous version " + ToUtf8(previous) + ", last changed " +
-                      examination.ChangedAt(previous));
+  examination.Add(
+      Health::kOk, file.topic,
+      "previous version " + ToUtf8(previous) + ", last changed " + examination.ChangedAt(previous));
 }
 
 void ExamineMissing(Examination& examination, const std::vector<IniFile>& files, std::size_t which,
@@ -267,13 +275,8 @@ void ExamineMissing(Examination& examination, const std::vector<IniFile>& files,
     steps.push_back({"to make an empty one", "type nul > " + Quoted(file.path)});
   }
   examination.Add(Health::kProblem, file.topic,
-                  "there is no file " + ToUtf8(file.path) +
-                      "; all its options read \"Not found\"",
+                  "there is no file " + ToUtf8(file.path) + "; all its options read \"Not found\"",
                   advice, steps);
-}
-
-std::string PurposeOf(const IniFile& file, const char* action) {
-  return std::string("to ") + action + " " + ToUtf8(NameOf(file.path));
 }
 
 void TellContentFromBefore(Examination& examination, const IniFile& file,
@@ -286,7 +289,7 @@ void TellContentFromBefore(Examination& examination, const IniFile& file,
           " may have some of the save's values and not the others",
       std::string(kNoSaveRunning) + " Compare both files, keep one, then delete the copy.",
       {{"to compare", "fc " + Quoted(leftover.path) + " " + Quoted(file.path)},
-       CopyStep(PurposeOf(file, "go back to before the save with"), leftover.path, file.path),
+       CopyStep("to put " + name + " back as it was before the save", leftover.path, file.path),
        DeleteStep("to delete the copy", leftover.path)});
 }
 
@@ -340,9 +343,9 @@ std::vector<Step> RestoreSteps(const Examination& examination, const std::vector
                                leftover.path, file.path));
   const std::wstring previous = PreviousVersionOf(file.path);
   if (examination.IsFile(previous))
-    steps.push_back(CopyStep("to restore it from the previous version, " +
-                                 examination.ChangedAt(previous),
-                             previous, file.path));
+    steps.push_back(
+        CopyStep("to restore it from the previous version, " + examination.ChangedAt(previous),
+                 previous, file.path));
   return steps;
 }
 
@@ -365,9 +368,8 @@ std::optional<IniText> ExamineIniFile(Examination& examination, const std::vecto
     return std::nullopt;
   }
   const IniText text = TakeApart(content.bytes, examination.platform().session);
-  const std::string damage = content.bytes.empty()
-                                 ? "is empty"
-                                 : Damaged(text, examination, file, which, leftovers);
+  const std::string damage =
+      content.bytes.empty() ? "is empty" : Damaged(text, examination, file, which, leftovers);
   if (!damage.empty()) {
     const std::vector<Step> steps = RestoreSteps(examination, files, which, leftovers);
     // A shop begins with an empty global file.
@@ -405,8 +407,9 @@ void ExamineLeftovers(Examination& examination, const std::vector<IniFile>& file
         break;
       case CopyKind::kForeign:
         examination.Add(Health::kWarning, Topic::kLeftovers,
-                        path + " has the name of a temporary copy, but is none of an INI file that "
-                               "is in use here",
+                        path +
+                            " has the name of a temporary copy, but is none of an INI file that "
+                            "is in use here",
                         "Look what it holds before you delete it.");
         break;
       default:
@@ -422,12 +425,11 @@ void ExamineLeftovers(Examination& examination, const std::vector<IniFile>& file
 void ExamineValueLengths(Examination& examination, const IniFile& file, const IniText& text,
                          const std::optional<std::vector<Option>>& options) {
   const auto is_option = [&](const IniEntry& entry) {
-    return !options ||
-           std::any_of(options->begin(), options->end(), [&](const Option& option) {
-             return option.local_ini == (file.topic == Topic::kLocalIni) &&
-                    SameText(option.section, ToUtf8(entry.section)) &&
-                    SameText(option.key, ToUtf8(entry.key));
-           });
+    return !options || std::any_of(options->begin(), options->end(), [&](const Option& option) {
+      return option.local_ini == (file.topic == Topic::kLocalIni) &&
+             SameText(option.section, ToUtf8(entry.section)) &&
+             SameText(option.key, ToUtf8(entry.key));
+    });
   };
   for (const IniEntry& entry : text.entries) {
     if (entry.hidden != Hidden::kNo || entry.value.size() <= kLongestValue || !is_option(entry))

@@ -1,5 +1,7 @@
 #include "tovocfg/ini_text.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <set>
 
 #include "base/text.h"
@@ -25,8 +27,18 @@ std::wstring FromUtf16(std::string_view bytes, bool big_endian) {
   return text;
 }
 
-std::wstring Decoded(std::string_view bytes, IniText& text,
-                     tdefault::platform::Session& session) {
+constexpr std::uint32_t kUtf8CodePage = 65001;
+constexpr wchar_t kMalformed = 0xFFFD;
+
+// Text of other code pages is hardly ever well-formed UTF-8, unless it is all ASCII.
+bool LooksLikeUtf8(std::string_view bytes) {
+  const bool all_ascii = std::all_of(bytes.begin(), bytes.end(), [](char byte) {
+    return static_cast<unsigned char>(byte) < 0x80;
+  });
+  return !all_ascii && tdefault::FromUtf8(bytes).find(kMalformed) == std::wstring::npos;
+}
+
+std::wstring Decoded(std::string_view bytes, IniText& text, tdefault::platform::Session& session) {
   if (bytes.starts_with(kUtf16Mark)) {
     text.encoding = IniEncoding::kUtf16;
     return FromUtf16(bytes.substr(kUtf16Mark.size()), false);
@@ -39,6 +51,8 @@ std::wstring Decoded(std::string_view bytes, IniText& text,
     text.encoding = IniEncoding::kUtf8Mark;
     bytes.remove_prefix(kUtf8Mark.size());
   }
+  text.looks_like_utf8 = text.encoding == IniEncoding::kSystemCodePage && LooksLikeUtf8(bytes) &&
+                         session.AnsiCodePage() != kUtf8CodePage;
   return session.SystemText(bytes);
 }
 

@@ -34,6 +34,7 @@ struct IniText {
   std::vector<std::size_t> open_headers;  // lines that begin a section's name and do not end it
   bool section_on_first_line = false;
   bool has_nul = false;
+  bool looks_like_utf8 = false;  // without a mark, and with characters outside ASCII
   bool ends_in_line_end = true;
 };
 

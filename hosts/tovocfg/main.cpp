@@ -57,7 +57,7 @@ int Tell(const tovocfg::ParsedArguments& parsed) {
   return static_cast<int>(parsed.exit_code);
 }
 
-int Run(const tovocfg::Request& request) {
+int Perform(const tovocfg::Request& request) {
   if (request.command == tovocfg::Command::kCheck) return tovocfg::Check(request);
   const Apartment apartment;
   if (request.command == tovocfg::Command::kDoctor) return tovocfg::Doctor(request);
@@ -77,5 +77,5 @@ int main() {
       tovocfg::WantsColour(request.colour, console.output_takes_colours(), no_color));
   request.errors = tovocfg::Palette(
       tovocfg::WantsColour(request.colour, console.errors_take_colours(), no_color));
-  return request.command == tovocfg::Command::kNone ? Tell(parsed) : Run(request);
+  return request.command == tovocfg::Command::kNone ? Tell(parsed) : Perform(request);
 }

@@ -265,7 +265,8 @@ std::string HintFor(const ErrorReport& error) {
 }
 
 std::string FormatError(const ErrorReport& error, const Palette& palette) {
-  std::string out = palette.Paint(Colour::kBad, "tovocfg:") + " error " + ErrorNumber(error.number) + Hexadecimal(error.number);
+  std::string out = palette.Paint(Colour::kBad, "tovocfg:") + " error " +
+                    ErrorNumber(error.number) + Hexadecimal(error.number);
   if (!error.source.empty()) out += " from " + error.source;
   out += "\n";
   for (const std::string& line : Lines(error.description)) out += "  " + Trimmed(line) + "\n";

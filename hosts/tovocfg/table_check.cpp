@@ -92,8 +92,8 @@ std::vector<foxpro::TableIdentity> Chosen(tdefault::platform::Files& files,
   std::string names;
   for (const auto& candidate : tables)
     names += (names.empty() ? "" : ", ") + ToUtf8(candidate.name);
-  problem = "there is no table " + table + " in " + ToUtf8(folder) + "; the tables there are " +
-            names;
+  problem =
+      "there is no table " + table + " in " + ToUtf8(folder) + "; the tables there are " + names;
   return {};
 }
 
@@ -201,8 +201,7 @@ std::string FormatCheckedTable(const CheckedTable& checked, std::size_t name_wid
 CheckOutcome CheckTables(tdefault::platform::Platform& platform, const std::wstring& folder,
                          const std::string& table, std::ostream& out, std::string& problem,
                          const Palette& palette) {
-  const std::vector<foxpro::TableIdentity> tables =
-      Chosen(platform.files, folder, table, problem);
+  const std::vector<foxpro::TableIdentity> tables = Chosen(platform.files, folder, table, problem);
   if (tables.empty()) return CheckOutcome::kNotChecked;
   std::size_t name_width = std::string_view(kTableTitle).size();
   for (const foxpro::TableIdentity& identity : tables)
@@ -220,8 +219,7 @@ CheckOutcome CheckTables(tdefault::platform::Platform& platform, const std::wstr
 
 CheckOutcome CheckTablesToJson(tdefault::platform::Platform& platform, const std::wstring& folder,
                                const std::string& table, std::ostream& out, std::string& problem) {
-  const std::vector<foxpro::TableIdentity> tables =
-      Chosen(platform.files, folder, table, problem);
+  const std::vector<foxpro::TableIdentity> tables = Chosen(platform.files, folder, table, problem);
   if (tables.empty()) return CheckOutcome::kNotChecked;
   Totals totals;
   Json list = Json::array();

@@ -217,7 +217,7 @@ class Machine:
 
     def write(self, name, text=""):
         with open(self.path(name), "wb") as file:
-            file.write(text.encode("latin-1").decode("unicode_escape").encode("latin-1"))
+            file.write(re.sub(r"\\(x[0-9A-Fa-f]{2}|[0nr\\])", byte_of, text).encode("latin-1"))
 
     def read_only(self, name):
         os.chmod(self.path(name), 0o444)
@@ -303,8 +303,13 @@ class Machine:
             line = re.sub(re.escape(here), "{here}", line, flags=re.IGNORECASE)
         line = re.sub(r"tov[0-9a-f]+\.tmp", "tov*.tmp", line)
         line = re.sub(r"\b\d{4}-\d\d-\d\d \d\d:\d\d\b", "{day} {time}", line)
-        line = re.sub(r"^(\s*)\S.* \(current folder\)", r"\1{current} (current folder)", line)
+        line = re.sub(r"[A-Za-z]:[^()]* \(current folder\)", "{current} (current folder)", line)
         return line.replace(f"{self.bits}-bit", "{bits}-bit").rstrip()
+
+
+def byte_of(escape):
+    word = escape.group(1)
+    return {"0": "\0", "n": "\n", "r": "\r", "\\": "\\"}.get(word) or chr(int(word[1:], 16))
 
 
 def bits_of(program):

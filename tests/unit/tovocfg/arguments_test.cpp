@@ -157,11 +157,19 @@ TEST_CASE("the version is that of the project") {
 }
 
 TEST_CASE("every command writes JSON when asked for it") {
-  for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"list"}, {"get", "Tax", "Rate1"}, {"set", "Tax", "Rate1", "5"},
-        {"exists", "Tax", "Rate1"}, {"delete", "Tax", "Rate1"}, {"disable", "Tax", "Rate1"},
-        {"comment"}, {"uncomment", "--all"}, {"reports"}, {"reports", "use", "INV1"}, {"where"},
-        {"check"}, {"doctor"}}) {
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>{"list"},
+                                                    {"get", "Tax", "Rate1"},
+                                                    {"set", "Tax", "Rate1", "5"},
+                                                    {"exists", "Tax", "Rate1"},
+                                                    {"delete", "Tax", "Rate1"},
+                                                    {"disable", "Tax", "Rate1"},
+                                                    {"comment"},
+                                                    {"uncomment", "--all"},
+                                                    {"reports"},
+                                                    {"reports", "use", "INV1"},
+                                                    {"where"},
+                                                    {"check"},
+                                                    {"doctor"}}) {
     CAPTURE(arguments.back());
     CHECK_FALSE(ParseArguments(arguments).request.json);
     std::vector<std::string> asking = arguments;

@@ -61,7 +61,7 @@ struct Shop {
     ExamineTables(examination, located);
     ExamineTableAccess(examination);
     ExamineWriteAccess(examination, located);
-    return examination.diagnoses();
+    return Ordered(examination.diagnoses());
   }
 };
 

@@ -35,11 +35,11 @@ TEST_CASE("a shop in good health is told as such, and nothing of it is touched")
         "ok           Data folder: C:\\Shop, key DataPath of section [Defaults] in "
         "C:\\Desk\\TOVO.INI\n"
         "ok           Global INI file: C:\\Shop\\TOVOGBL.INI, in the data folder\n"
+        "ok           Write access: the INI files, their folders and the tables can be written\n"
         "ok           Leftovers: no temporary copies of an interrupted save\n"
         "ok           Tables: 2 tables looked at: defaults, need\n"
         "ok           Table access: embedded engine; VFPOLEDB.1 is not registered for programs of "
         "this bitness\n"
-        "ok           Write access: the INI files, their folders and the tables can be written\n"
         "\n7 ok. Nothing was changed.\n");
   CHECK(shop.machine.AllFiles() == files);
   CHECK(shop.machine.Contents(kLocal) == kLocalText);
@@ -53,9 +53,11 @@ TEST_CASE("a file found by the search is named with its folder and the copies it
   shop.machine.PutFile(L"C:\\Work\\TOVO.INI", kLocalText);
   shop.machine.PutFile(L"C:\\Windows\\TOVO.INI", kLocalText);
   const auto found = WithTables(shop).Examine();
-  CHECK(Find(found, Health::kOk, "C:\\Work\\TOVO.INI, found by the system's search (current folder)"));
-  CHECK(Find(found, Health::kWarning, "another TOVO.INI is C:\\Windows\\TOVO.INI (Windows folder); "
-                                      "C:\\Work\\TOVO.INI is used instead of it"));
+  CHECK(Find(found, Health::kOk,
+             "C:\\Work\\TOVO.INI, found by the system's search (current folder)"));
+  CHECK(Find(found, Health::kWarning,
+             "another TOVO.INI is C:\\Windows\\TOVO.INI (Windows folder); "
+             "C:\\Work\\TOVO.INI is used instead of it"));
   CHECK(ExitCodeOf(found) == 0);
 }
 
@@ -78,7 +80,8 @@ TEST_CASE("without a local file the folders of the search are told, and what can
   shop.ini_file.clear();
   shop.machine.PutFile(L"C:\\Tools\\TOVO.old", kLocalText);
   const auto found = shop.Examine();
-  const Diagnosis* missing = Find(found, Health::kProblem, "there is no TOVO.INI on the search path");
+  const Diagnosis* missing =
+      Find(found, Health::kProblem, "there is no TOVO.INI on the search path");
   REQUIRE(missing != nullptr);
   CHECK(missing->advice.find("\n  C:\\Work (current folder)") != std::string::npos);
   CHECK(missing->advice.find("\n  C:\\Tools (PATH)") != std::string::npos);
@@ -91,7 +94,8 @@ TEST_CASE("without a local file the folders of the search are told, and what can
 TEST_CASE("a data folder that is missing, a file or not named is a problem") {
   Shop shop;
   shop.data_folder = L"C:\\Elsewhere";
-  CHECK(Find(shop.Examine(), Health::kProblem, "there is no folder C:\\Elsewhere (named by --data)"));
+  CHECK(
+      Find(shop.Examine(), Health::kProblem, "there is no folder C:\\Elsewhere (named by --data)"));
   shop.data_folder.clear();
   shop.machine.PutFile(kLocal, "[Defaults]\r\nDataPath=C:\\Desk\\TOVO.INI\r\n");
   CHECK(Find(shop.Examine(), Health::kProblem, "C:\\Desk\\TOVO.INI is a file, not a folder"));
@@ -108,7 +112,8 @@ TEST_CASE("a missing INI file is restored from its previous version") {
   shop.machine.PutFile(L"C:\\Shop\\TOVOGBL.old", kGlobalText);
   shop.machine.RemoveFile(kGlobal);
   const auto found = shop.Examine();
-  const Diagnosis* missing = Find(found, Health::kProblem, "there is no file C:\\Shop\\TOVOGBL.INI");
+  const Diagnosis* missing =
+      Find(found, Health::kProblem, "there is no file C:\\Shop\\TOVOGBL.INI");
   CHECK(HasStep(missing, "copy /y \"C:\\Shop\\TOVOGBL.old\" \"C:\\Shop\\TOVOGBL.INI\""));
   shop.machine.RemoveFile(L"C:\\Shop\\TOVOGBL.old");
   const auto later = shop.Examine();
@@ -192,7 +197,8 @@ TEST_CASE("a file that nobody else may read is not checked, and its danger is to
   Shop shop;
   const auto held = WithTables(shop).machine.HoldOpen(kGlobal, FileShare::kNone);
   const auto found = shop.Examine();
-  CHECK(Find(found, Health::kNotChecked, "C:\\Shop\\TOVOGBL.INI cannot be read: in use by another"));
+  CHECK(
+      Find(found, Health::kNotChecked, "C:\\Shop\\TOVOGBL.INI cannot be read: in use by another"));
 }
 
 TEST_CASE("the bitness of a program file stands behind its header") {

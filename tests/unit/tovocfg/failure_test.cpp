@@ -42,7 +42,8 @@ TEST_CASE("an error in JSON has number, source, description, hint and the exit c
 }
 
 TEST_CASE("what the program refuses itself has no number") {
-  const auto json = nlohmann::json::parse(StopToJson({ExitCode::kValueRefused, "no\nNot saved."}, {}));
+  const auto json =
+      nlohmann::json::parse(StopToJson({ExitCode::kValueRefused, "no\nNot saved."}, {}));
   CHECK(json["command"].is_null());
   CHECK(json["exitCode"] == 3);
   CHECK(json["number"].is_null());

@@ -40,6 +40,8 @@ TEST_CASE("encodings that hide values are told") {
   CHECK(Find(IniFindings(shop), Health::kProblem, "section on its first line is not found"));
   shop.machine.PutFile(kGlobal, "\xEF\xBB\xBF; x\r\n[Tax]\r\nRate1=5\r\n");
   CHECK(Find(IniFindings(shop), Health::kWarning, "begins with the mark of UTF-8"));
+  shop.machine.PutFile(kGlobal, "[Tax]\r\nName1=\xC3\xA9\r\n");
+  CHECK(Find(IniFindings(shop), Health::kWarning, "seems to be UTF-8"));
   shop.machine.PutFile(kGlobal, "\xFF\xFE[\0T\0]\0\n\0a\0=\0b\0\n\0"sv);
   CHECK(Find(IniFindings(shop), Health::kWarning, "is UTF-16"));
   shop.machine.PutFile(kGlobal, "\xFE\xFF\0[\0T\0]\0\n"sv);

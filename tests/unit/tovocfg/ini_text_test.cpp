@@ -58,6 +58,9 @@ TEST_CASE("what the profile calls pass over is hidden, and why") {
 
 TEST_CASE("encodings are told by their marks") {
   using namespace std::string_view_literals;
+  CHECK_FALSE(Taken("[S]\na=b\n").looks_like_utf8);
+  CHECK_FALSE(Taken("[S]\na=\xE9t\xE9\n").looks_like_utf8);
+  CHECK(Taken("[S]\na=\xC3\xA9t\xC3\xA9\n").looks_like_utf8);
   CHECK(Taken("[S]\n").encoding == IniEncoding::kSystemCodePage);
   const IniText marked = Taken("\xEF\xBB\xBF[S]\na=1\n");
   CHECK(marked.encoding == IniEncoding::kUtf8Mark);

@@ -66,6 +66,23 @@ class ConsoleBuffer final : public std::streambuf {
   std::string pending_;
 };
 
+// Whether a console that accepts the mode also does what it says: Wine's shows the sequences.
+bool TakesSequences(HANDLE console) {
+  CONSOLE_SCREEN_BUFFER_INFO before{};
+  CONSOLE_SCREEN_BUFFER_INFO after{};
+  DWORD count = 0;
+  constexpr std::wstring_view kPlain = L"\x1b[0m";
+  if (!GetConsoleScreenBufferInfo(console, &before) ||
+      !WriteConsoleW(console, kPlain.data(), static_cast<DWORD>(kPlain.size()), &count, nullptr) ||
+      !GetConsoleScreenBufferInfo(console, &after))
+    return false;
+  const COORD place = before.dwCursorPosition;
+  if (after.dwCursorPosition.X == place.X && after.dwCursorPosition.Y == place.Y) return true;
+  SetConsoleCursorPosition(console, place);
+  FillConsoleOutputCharacterW(console, L' ', static_cast<DWORD>(kPlain.size()), place, &count);
+  return false;
+}
+
 }  // namespace
 
 // One stream; does nothing where that is no console.
@@ -73,7 +90,8 @@ class Console::Channel {
  public:
   Channel(std::ostream& stream, DWORD which) : stream_(stream), handle_(GetStdHandle(which)) {
     if (!GetConsoleMode(handle_, &mode_)) return;
-    takes_colours_ = SetConsoleMode(handle_, mode_ | kVirtualTerminal) != FALSE;
+    takes_colours_ =
+        SetConsoleMode(handle_, mode_ | kVirtualTerminal) != FALSE && TakesSequences(handle_);
     buffer_ = std::make_unique<ConsoleBuffer>(handle_);
     before_ = stream_.rdbuf(buffer_.get());
   }

@@ -178,6 +178,8 @@ bool ExamineLibrary(Examination& examination, const Request& request) {
   if (!request.library_file.empty())
     return ExamineLibraryFile(examination, ToWide(FullPath(request.library_file)),
                               "named by --library");
+  const std::wstring beside =
+      FolderOf(tdefault::platform::win32::HostExecutablePath()) + L"\\tdefault.dll";
   const Registration registration = RegistrationOfLibrary();
   if (!registration.file.empty()) {
     if (FactsOf(registration.file))
@@ -195,8 +197,6 @@ bool ExamineLibrary(Examination& examination, const Request& request) {
                         " programs, but for others",
                     "Register the " + BitsText(kBitsOfProgram) + " tdefault.dll as well.");
   }
-  const std::wstring beside =
-      FolderOf(tdefault::platform::win32::HostExecutablePath()) + L"\\tdefault.dll";
   return ExamineLibraryFile(
       examination, beside,
       "beside the program" + std::string(registration.has_class ? "" : ", not registered"));

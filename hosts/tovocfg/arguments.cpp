@@ -117,8 +117,7 @@ void AddGet(CLI::App& app, Request& request) {
   CLI::App* get = app.add_subcommand("get", "Shows one option with all that is known about it");
   get->add_option("option", request.words, "SECTION KEY, or the option's ID")
       ->required()
-      ->type_name("WORDS")
-      ->expected(1, 2);
+      ->type_name("WORDS");
   AddJson(*get, request);
   AddScope(*get, request);
   get->group("Commands");
@@ -150,8 +149,7 @@ void AddSet(CLI::App& app, Request& request) {
 void AddOptionName(CLI::App& command, Request& request) {
   command.add_option("option", request.words, "SECTION KEY, or the option's ID")
       ->required()
-      ->type_name("WORDS")
-      ->expected(1, 2);
+      ->type_name("WORDS");
   AddJson(command, request);
   AddScope(command, request);
 }
@@ -160,8 +158,7 @@ void AddDefinitions(CLI::App& app, Request& request) {
   CLI::App* exists = app.add_subcommand("exists", "Tells whether there is a definition");
   exists->add_option("key", request.words, "SECTION KEY, as the table DEFAULTS has them")
       ->required()
-      ->type_name("WORDS")
-      ->expected(1, 2);
+      ->type_name("WORDS");
   AddJson(*exists, request);
   AddScope(*exists, request);
   exists->group("Commands");
@@ -275,6 +272,14 @@ void AddDoctor(CLI::App& app, Request& request) {
       "1 problems found, 2 not (all) checked.");
 }
 
+// What the parser's help of a command leaves out: the options of the program.
+void AddGeneralFooter(CLI::App& command) {
+  command.footer(command.get_footer() +
+                 "\n\n--ini FILE, --data FOLDER, --library FILE and --colour WHEN go with every "
+                 "command:\nsee 'tovocfg --help'.");
+  for (CLI::App* inner : command.get_subcommands({})) AddGeneralFooter(*inner);
+}
+
 // Absent for a word that is none of the wishes.
 std::optional<ColourWish> ColourWishOf(const std::string& word) {
   if (word == "auto") return ColourWish::kAuto;
@@ -296,6 +301,11 @@ Command CommandOf(const CLI::App& app) {
   return Command::kNone;
 }
 
+std::string TooManyWords(const std::string& command, std::size_t words) {
+  return command + ": name one option by SECTION KEY or by its ID; found " + std::to_string(words) +
+         " words.\nPut a name with blanks in quotation marks.";
+}
+
 // What the words of a command lack; empty when nothing does.
 std::string WhatIsMissing(const Request& request) {
   const std::size_t words = request.words.size();
@@ -303,6 +313,7 @@ std::string WhatIsMissing(const Request& request) {
     case Command::kGet:
       if (words == 0)
         return "get: name the option by SECTION KEY or by its ID, for example: get Tax Rate1";
+      if (words > 2) return TooManyWords("get", words);
       break;
     case Command::kSet:
       if (words == 0 || words % 3 != 0)
@@ -311,12 +322,14 @@ std::string WhatIsMissing(const Request& request) {
                ".\nPut a value with blanks in quotation marks.";
       break;
     case Command::kExists:
+      if (words > 2) return TooManyWords("exists", words);
       if (words != 2)
         return "exists: name the definition by SECTION KEY, for example: exists Tax Rate1";
       break;
     case Command::kDelete:
     case Command::kDisable:
       if (words == 0) return "name the option by SECTION KEY or by its ID";
+      if (words > 2) return TooManyWords(NameOf(request.command), words);
       break;
     case Command::kUncomment:
       if (request.all_comments == request.comment.has_value())
@@ -405,6 +418,7 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   AddWhere(app, request);
   AddCheck(app, request);
   AddDoctor(app, request);
+  for (CLI::App* command : app.get_subcommands({})) AddGeneralFooter(*command);
   const bool wants_json = AsksForJson(arguments);
   SpellHelp(arguments);
   GuardWords(arguments);

@@ -79,17 +79,17 @@ int ExitCodeOf(const std::vector<Diagnosis>& diagnoses) {
 }
 
 std::string FormatDiagnoses(const std::vector<Diagnosis>& diagnoses, const Palette& palette) {
-  const std::string margin(kHealthWidth, ' ');
+  const std::string margin = std::string(kHealthWidth, ' ') + "  ";
   std::string out;
   for (const Diagnosis& each : diagnoses) {
     const HealthWords& words = WordsOf(each.health);
     const std::string padding(kHealthWidth - CountCharacters(words.shown), ' ');
-    out += palette.Paint(words.colour, words.shown) + padding + WordsOf(each.topic).shown + ": " +
-           each.text + "\n";
-    for (const std::string& line : Lines(each.advice)) out += margin + "  " + line + "\n";
+    out.append(palette.Paint(words.colour, words.shown)).append(padding);
+    out.append(WordsOf(each.topic).shown).append(": ").append(each.text).append("\n");
+    for (const std::string& line : Lines(each.advice)) out.append(margin).append(line).append("\n");
     for (const Step& step : each.steps) {
-      out += margin + "  " + step.purpose + ":\n";
-      out += margin + "    " + step.command + "\n";
+      out.append(margin).append(step.purpose).append(":\n");
+      out.append(margin).append("  ").append(step.command).append("\n");
     }
   }
   return out + "\n" + Summary(diagnoses);

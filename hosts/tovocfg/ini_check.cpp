@@ -237,9 +237,9 @@ void ExamineHidden(Examination& examination, const IniFile& file, const IniText&
     }
     if (lines.empty()) continue;
     if (lines.size() > 3) names += ", ...";
-    examination.Add(Health::kWarning, file.topic,
-                    names + " " + kind.text + " (" + path + ", " + LineNumbers(lines) + ")",
-                    kind.advice);
+    names.append(" ").append(kind.text).append(" (").append(path);
+    names.append(", ").append(LineNumbers(lines)).append(")");
+    examination.Add(Health::kWarning, file.topic, names, kind.advice);
   }
   if (!text.open_headers.empty())
     examination.Add(Health::kWarning, file.topic,
@@ -326,8 +326,9 @@ std::vector<Leftover> FindLeftovers(const Examination& examination,
   for (const IniFile& file : files) {
     const std::wstring folder = FolderOf(file.path);
     if (folder.empty() || !folders.insert(folder).second) continue;
+    const std::wstring beginning = folder + L"\\";
     for (const std::wstring& name : examination.NamesIn(folder, kCopies))
-      leftovers.push_back(Classified(examination, folder + L"\\" + name, files));
+      leftovers.push_back(Classified(examination, beginning + name, files));
   }
   return leftovers;
 }

@@ -20,7 +20,8 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     fixture FILE TARGET   copies a file of tests/fixtures to the copy
     write FILE TEXT       makes a file of the copy; \\r, \\xE9 and the like stand for their bytes
     read_only FILE        marks a file of the copy as read-only, writable FILE takes the mark off
-    register FILE         registers a library for all programs, until the transcript ends
+    unregister            no library is registered for any program, until the transcript ends
+    register FILE         this one is
     same                  whether every file is as it was when this was asked last
     delete FILE           deletes a file of the copy
     copy NAME TARGET      copies a file or folder within the copy
@@ -97,7 +98,7 @@ class Machine:
         self.here = "C:\\host-tests\\" + name
         self.holders = []
         self.kit_registered = False
-        self.class_registered = False
+        self.class_saved = None
         self.bits = bits_of(os.path.join(build, "tovocfg.exe"))
         self.remembered = None
         shutil.rmtree(self.folder, ignore_errors=True)
@@ -225,8 +226,17 @@ class Machine:
     def writable(self, name):
         os.chmod(self.path(name), 0o644)
 
+    def unregister(self):
+        """Keeps what is registered in files, where that was not done before, and takes it out."""
+        if self.class_saved is None:
+            self.class_saved = [f"{self.here}\\class{number}.reg" for number in range(len(CLASS_KEYS))]
+            for key, file in zip(CLASS_KEYS, self.class_saved):
+                self.run_program(["reg", "export", key, file, "/y"])
+        for key in CLASS_KEYS:
+            self.run_program(["reg", "delete", key, "/f"])
+
     def register(self, file):
-        self.class_registered = True
+        self.unregister()
         for key, (name, value) in CLASS_KEYS.items():
             self.run_program(["reg", "add", key + "\\" + name, "/ve", "/d", value or file, "/f"])
 
@@ -271,9 +281,11 @@ class Machine:
     def end(self):
         if self.kit_registered:
             self.run_program(["reg", "delete", KIT_KEY, "/f"])
-        if self.class_registered:
-            for key in CLASS_KEYS:
-                self.run_program(["reg", "delete", key, "/f"])
+        if self.class_saved is not None:
+            self.unregister()
+            for number, file in enumerate(self.class_saved):
+                if os.path.exists(self.path(f"class{number}.reg")):
+                    self.run_program(["reg", "import", file])
         self.release()
         shutil.rmtree(self.folder, ignore_errors=True)
 

@@ -101,7 +101,8 @@ ExitCode Exists(const Request& request) {
     if (!id) continue;
     const std::string file = local ? "local" : "global";
     document["definitions"].push_back({{"file", file}, {"id", *id}});
-    lines += section + " / " + key + ": " + file + ", " + *id + "\n";
+    lines.append(section).append(" / ").append(key);
+    lines.append(": ").append(file).append(", ").append(*id).append("\n");
   }
   if (lines.empty())
     throw Stop{ExitCode::kOptionNotFound, "there is no definition " + section + " / " + key};

@@ -1,10 +1,10 @@
 #include "tovocfg/checks.h"
 
-#include <array>
 #include <cstddef>
 #include <string_view>
 
 #include "tovocfg/text.h"
+#include "tovocfg/value_meaning.h"
 
 namespace tovocfg {
 
@@ -15,48 +15,10 @@ constexpr std::size_t kValueCharacters = 80;
 
 constexpr std::size_t kFontParts = 7;
 
-CheckedValue Accept(std::string value) { return {std::move(value), {}}; }
+CheckedValue Accept(std::string value) { return {std::move(value), {}, false}; }
 
-CheckedValue Refuse(std::string why) { return {{}, std::move(why)}; }
-
-std::string Quoted(std::string_view text) { return std::string("\"").append(text).append("\""); }
-
-// A plain decimal number, taken apart; the automation run-time's other spellings are not for files.
-struct Decimal {
-  bool valid = false;
-  bool negative = false;
-  std::string whole;     // digits without leading zeros
-  std::string fraction;  // digits without trailing zeros
-  std::size_t decimals = 0;
-};
-
-bool AllDigits(std::string_view text) {
-  for (const char character : text)
-    if (character < '0' || character > '9') return false;
-  return true;
-}
-
-Decimal ReadDecimal(std::string_view text) {
-  Decimal number;
-  if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
-    number.negative = text.front() == '-';
-    text.remove_prefix(1);
-  }
-  const std::size_t point = text.find('.');
-  std::string_view whole = text.substr(0, point);
-  std::string_view fraction;
-  if (point != std::string_view::npos) fraction = text.substr(point + 1);
-  if ((whole.empty() && fraction.empty()) || !AllDigits(whole) || !AllDigits(fraction))
-    return number;
-  number.valid = true;
-  number.decimals = fraction.size();
-  while (!whole.empty() && whole.front() == '0') whole.remove_prefix(1);
-  while (!fraction.empty() && fraction.back() == '0') fraction.remove_suffix(1);
-  number.whole = whole;
-  number.fraction = fraction;
-  if (number.whole.empty() && number.fraction.empty()) number.negative = false;
-  return number;
-}
+// Because of what the option's definition says.
+CheckedValue Refuse(std::string why) { return {{}, std::move(why), true}; }
 
 // -1, 0 or 1 as the number is below, at or above the bound.
 int Compare(const Decimal& number, int bound) {
@@ -75,37 +37,17 @@ int Compare(const Decimal& number, int bound) {
 CheckedValue CheckNumber(const Option& option, const std::string& given) {
   const Decimal number = ReadDecimal(given);
   if (!number.valid)
-    return Refuse(Quoted(given) + " is not a number; write it with digits and a decimal point");
+    return Refuse(Quoted(given) + " is not a number; write it with digits and a decimal point; " +
+                  "allowed is " + AllowedValues(option));
   if (number.decimals > static_cast<std::size_t>(option.decimals < 0 ? 0 : option.decimals)) {
     return Refuse(given + " has " + std::to_string(number.decimals) +
-                  (number.decimals == 1 ? " decimal; " : " decimals; ") +
-                  (option.decimals <= 0 ? "whole numbers only"
-                                        : "at most " + std::to_string(option.decimals)));
+                  (number.decimals == 1 ? " decimal" : " decimals") + "; allowed is " +
+                  AllowedValues(option));
   }
   const bool bounded = option.minimum != 0 || option.maximum != 0;
   if (bounded && (Compare(number, option.minimum) < 0 || Compare(number, option.maximum) > 0))
     return Refuse(given + " is out of range; allowed is " + AllowedValues(option));
   return Accept(given);
-}
-
-struct TruthPair {
-  const char* yes;
-  const char* no;
-};
-
-// The first pair is what new values are written as.
-constexpr std::array<TruthPair, 7> kTruthPairs = {{{"True", "False"},
-                                                   {"1", "0"},
-                                                   {"-1", "0"},
-                                                   {"Yes", "No"},
-                                                   {"On", "Off"},
-                                                   {"Y", "N"},
-                                                   {"T", "F"}}};
-
-const TruthPair* PairOf(std::string_view spelling) {
-  for (const TruthPair& pair : kTruthPairs)
-    if (SameText(spelling, pair.yes) || SameText(spelling, pair.no)) return &pair;
-  return nullptr;
 }
 
 CheckedValue CheckBoolean(const Option& option, const std::string& given) {
@@ -114,7 +56,7 @@ CheckedValue CheckBoolean(const Option& option, const std::string& given) {
     return Refuse(Quoted(given) + " is neither yes nor no; write True or False");
   const TruthPair* pair = PairOf(option.current_value);
   if (pair == nullptr) pair = PairOf(option.default_value);
-  if (pair == nullptr) pair = &kTruthPairs.front();
+  if (pair == nullptr) pair = &kUsualTruth;
   return Accept(SameText(given, given_pair->yes) ? pair->yes : pair->no);
 }
 
@@ -197,9 +139,14 @@ std::string RefusalOfText(const std::string& value, const Surroundings& surround
   const bool quoted = value.size() >= 2 && value.front() == value.back() &&
                       (value.front() == '"' || value.front() == '\'');
   if (quoted) return "the quotation marks around the value would be lost; leave them out";
-  if (surroundings.can_be_stored && !surroundings.can_be_stored(value))
-    return "the value contains a character that the INI file's code page does not have";
-  return {};
+  if (!surroundings.can_be_stored || surroundings.can_be_stored(value)) return {};
+  for (const char32_t character : Characters(value)) {
+    const std::string one = FromCharacters({&character, 1});
+    if (!surroundings.can_be_stored(one))
+      return "the value contains the character " + one +
+             ", which the code page of the INI file does not have";
+  }
+  return "the value contains characters that the code page of the INI file does not have";
 }
 
 }  // namespace
@@ -208,7 +155,7 @@ CheckedValue CheckValue(const Option& option, const std::string& given,
                         const Surroundings& surroundings) {
   const std::string value = Trimmed(given);
   const std::string refusal = RefusalOfText(value, surroundings);
-  if (!refusal.empty()) return Refuse(refusal);
+  if (!refusal.empty()) return {{}, refusal, false};
   switch (option.type) {
     case KeyType::kNumeric:
       return CheckNumber(option, value);
@@ -235,13 +182,23 @@ std::string AllowedValues(const Option& option) {
   if (option.type == KeyType::kNumeric) {
     if (option.minimum != 0 || option.maximum != 0)
       allowed = std::to_string(option.minimum) + " to " + std::to_string(option.maximum) + ", ";
-    return allowed + (option.decimals <= 0
-                          ? "whole numbers"
-                          : "at most " + std::to_string(option.decimals) + " decimals");
+    return allowed + (option.decimals <= 0 ? "whole numbers"
+                                           : "at most " + std::to_string(option.decimals) +
+                                                 (option.decimals == 1 ? " decimal" : " decimals"));
   }
-  for (const Choice& choice : option.choices)
-    allowed += (allowed.empty() ? "one of: " : ", ") + Trimmed(choice.item);
+  for (const Choice& choice : option.choices) {
+    const std::string description = Trimmed(choice.description);
+    allowed.append(allowed.empty() ? "one of: " : ", ").append(Trimmed(choice.item));
+    if (!description.empty()) allowed.append(" (").append(description).append(")");
+  }
   return allowed;
+}
+
+std::string RefusalLines(const Option& option, const CheckedValue& checked) {
+  std::string lines = Title(option) + ": " + checked.refusal + "\n";
+  if (checked.comment_helps)
+    for (const std::string& line : Lines(option.comment)) lines += "  " + Trimmed(line) + "\n";
+  return lines;
 }
 
 }  // namespace tovocfg

@@ -20,8 +20,9 @@ struct Surroundings {
 };
 
 struct CheckedValue {
-  std::string value;    // as it is to be stored
-  std::string refusal;  // why it is not; empty when it is
+  std::string value;           // as it is to be stored
+  std::string refusal;         // why it is not; empty when it is
+  bool comment_helps = false;  // refused because of the option's definition, not of its file
   [[nodiscard]] bool accepted() const { return refusal.empty(); }
 };
 
@@ -30,7 +31,11 @@ struct CheckedValue {
 [[nodiscard]] CheckedValue CheckValue(const Option& option, const std::string& given,
                                       const Surroundings& surroundings);
 
-// "0 to 30, at most 3 decimals", "one of: 0, 1, 2"; empty when nothing limits the value.
+// "0 to 30, at most 3 decimals", "one of: 0 (Never), 1 (Always)"; empty when nothing limits the
+// value.
 [[nodiscard]] std::string AllowedValues(const Option& option);
+
+// "Tax / Rate1: " and the refusal; below it the definition's comment, where that helps.
+[[nodiscard]] std::string RefusalLines(const Option& option, const CheckedValue& checked);
 
 }  // namespace tovocfg

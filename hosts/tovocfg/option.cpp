@@ -35,6 +35,10 @@ const TypeNames& NamesOf(KeyType type) {
 
 bool IsSet(const Option& option) { return !SameText(option.current_value, kNotFound); }
 
+const std::string& WholeValue(const Option& option) {
+  return option.font.empty() ? option.current_value : option.font;
+}
+
 std::string Title(const Option& option) { return option.section + " / " + option.key; }
 
 std::string TypeName(KeyType type) { return NamesOf(type).name; }

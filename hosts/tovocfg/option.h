@@ -40,12 +40,20 @@ struct Option {
   std::string current_value;
   std::string additional_proc;
   bool commented = false;
+
+  // What the program reads from the INI files itself.
+  std::string font;              // all seven parts of a font, as they are set; else empty
+  std::string key_without_site;  // of a key that ends in the site's number; else empty
 };
 
 // The library reads this text for a key that its INI file does not hold.
 inline constexpr const char* kNotFound = "Not found";
 
 [[nodiscard]] bool IsSet(const Option& option);
+
+// The value as it is set: of a font all its parts where they are known, of others the value that
+// the library gives.
+[[nodiscard]] const std::string& WholeValue(const Option& option);
 
 // "Tax / Rate1".
 [[nodiscard]] std::string Title(const Option& option);

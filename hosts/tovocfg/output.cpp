@@ -158,9 +158,9 @@ std::string FormatDetails(const Option& option, const Whereabouts& where) {
 std::string FormatChange(const Change& change, const Palette& palette) {
   if (!change.IsChange()) return Title(*change.option) + ": " + change.new_value + " (unchanged)\n";
   const std::string old_value =
-      IsSet(*change.option) ? "\"" + change.option->current_value + "\"" : "(not set)";
+      IsSet(*change.option) ? Quoted(WholeValue(*change.option)) : "(not set)";
   return Title(*change.option) + ": " + old_value + " -> " +
-         palette.Paint(Colour::kChanged, "\"" + change.new_value + "\"") + "\n";
+         palette.Paint(Colour::kChanged, Quoted(change.new_value)) + "\n";
 }
 
 std::string FormatWhereabouts(const Whereabouts& where) {

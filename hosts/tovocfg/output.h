@@ -29,7 +29,7 @@ struct Whereabouts {
 struct Change {
   const Option* option = nullptr;
   std::string new_value;
-  [[nodiscard]] bool IsChange() const { return option->current_value != new_value; }
+  [[nodiscard]] bool IsChange() const { return WholeValue(*option) != new_value; }
 };
 
 // What the library raised, as automation reports it.

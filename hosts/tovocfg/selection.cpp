@@ -8,10 +8,6 @@ namespace tovocfg {
 
 namespace {
 
-bool InScope(const Option& option, Scope scope) {
-  return scope == Scope::kBoth || option.local_ini == (scope == Scope::kLocal);
-}
-
 std::vector<std::string> Sections(const std::vector<Option>& options) {
   std::vector<std::string> sections;
   for (const Option& option : options) {
@@ -43,7 +39,8 @@ Selection FindOnly(const std::vector<Option>& options, const std::string& sectio
                    const std::function<bool(const Option&)>& matches) {
   Selection selection;
   for (const Option& option : options) {
-    if (!SameText(option.section, section) || !InScope(option, scope) || !matches(option)) continue;
+    if (!SameText(option.section, section) || !InScope(option.local_ini, scope) || !matches(option))
+      continue;
     if (selection.option != nullptr) {
       selection.problem = "several options are called " + Title(option) +
                           "; choose with --local or --global, or get one by its ID";
@@ -57,6 +54,10 @@ Selection FindOnly(const std::vector<Option>& options, const std::string& sectio
 }
 
 }  // namespace
+
+bool InScope(bool local_ini, Scope scope) {
+  return scope == Scope::kBoth || local_ini == (scope == Scope::kLocal);
+}
 
 Selection FindByKey(const std::vector<Option>& options, const std::string& section,
                     const std::string& key, long location, Scope scope) {
@@ -94,7 +95,8 @@ std::vector<const Option*> OptionsOf(const std::vector<Option>& options, const s
   for (const std::string& each : Sections(options)) {
     if (!section.empty() && !SameText(each, Trimmed(section))) continue;
     for (const Option& option : options)
-      if (SameText(option.section, each) && InScope(option, scope)) chosen.push_back(&option);
+      if (SameText(option.section, each) && InScope(option.local_ini, scope))
+        chosen.push_back(&option);
   }
   return chosen;
 }

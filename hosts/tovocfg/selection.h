@@ -10,6 +10,8 @@ namespace tovocfg {
 
 enum class Scope { kBoth, kLocal, kGlobal };
 
+[[nodiscard]] bool InScope(bool local_ini, Scope scope);
+
 struct Selection {
   const Option* option = nullptr;
   std::string problem;     // why there is none

@@ -113,6 +113,8 @@ std::string Padded(std::string_view text, std::size_t width) {
   return padded;
 }
 
+std::string Quoted(std::string_view text) { return std::string("\"").append(text).append("\""); }
+
 std::vector<std::string> Split(std::string_view text, char separator) {
   std::vector<std::string> parts;
   std::size_t start = 0;

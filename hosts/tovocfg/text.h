@@ -29,6 +29,8 @@ namespace tovocfg {
 // Padded with blanks on the right to `width` characters.
 [[nodiscard]] std::string Padded(std::string_view text, std::size_t width);
 
+[[nodiscard]] std::string Quoted(std::string_view text);
+
 [[nodiscard]] std::vector<std::string> Split(std::string_view text, char separator);
 
 // The lines of a text, whether they end in CR LF, LF or CR; blank lines at the end are dropped.

@@ -68,8 +68,9 @@ TEST_CASE("bounds of zero and zero do not limit a number") {
 }
 
 TEST_CASE("a number with more decimals than allowed is refused") {
-  CHECK(Refusal(Number(0, 30, 2), "1.125") == "1.125 has 3 decimals; at most 2");
-  CHECK(Refusal(Number(0, 30, 0), "1.0") == "1.0 has 1 decimal; whole numbers only");
+  CHECK(Refusal(Number(0, 30, 2), "1.125") ==
+        "1.125 has 3 decimals; allowed is 0 to 30, at most 2 decimals");
+  CHECK(Refusal(Number(0, 30, 0), "1.0") == "1.0 has 1 decimal; allowed is 0 to 30, whole numbers");
 }
 
 TEST_CASE("text that is no plain decimal number is refused") {
@@ -112,8 +113,34 @@ TEST_CASE("a choice may be given by its value or by its description") {
 
 TEST_CASE("a value that is not among the choices is refused, naming them") {
   CHECK(Refusal(Colours(), "7") ==
-        "\"7\" is not one of the choices; allowed is one of: 0, 2, AUTO");
+        "\"7\" is not one of the choices; allowed is one of: 0 (Standard), 2 (Night), AUTO");
   CHECK_FALSE(Accepts(Colours(), ""));
+}
+
+TEST_CASE("a refusal because of the definition carries the definition's comment below it") {
+  Option option = Number(0, 30, 3);
+  option.comment = "First tax rate.\r\nIn percent.";
+  CHECK(RefusalLines(option, Checked(option, "31")) ==
+        "Tax / Rate1: 31 is out of range; allowed is 0 to 30, at most 3 decimals\n"
+        "  First tax rate.\n"
+        "  In percent.\n");
+  CHECK(RefusalLines(option, Checked(option, "\"5\"")) ==
+        "Tax / Rate1: the quotation marks around the value would be lost; leave them out\n");
+}
+
+TEST_CASE("a character that the INI file cannot hold is named") {
+  const auto is_ascii = [](const std::string& text) {
+    return text.find_first_of("\xD0\xC3") == std::string::npos;
+  };
+  const Option option = OfType(KeyType::kString);
+  CHECK(CheckValue(option,
+                   "ab\xD0\x9F"
+                   "c",
+                   {{}, is_ascii})
+            .refusal ==
+        "the value contains the character \xD0\x9F, which the code page of the INI file does not "
+        "have");
+  CHECK(CheckValue(option, "abc", {{}, is_ascii}).accepted());
 }
 
 TEST_CASE("a choice option without a list takes any value") {
@@ -210,7 +237,7 @@ TEST_CASE("blanks around a value are not kept") {
 TEST_CASE("what is allowed is told in one line") {
   CHECK(AllowedValues(Number(0, 30, 3)) == "0 to 30, at most 3 decimals");
   CHECK(AllowedValues(Number(0, 0, 0)) == "whole numbers");
-  CHECK(AllowedValues(Colours()) == "one of: 0, 2, AUTO");
+  CHECK(AllowedValues(Colours()) == "one of: 0 (Standard), 2 (Night), AUTO");
   CHECK(AllowedValues(OfType(KeyType::kString)).empty());
 }
 

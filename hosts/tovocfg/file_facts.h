@@ -1,0 +1,23 @@
+// What INI files tell about options beside what the library gives.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/profile_files.h"
+#include "tovocfg/option.h"
+
+namespace tovocfg {
+
+struct IniFiles {
+  std::wstring local_name;  // as the library names it to the system: a bare name or a full path
+  std::wstring local_file;  // full paths; empty when there is none
+  std::wstring global_file;
+};
+
+// Fills in all parts of a font that has a value, and the part of a printer's key that all sites
+// share. A font of which the file holds nothing but the name is left as it is.
+void AddFileFacts(tdefault::platform::ProfileFiles& profile_files, const IniFiles& files,
+                  std::vector<Option>& options);
+
+}  // namespace tovocfg

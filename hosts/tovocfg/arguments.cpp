@@ -21,12 +21,16 @@ constexpr const char* kFooter =
     "'tovocfg COMMAND --help' explains a command and gives an example.\n"
     "Exit codes: 0 done, 1 error reported by the library, 2 wrong arguments, 3 value refused,\n"
     "4 no such option, 5 data folder or INI file not found, 6 library not found; of check and\n"
-    "doctor: 0 all well, 1 problems found, 2 not (all) checked.";
+    "doctor: 0 all well, 1 problems found, 2 not (all) checked; of diff: 0 the same,\n"
+    "1 differences, 2 not compared.";
 
-constexpr std::array<std::pair<const char*, Command>, 12> kCommands = {
+constexpr std::array<std::pair<const char*, Command>, 15> kCommands = {
     {{"list", Command::kList},
      {"get", Command::kGet},
      {"set", Command::kSet},
+     {"export", Command::kExport},
+     {"import", Command::kImport},
+     {"diff", Command::kDiff},
      {"exists", Command::kExists},
      {"delete", Command::kDelete},
      {"comment", Command::kComment},
@@ -73,6 +77,8 @@ void RemoveGuards(Request& request) {
   RemoveGuards(request.table);
   RemoveGuards(request.layout);
   RemoveGuards(request.file);
+  RemoveGuards(request.with_data);
+  RemoveGuards(request.with_ini);
   if (request.comment) RemoveGuards(*request.comment);
   for (std::string& word : request.words) RemoveGuards(word);
 }
@@ -144,6 +150,60 @@ void AddSet(CLI::App& app, Request& request) {
       "A choice may be given by its value or by its description. Nothing is saved when any\n"
       "value is refused. Write -- before words that begin with a hyphen; numbers need none.\n"
       "The previous files are kept beside the new ones with the ending .old.");
+}
+
+void AddSection(CLI::App& command, Request& request) {
+  command.add_option("--section", request.section, "Only the options of one section")
+      ->type_name("NAME");
+  AddScope(command, request);
+}
+
+void AddExchange(CLI::App& app, Request& request) {
+  CLI::App* write = app.add_subcommand("export", "Writes the values of options as JSON");
+  write->add_option("file", request.file, "File to write; standard output without it, or with -")
+      ->type_name("FILE");
+  AddJson(*write, request);
+  write->add_flag("--force", request.force, "Replaces the file if it exists");
+  AddSection(*write, request);
+  write->group("Commands");
+  write->footer(
+      "Examples:\n"
+      "  tovocfg export C:\\SAVED\\shop.json\n"
+      "  tovocfg export --section Tax\n\n"
+      "The file is for 'import' and 'diff', and stays the same but for its time while the options\n"
+      "do. A key that its INI file does not hold is null.");
+  CLI::App* read = app.add_subcommand("import", "Checks and saves the values of an export");
+  read->add_option("file", request.file, "The export")->required()->type_name("FILE");
+  AddJson(*read, request);
+  read->add_flag("--dry-run", request.dry_run, "Checks and shows the changes, saves nothing");
+  read->add_flag("--skip-unknown", request.skip_unknown, "Leaves out options unknown here");
+  AddSection(*read, request);
+  read->group("Commands");
+  read->footer(
+      "Examples:\n"
+      "  tovocfg import C:\\SAVED\\shop.json --dry-run\n"
+      "  tovocfg import C:\\SAVED\\shop.json --global\n\n"
+      "Everything is checked first, and nothing is saved when any value is refused. Options that\n"
+      "the file does not name, or names with null, stay as they are. Options are found by file,\n"
+      "section and key; those of each site by the key of the site here.");
+  CLI::App* diff = app.add_subcommand("diff", "Compares values with defaults or those elsewhere");
+  diff->add_option("file", request.file, "An export to compare with")->type_name("FILE");
+  diff->add_flag("--defaults", request.defaults,
+                 "Compares with the defaults, as without any of these");
+  diff->add_option("--with-data", request.with_data, "Compares with another data folder")
+      ->type_name("FOLDER");
+  diff->add_option("--with-ini", request.with_ini, "Compares with another local INI file")
+      ->type_name("FILE");
+  AddJson(*diff, request);
+  AddSection(*diff, request);
+  diff->group("Commands");
+  diff->footer(
+      "Examples:\n"
+      "  tovocfg diff --section Tax\n"
+      "  tovocfg diff C:\\SAVED\\shop.json\n"
+      "  tovocfg diff --with-data D:\\OTHER\\DATA --with-ini D:\\OTHER\\TOVO.INI\n\n"
+      "Numbers are compared by their value, yes/no values by their truth. Exit codes: 0 the same,\n"
+      "1 differences, 2 not compared (wrong arguments, no such file or folder, any error).");
 }
 
 void AddOptionName(CLI::App& command, Request& request) {
@@ -306,6 +366,12 @@ std::string TooManyWords(const std::string& command, std::size_t words) {
          " words.\nPut a name with blanks in quotation marks.";
 }
 
+// How many of the things that can be compared with are named.
+int KindsOfComparison(const Request& request) {
+  const bool elsewhere = !request.with_data.empty() || !request.with_ini.empty();
+  return (request.file.empty() ? 0 : 1) + (request.defaults ? 1 : 0) + (elsewhere ? 1 : 0);
+}
+
 // What the words of a command lack; empty when nothing does.
 std::string WhatIsMissing(const Request& request) {
   const std::size_t words = request.words.size();
@@ -337,6 +403,14 @@ std::string WhatIsMissing(const Request& request) {
       break;
     case Command::kUseReport:
       if (request.layout.empty()) return "reports use: name the layout by its code or its name";
+      break;
+    case Command::kImport:
+      if (request.file.empty())
+        return "import: name the file that 'tovocfg export' wrote, for example: import shop.json";
+      break;
+    case Command::kDiff:
+      if (KindsOfComparison(request) > 1)
+        return "diff: compare with one thing: a file, --defaults, or --with-data and --with-ini";
       break;
     default:
       break;
@@ -412,6 +486,7 @@ ParsedArguments ParseArguments(std::vector<std::string> arguments) {
   AddList(app, request);
   AddGet(app, request);
   AddSet(app, request);
+  AddExchange(app, request);
   AddDefinitions(app, request);
   AddComments(app, request);
   AddReports(app, request);

@@ -19,6 +19,9 @@ enum class ExitCode {
   kOptionNotFound = 4,
   kFolderNotFound = 5,
   kNoLibrary = 6,
+  // Of diff, as programs that compare files have them.
+  kDifferent = 1,
+  kNotCompared = 2,
 };
 
 enum class Command {
@@ -36,6 +39,9 @@ enum class Command {
   kWhere,
   kCheck,
   kDoctor,
+  kExport,
+  kImport,
+  kDiff,
 };
 
 struct Request {
@@ -53,10 +59,17 @@ struct Request {
   std::optional<std::string> comment;  // of uncomment: the text of the comments to remove
   bool local_only = false;
   bool global_only = false;
-  std::string section;             // of list; empty for all
-  std::string table;               // of check; empty for all
-  std::string layout;              // of reports use
-  std::string file;                // of comment and uncomment; empty for the INI files in use
+  bool force = false;         // of export: an existing file is replaced
+  bool skip_unknown = false;  // of import
+  bool defaults = false;      // of diff: said so, though it is what diff does by itself
+  std::string with_data;      // of diff: the other data folder
+  std::string with_ini;       // of diff: the other local INI file
+  std::string section;        // of list, export, import and diff; empty for all
+  std::string table;          // of check; empty for all
+  std::string layout;         // of reports use
+  // Of comment and uncomment, empty for the INI files in use; of export, empty for standard output;
+  // of import and diff the export to read.
+  std::string file;
   std::vector<std::string> words;  // of get, set, exists, delete and disable
 };
 

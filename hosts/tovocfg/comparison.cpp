@@ -1,16 +1,14 @@
 #include "tovocfg/comparison.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
+#include "tovocfg/json_text.h"
 #include "tovocfg/text.h"
 #include "tovocfg/value_meaning.h"
 
 namespace tovocfg {
 
 namespace {
-
-using ComparisonJson = nlohmann::ordered_json;
 
 // A wider value pushes its line's other columns to the right, so that none is cut.
 constexpr std::size_t kWidestShown = 50;
@@ -48,8 +46,8 @@ std::string ComparedLine(const std::string& key, const std::string& here, const 
          Padded(there, widths[2]) + "  " + file + "\n";
 }
 
-ComparisonJson JsonOfFacts(const SideFacts& facts) {
-  ComparisonJson json = {{"kind", facts.kind}};
+Json JsonOfFacts(const SideFacts& facts) {
+  Json json = {{"kind", facts.kind}};
   if (facts.kind == "defaults") return json;
   if (!facts.file.empty()) json["file"] = facts.file;
   if (!facts.exported.empty()) json["exported"] = facts.exported;
@@ -158,9 +156,9 @@ std::string FormatComparison(const Comparison& comparison, const SideFacts& here
 
 std::string ComparisonToJson(const Comparison& comparison, const SideFacts& here,
                              const SideFacts& there) {
-  ComparisonJson list = ComparisonJson::array();
+  Json list = Json::array();
   for (const Difference& difference : comparison.differences) {
-    ComparisonJson json = {{"section", difference.section}, {"key", difference.key}};
+    Json json = {{"section", difference.section}, {"key", difference.key}};
     if (!difference.key_there.empty()) json["keyThere"] = difference.key_there;
     json["file"] = difference.local_ini ? "local" : "global";
     json["type"] = difference.type;
@@ -170,16 +168,16 @@ std::string ComparisonToJson(const Comparison& comparison, const SideFacts& here
     for (const bool is_here : {true, false}) {
       const Side& side = is_here ? difference.here : difference.there;
       if (!side.has_option) continue;
-      json[is_here ? "here" : "there"] =
-          side.value ? ComparisonJson(*side.value) : ComparisonJson(nullptr);
+      json[is_here ? "here" : "there"] = side.value ? Json(*side.value) : Json(nullptr);
     }
     list.push_back(std::move(json));
   }
-  const ComparisonJson all = {{"here", JsonOfFacts(here)},
-                              {"there", JsonOfFacts(there)},
-                              {"compared", comparison.compared},
-                              {"differences", list}};
-  return all.dump(2, ' ', false, ComparisonJson::error_handler_t::replace) + "\n";
+  Json document = JsonDocument("diff");
+  document["here"] = JsonOfFacts(here);
+  document["there"] = JsonOfFacts(there);
+  document["compared"] = comparison.compared;
+  document["differences"] = std::move(list);
+  return Written(document);
 }
 
 }  // namespace tovocfg

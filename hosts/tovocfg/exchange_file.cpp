@@ -1,28 +1,26 @@
 #include "tovocfg/exchange_file.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 #include <set>
 #include <tuple>
 #include <utility>
 
+#include "tovocfg/json_text.h"
 #include "tovocfg/text.h"
 
 namespace tovocfg {
 
 namespace {
 
-using ExchangeJson = nlohmann::ordered_json;
-
 constexpr const char* kFormat = "tovocfg export";
 constexpr int kFormatVersion = 1;
 
-ExchangeJson JsonOfSetting(const Setting& setting) {
-  ExchangeJson json = {{"section", setting.section}, {"key", setting.key}};
+Json JsonOfSetting(const Setting& setting) {
+  Json json = {{"section", setting.section}, {"key", setting.key}};
   if (!setting.key_without_site.empty()) json["keyWithoutSite"] = setting.key_without_site;
   json["file"] = setting.local_ini ? "local" : "global";
   json["type"] = setting.type;
-  json["value"] = setting.value ? ExchangeJson(*setting.value) : ExchangeJson(nullptr);
+  json["value"] = setting.value ? Json(*setting.value) : Json(nullptr);
   if (!setting.font.empty()) json["font"] = setting.font;
   if (!setting.description.empty()) json["description"] = setting.description;
   json["id"] = setting.id;
@@ -46,7 +44,7 @@ std::string PlaceOf(std::string_view bytes, std::size_t read) {
 }
 
 // What the parser complains about, without its own numbers and place.
-std::string ReasonOf(const ExchangeJson::parse_error& error) {
+std::string ReasonOf(const Json::parse_error& error) {
   const std::string text = error.what();
   const std::size_t column = text.find(", column ");
   const std::size_t start = text.find(": ", column == std::string::npos ? 0 : column);
@@ -58,10 +56,10 @@ std::string ReasonOf(const ExchangeJson::parse_error& error) {
 class MemberNames {
  public:
   // Called for every step of the parser.
-  bool Step(ExchangeJson::parse_event_t event, const ExchangeJson& parsed) {
-    if (event == ExchangeJson::parse_event_t::object_start) open_.emplace_back();
-    if (event == ExchangeJson::parse_event_t::object_end) open_.pop_back();
-    if (event == ExchangeJson::parse_event_t::key) {
+  bool Step(Json::parse_event_t event, const Json& parsed) {
+    if (event == Json::parse_event_t::object_start) open_.emplace_back();
+    if (event == Json::parse_event_t::object_end) open_.pop_back();
+    if (event == Json::parse_event_t::key) {
       const auto name = parsed.get<std::string>();
       if (!open_.back().insert(name).second && twice_.empty()) twice_ = name;
     }
@@ -81,7 +79,7 @@ class ExchangeReader {
  public:
   explicit ExchangeReader(ReadExchange& read) : read_(read) {}
 
-  void Read(const ExchangeJson& json) {
+  void Read(const Json& json) {
     if (!json.is_object() || !json.contains("format") || json["format"] != kFormat) {
       Problem("this is no file of 'tovocfg export': its member \"format\" is not \"" +
               std::string(kFormat) + "\"");
@@ -101,13 +99,13 @@ class ExchangeReader {
       return;
     }
     std::size_t position = 0;
-    for (const ExchangeJson& option : *options) ReadOption(option, ++position);
+    for (const Json& option : *options) ReadOption(option, ++position);
   }
 
  private:
   void Problem(std::string text) { read_.problems.push_back(std::move(text)); }
 
-  bool IsKnownVersion(const ExchangeJson& json) {
+  bool IsKnownVersion(const Json& json) {
     const auto version = json.find("formatVersion");
     if (version == json.end() || !version->is_number_integer() || *version < 1) {
       Problem("the member \"formatVersion\" with the number of the format is missing");
@@ -122,7 +120,7 @@ class ExchangeReader {
     return true;
   }
 
-  void ReadSite(const ExchangeJson& json) {
+  void ReadSite(const Json& json) {
     const auto site = json.find("site");
     if (site == json.end()) return;
     if (site->is_number_integer())
@@ -131,7 +129,7 @@ class ExchangeReader {
       Problem("\"site\" must be the site's number");
   }
 
-  void ReadOnlyFile(const ExchangeJson& json) {
+  void ReadOnlyFile(const Json& json) {
     const std::string only = OptionalText(json, "onlyFile", "");
     if (only.empty()) return;
     if (only != "local" && only != "global")
@@ -140,7 +138,7 @@ class ExchangeReader {
   }
 
   // Empty when there is none.
-  std::string OptionalText(const ExchangeJson& json, const char* name, const std::string& where) {
+  std::string OptionalText(const Json& json, const char* name, const std::string& where) {
     const auto member = json.find(name);
     if (member == json.end() || member->is_null()) return {};
     if (member->is_string()) return member->get<std::string>();
@@ -148,7 +146,7 @@ class ExchangeReader {
     return {};
   }
 
-  std::string RequiredText(const ExchangeJson& json, const char* name, const std::string& where) {
+  std::string RequiredText(const Json& json, const char* name, const std::string& where) {
     const std::size_t before = read_.problems.size();
     std::string text = Trimmed(OptionalText(json, name, where));
     if (text.empty() && read_.problems.size() == before)
@@ -156,7 +154,7 @@ class ExchangeReader {
     return text;
   }
 
-  void ReadOption(const ExchangeJson& json, std::size_t position) {
+  void ReadOption(const Json& json, std::size_t position) {
     std::string where = "option " + std::to_string(position) + " of the file: ";
     if (!json.is_object()) {
       Problem(where + "it is no object in braces");
@@ -181,7 +179,7 @@ class ExchangeReader {
     read_.file.options.push_back(std::move(setting));
   }
 
-  void ReadValue(const ExchangeJson& json, const std::string& where, Setting& setting) {
+  void ReadValue(const Json& json, const std::string& where, Setting& setting) {
     const auto value = json.find("value");
     if (value == json.end())
       Problem(where + "\"value\" is missing; write null where there is none");
@@ -189,7 +187,7 @@ class ExchangeReader {
       setting.value = Trimmed(value->get<std::string>());
     else if (!value->is_null())
       Problem(where + "\"value\" is " +
-              value->dump(-1, ' ', false, ExchangeJson::error_handler_t::replace) +
+              value->dump(-1, ' ', false, Json::error_handler_t::replace) +
               "; it must be a text in quotation marks, or null");
     if (setting.font.empty()) return;
     const std::string name = Trimmed(setting.font.substr(0, setting.font.find('|')));
@@ -245,18 +243,18 @@ std::vector<Setting> SortedSettings(const std::vector<const Option*>& options) {
 }
 
 std::string ExchangeToJson(const ExchangeFile& file) {
-  ExchangeJson json = {{"format", kFormat},
-                       {"formatVersion", kFormatVersion},
-                       {"productVersion", file.product_version},
-                       {"exported", file.exported},
-                       {"dataFolder", file.data_folder},
-                       {"site", file.site}};
+  Json json = {{"format", kFormat},
+               {"formatVersion", kFormatVersion},
+               {"productVersion", file.product_version},
+               {"exported", file.exported},
+               {"dataFolder", file.data_folder},
+               {"site", file.site}};
   if (!file.only_section.empty()) json["onlySection"] = file.only_section;
   if (file.only_file != Scope::kBoth)
     json["onlyFile"] = file.only_file == Scope::kLocal ? "local" : "global";
-  json["options"] = ExchangeJson::array();
+  json["options"] = Json::array();
   for (const Setting& setting : file.options) json["options"].push_back(JsonOfSetting(setting));
-  return json.dump(2, ' ', false, ExchangeJson::error_handler_t::replace) + "\n";
+  return Written(json);
 }
 
 ReadExchange ReadExchangeFile(std::string_view bytes) {
@@ -268,17 +266,16 @@ ReadExchange ReadExchangeFile(std::string_view bytes) {
     return read;
   }
   MemberNames names;
-  ExchangeJson json;
+  Json json;
   try {
-    json = ExchangeJson::parse(
-        bytes, [&names](int /*depth*/, ExchangeJson::parse_event_t event, ExchangeJson& parsed) {
-          return names.Step(event, parsed);
-        });
-  } catch (const ExchangeJson::parse_error& error) {
+    json = Json::parse(bytes, [&names](int /*depth*/, Json::parse_event_t event, Json& parsed) {
+      return names.Step(event, parsed);
+    });
+  } catch (const Json::parse_error& error) {
     read.problems.push_back(PlaceOf(bytes, error.byte) +
                             ": this is not well-formed JSON: " + ReasonOf(error));
     return read;
-  } catch (const ExchangeJson::exception& error) {
+  } catch (const Json::exception& error) {
     read.problems.push_back(std::string("this JSON cannot be read: ") + error.what());
     return read;
   }

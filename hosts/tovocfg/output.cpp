@@ -224,9 +224,20 @@ std::string WhereaboutsToJson(const Whereabouts& where) {
   return Written(document);
 }
 
+namespace {
+
+Json JsonOf(const std::vector<NamedOption>& options) {
+  Json list = Json::array();
+  for (const NamedOption& option : options)
+    list.push_back({{"section", option.section}, {"key", option.key}, {"file", option.file}});
+  return list;
+}
+
+}  // namespace
+
 std::string SavingToJson(const std::vector<Change>& changes, const Whereabouts& where,
                          const Saving& saving) {
-  Json document = JsonDocument("set");
+  Json document = JsonDocument(saving.is_import ? "import" : "set");
   document["dryRun"] = saving.dry_run;
   document["changes"] = Json::array();
   for (const Change& change : changes) {
@@ -236,13 +247,17 @@ std::string SavingToJson(const std::vector<Change>& changes, const Whereabouts& 
                                    {"key", option.key},
                                    {"file", FileWord(option)},
                                    {"path", PathOf(option, where)},
-                                   {"from", option.current_value},
+                                   {"from", WholeValue(option)},
                                    {"to", change.new_value},
                                    {"changed", change.IsChange()}});
   }
   document["saved"] = saving.saved;
   document["previousFiles"] = saving.previous_files;
   document["status"] = saving.status;
+  if (saving.is_import) {
+    document["skipped"] = JsonOf(saving.skipped);
+    document["kept"] = JsonOf(saving.kept);
+  }
   return Written(document);
 }
 

@@ -59,12 +59,23 @@ struct ErrorReport {
 [[nodiscard]] std::string OptionToJson(const Option& option, const Whereabouts& where);
 [[nodiscard]] std::string WhereaboutsToJson(const Whereabouts& where);
 
+// An option as an export names it.
+struct NamedOption {
+  std::string section;
+  std::string key;
+  std::string file;  // "local" or "global"
+};
+
 // What became of a change of values, or (as a dry run) would.
 struct Saving {
   bool dry_run = false;
   std::size_t saved = 0;  // options
   std::vector<std::string> previous_files;
   std::vector<std::string> status;  // what the library told meanwhile
+  bool is_import = false;
+  // Of an import: what is unknown here and was left out, and what has no value in the file.
+  std::vector<NamedOption> skipped = {};
+  std::vector<NamedOption> kept = {};
 };
 [[nodiscard]] std::string SavingToJson(const std::vector<Change>& changes, const Whereabouts& where,
                                        const Saving& saving);

@@ -2,7 +2,12 @@
 
 #include <windows.h>
 
+#include <algorithm>
+
+#include "platform/win32/win32_platform.h"
 #include "tables/ado/ado_table_access.h"
+#include "tovocfg/disk_file.h"
+#include "tovocfg/file_facts.h"
 #include "tovocfg/paths.h"
 #include "tovocfg/text.h"
 #include "tovocfg/wide_text.h"
@@ -10,6 +15,16 @@
 namespace tovocfg {
 
 namespace {
+
+// The library takes a file that it cannot read for one without keys.
+void RequireReadable(const std::string& ini_file) {
+  const std::string problem = ReadDiskFile(ini_file).problem;
+  if (problem.empty()) return;
+  throw Stop{ExitCode::kLibraryError,
+             ini_file + " cannot be read: " + problem +
+                 " Its options would look as if they were not set. Close the program that has the "
+                 "file open and try again."};
+}
 
 const Option& Found(const Selection& selection) {
   if (selection.option != nullptr) return *selection.option;
@@ -77,14 +92,42 @@ Whereabouts WhereaboutsOf(const Library& library) {
   return where;
 }
 
+void RequireIniFiles(const Whereabouts& where, const std::vector<const Option*>& options) {
+  for (const bool local : {true, false}) {
+    const auto is_meant = [local](const Option* option) { return option->local_ini == local; };
+    if (std::none_of(options.begin(), options.end(), is_meant)) continue;
+    const std::string& path = local ? where.local_ini : where.global_ini;
+    if (!IsFile(path)) {
+      throw Stop{ExitCode::kFolderNotFound,
+                 local ? "there is no TOVO.INI on the search path, so local options have no "
+                         "values; name one with --ini, or use --global"
+                       : "there is no global INI file " + path +
+                             ", so global options have no values; check the data folder, or use "
+                             "--local"};
+    }
+    RequireReadable(path);
+  }
+}
+
 Session::Session(const Request& request) : library_(OpenLibrary(request)) {
   Locate(*library_, request);
   where_ = WhereaboutsOf(*library_);
+  if (where_.data_folder.empty() && !where_.local_ini.empty()) RequireReadable(where_.local_ini);
   if (!where_.data_folder_exists)
     throw Stop{ExitCode::kFolderNotFound, MissingFolder(where_, !request.data_folder.empty())};
   if (!library_->Initialize())
     throw Stop{ExitCode::kFolderNotFound, "the library found no data folder"};
-  options_ = library_->Options();
+  local_ini_name_ = request.ini_file.empty() ? "TOVO.INI" : where_.local_ini;
+  options_ = ReadAgain();
+}
+
+std::vector<Option> Session::ReadAgain() const {
+  std::vector<Option> options = library_->Options();
+  tdefault::platform::win32::Win32Platform system;
+  AddFileFacts(system.platform().profile_files,
+               {ToWide(local_ini_name_), ToWide(where_.local_ini), ToWide(where_.global_ini)},
+               options);
+  return options;
 }
 
 const Option& Session::Find(const std::string& section, const std::string& key,

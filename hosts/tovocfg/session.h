@@ -28,6 +28,10 @@ void Locate(Library& library, const Request& request);
 // Empty when there is no such environment variable.
 [[nodiscard]] std::string EnvironmentValue(const wchar_t* name);
 
+// Throws Stop when the INI file of any of the options is missing or cannot be read: all its options
+// would look as if they were not set.
+void RequireIniFiles(const Whereabouts& where, const std::vector<const Option*>& options);
+
 // A library with its options loaded.
 class Session {
  public:
@@ -37,6 +41,9 @@ class Session {
   [[nodiscard]] Library& library() const { return *library_; }
   [[nodiscard]] const Whereabouts& where() const { return where_; }
   [[nodiscard]] const std::vector<Option>& options() const { return options_; }
+
+  // The options as the library has them after a save.
+  [[nodiscard]] std::vector<Option> ReadAgain() const;
 
   // Throws Stop when there is no such option or there are several.
   [[nodiscard]] const Option& Find(const std::string& section, const std::string& key,
@@ -48,6 +55,7 @@ class Session {
  private:
   std::unique_ptr<Library> library_;
   Whereabouts where_;
+  std::string local_ini_name_;  // as the library names it to the system
   std::vector<Option> options_;
 };
 

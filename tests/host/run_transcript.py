@@ -29,6 +29,10 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     NAME=VALUE COMMAND    any of these with an environment variable set
     kit NAME VALUE        a value of the kit program's registration, until the transcript ends
     show FILE             the lines of a file of the copy
+    write FILE LINE...    makes a file of the copy, with these lines in UTF-8
+    readonly FILE         marks a file of the copy as read-only
+    identical FILE OTHER  whether two files of the copy hold the same bytes, times in them aside
+    files FOLDER          the names of a folder of the copy
     hold FILE [read]      opens a file so that nobody else may, or only for reading, until released
     release               closes the files that are held; the transcript's end does so too
 
@@ -61,6 +65,9 @@ CLASS_KEYS = {"HKLM\\Software\\Classes\\TovoDefaults.Options": ("CLSID", CLASS_I
               "HKLM\\Software\\Classes\\CLSID\\" + CLASS_ID: ("InprocServer32", None)}
 
 KIT_KEY = "HKCU\\Software\\VB and VBA Program Settings\\Tovo\\Modules\\KitProgram"
+
+# When something was exported.
+TIME = re.compile(rb"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ")
 
 # Who disabled a key, and when.
 MARKER = re.compile(r"(was commented by ).*( on )\d\d-\d\d-\d{4}( at )\d\d:\d\d:\d\d$")
@@ -278,6 +285,20 @@ class Machine:
     def show(self, name):
         return text_lines(self.read(name), "utf-8")
 
+    def write(self, name, *lines):
+        with open(self.path(name), "w", encoding="utf-8", newline="\n") as file:
+            file.write("".join(line + "\n" for line in lines))
+
+    def readonly(self, name):
+        os.chmod(self.path(name), 0o444)
+
+    def identical(self, name, other):
+        first, second = (TIME.sub(rb"", self.read(each)) for each in (name, other))
+        return ["identical" if first == second else "different"]
+
+    def files(self, folder):
+        return sorted(os.listdir(self.path(folder)))
+
     def end(self):
         if self.kit_registered:
             self.run_program(["reg", "delete", KIT_KEY, "/f"])
@@ -314,6 +335,7 @@ class Machine:
         for here in (self.here.replace("\\", "\\\\"), self.here):
             line = re.sub(re.escape(here), "{here}", line, flags=re.IGNORECASE)
         line = re.sub(r"tov[0-9a-f]+\.tmp", "tov*.tmp", line)
+        line = TIME.sub(b"{when}", line.encode()).decode()
         line = re.sub(r"\b\d{4}-\d\d-\d\d \d\d:\d\d\b", "{day} {time}", line)
         line = re.sub(r"[A-Za-z]:[^()]* \(current folder\)", "{current} (current folder)", line)
         return line.replace(f"{self.bits}-bit", "{bits}-bit").rstrip()

@@ -57,8 +57,8 @@ TEST_CASE("get and set without words say what belongs there") {
 
 TEST_CASE("an unknown command is named and answered with the commands there are") {
   CHECK(ParseArguments({"frobnicate", "x"}).text ==
-        "there is no command frobnicate; use list, get, set, exists, delete, comment, uncomment, "
-        "disable, reports, where, check or doctor; --help explains them");
+        "there is no command frobnicate; use list, get, set, export, import, diff, exists, delete, "
+        "comment, uncomment, disable, reports, where, check or doctor; --help explains them");
   CHECK(ParseArguments({"--frobnicate"}).text.find("not expected: --frobnicate") !=
         std::string::npos);
 }
@@ -104,6 +104,46 @@ TEST_CASE("reports shows the layouts, reports use takes one") {
         "reports use: name the layout by its code or its name");
 }
 
+TEST_CASE("export writes to a file or to standard output, and is told to replace") {
+  CHECK(ParseArguments({"export"}).request.command == Command::kExport);
+  CHECK(ParseArguments({"export"}).request.file.empty());
+  CHECK(ParseArguments({"export", "-"}).request.file == "-");
+  const ParsedArguments parsed =
+      ParseArguments({"export", "[a,b].json", "--force", "--section", "Tax", "--global"});
+  CHECK(parsed.request.file == "[a,b].json");
+  CHECK(parsed.request.force);
+  CHECK(parsed.request.section == "Tax");
+  CHECK(parsed.request.global_only);
+}
+
+TEST_CASE("import needs a file") {
+  const ParsedArguments parsed =
+      ParseArguments({"import", "a.json", "--skip-unknown", "--dry-run"});
+  CHECK(parsed.request.command == Command::kImport);
+  CHECK(parsed.request.file == "a.json");
+  CHECK(parsed.request.skip_unknown);
+  CHECK(parsed.request.dry_run);
+  CHECK(ParseArguments({"import"}).exit_code == ExitCode::kUsage);
+  CHECK(ParseArguments({"import"}).text.find("name the file") != std::string::npos);
+}
+
+TEST_CASE("diff compares with one thing, by itself with the defaults") {
+  CHECK(ParseArguments({"diff"}).request.command == Command::kDiff);
+  CHECK(ParseArguments({"diff", "a.json"}).request.file == "a.json");
+  const ParsedArguments other =
+      ParseArguments({"diff", "--with-data", "C:\\D", "--with-ini", "[x].INI", "--json"});
+  CHECK(other.request.with_data == "C:\\D");
+  CHECK(other.request.with_ini == "[x].INI");
+  CHECK(other.request.json);
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"diff", "a.json", "--defaults"},
+        std::vector<std::string>{"diff", "a.json", "--with-data", "C:\\D"},
+        std::vector<std::string>{"diff", "--defaults", "--with-ini", "a.INI"}}) {
+    CHECK(ParseArguments(arguments).exit_code == ExitCode::kUsage);
+    CHECK(ParseArguments(arguments).text.find("one thing") != std::string::npos);
+  }
+}
+
 TEST_CASE("set with an incomplete change is a wrong use that says what is missing") {
   const ParsedArguments parsed = ParseArguments({"set", "Tax", "Rate1"});
   CHECK(parsed.request.command == Command::kNone);
@@ -145,7 +185,7 @@ TEST_CASE("help is found in the usual spellings") {
 }
 
 TEST_CASE("the help of each command has an example") {
-  for (const char* command : {"list", "get", "set", "where"}) {
+  for (const char* command : {"list", "get", "set", "export", "import", "diff", "where"}) {
     const ParsedArguments parsed = ParseArguments({command, "--help"});
     CHECK(parsed.exit_code == ExitCode::kOk);
     CHECK(parsed.text.find(std::string("  tovocfg ") + command) != std::string::npos);

@@ -10,17 +10,17 @@ using tdefault::platform::simulation::Simulation;
 
 namespace {
 
-constexpr wchar_t kLocal[] = L"C:\\Shop\\TOVO.INI";
-constexpr wchar_t kGlobal[] = L"C:\\Shop\\DATA\\TOVOGBL.INI";
+constexpr wchar_t kLocalFile[] = L"C:\\Shop\\TOVO.INI";
+constexpr wchar_t kGlobalFile[] = L"C:\\Shop\\DATA\\TOVOGBL.INI";
 
 // The option as the files tell of it.
 Option WithFacts(const std::string& local_ini, Option option) {
   Simulation machine;
-  machine.PutFile(kLocal, local_ini);
+  machine.PutFile(kLocalFile, local_ini);
   option.font.clear();
   option.key_without_site.clear();
   std::vector<Option> options = {option};
-  AddFileFacts(machine.platform().profile_files, {kLocal, kLocal, kGlobal}, options);
+  AddFileFacts(machine.platform().profile_files, {kLocalFile, kLocalFile, kGlobalFile}, options);
   return options.front();
 }
 

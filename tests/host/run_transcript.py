@@ -29,8 +29,7 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     NAME=VALUE COMMAND    any of these with an environment variable set
     kit NAME VALUE        a value of the kit program's registration, until the transcript ends
     show FILE             the lines of a file of the copy
-    write FILE LINE...    makes a file of the copy, with these lines in UTF-8
-    readonly FILE         marks a file of the copy as read-only
+    write_lines FILE LINE...    makes a file of the copy, with these lines in UTF-8
     identical FILE OTHER  whether two files of the copy hold the same bytes, times in them aside
     files FOLDER          the names of a folder of the copy
     hold FILE [read]      opens a file so that nobody else may, or only for reading, until released
@@ -285,12 +284,9 @@ class Machine:
     def show(self, name):
         return text_lines(self.read(name), "utf-8")
 
-    def write(self, name, *lines):
+    def write_lines(self, name, *lines):
         with open(self.path(name), "w", encoding="utf-8", newline="\n") as file:
             file.write("".join(line + "\n" for line in lines))
-
-    def readonly(self, name):
-        os.chmod(self.path(name), 0o444)
 
     def identical(self, name, other):
         first, second = (TIME.sub(rb"", self.read(each)) for each in (name, other))

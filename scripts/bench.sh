@@ -4,6 +4,10 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
+if [ "${1:-}" = --help ]; then
+  echo "usage: scripts/bench.sh"
+  exit 0
+fi
 mkdir -p build/bench
 trap scripts/stop-wine.sh EXIT
 

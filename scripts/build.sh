@@ -1,10 +1,14 @@
 #!/usr/bin/env bash
 # Sets up and builds one preset or all of them:
-#   scripts/build.sh [native|native-release|quick|win64|win32|all] [TARGET...]
+#   scripts/build.sh [native|native-release|quick|fuzz|win64|win32|all] [TARGET...]
 # Without an argument: win64, the product for 64-bit hosts (build/win64/tdefault.dll).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
+if [ "${1:-}" = --help ]; then
+  echo "usage: scripts/build.sh [native|native-release|quick|fuzz|win64|win32|all] [TARGET...]"
+  exit 0
+fi
 case ${1:-win64} in
   native | native-release | quick) scripts/setup.sh native ;;
   *) scripts/setup.sh ;;

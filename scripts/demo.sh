@@ -1,10 +1,18 @@
 #!/usr/bin/env bash
 # Shows the main job end to end under Wine, on a throw-away copy of the sample shop: a host lists
-# options, changes some, saves, and the files show what changed. Takes no arguments.
+# options, changes some, saves, and the files show what changed: scripts/demo.sh [--built]
+#   --built  with the library that is built already, in a Wine session that is left running
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 export LC_ALL=C.UTF-8
+case ${1:-} in
+  '' | --built) built=${1:-} ;;
+  *)
+    echo "usage: scripts/demo.sh [--built]"
+    [ "$1" = --help ] && exit 0 || exit 2
+    ;;
+esac
 
 shop=$root/build/demo
 library="Z:${root//\//\\}\\build\\win64\\tdefault.dll"
@@ -41,12 +49,12 @@ fail() {
 
 leave() {
   scripts/wine.sh regsvr32 /u /s "$library" >/dev/null 2>&1 || true
-  scripts/stop-wine.sh
+  [ -n "$built" ] || scripts/stop-wine.sh
 }
 
 heading "Build the library and its host (64-bit)"
 mkdir -p build
-if ! scripts/build.sh win64 product >build/demo.log 2>&1; then
+if [ -z "$built" ] && ! scripts/build.sh win64 product >build/demo.log 2>&1; then
   tail -n 40 build/demo.log >&2
   fail "the build failed; its whole output is in build/demo.log"
 fi

@@ -1,10 +1,14 @@
 #!/usr/bin/env bash
 # Runs every fuzz target for a while, under AddressSanitizer and UndefinedBehaviorSanitizer:
-#   scripts/fuzz.sh [SECONDS-PER-TARGET]      default 300
+#   scripts/fuzz.sh [SECONDS]      for each target, default 300
 # A finding leaves its input in build/fuzz/findings and fails the script.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
+if [ "${1:-}" = --help ]; then
+  echo "usage: scripts/fuzz.sh [SECONDS]"
+  exit 0
+fi
 seconds=${1:-300}
 scripts/build.sh fuzz fuzz_targets
 

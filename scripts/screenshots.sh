@@ -4,6 +4,10 @@
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
+if [ "${1:-}" = --help ]; then
+  echo "usage: scripts/screenshots.sh [FOLDER]"
+  exit 0
+fi
 folder=${1:-docs/images}
 scripts/setup.sh
 for tool in import convert; do

@@ -5,6 +5,10 @@
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
+if [ "${1:-}" = --help ]; then
+  echo "usage: scripts/stress.sh [SECONDS [SEED]]"
+  exit 0
+fi
 seconds=${1:-120}
 seed=${2:-1}
 scripts/build.sh win64 table_stress || exit 1

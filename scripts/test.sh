@@ -8,6 +8,10 @@ cd "$root"
 tier=${1:-full}
 case $tier in
   quick | full) ;;
+  --help)
+    echo "usage: scripts/test.sh [quick]"
+    exit 0
+    ;;
   *)
     echo "usage: scripts/test.sh [quick]" >&2
     exit 2

@@ -1,0 +1,153 @@
+"""The machine that the examples run on: a Wine prefix of its own with the products installed, the
+library registered, and the sample shop where the texts have it, C:\\SHOP\\DATA and
+C:\\SHOP\\WORKSTATION. It shares nothing with the tests that run beside it but the display.
+"""
+
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+PROGRAMS = "C:\\Program Files\\Tovo\\tdefault"
+TIMEOUT_SECONDS = 120
+END = "[[end of command"
+
+# With its own standard error, unlike scripts/wine.sh.
+WINE = ["bash", "-c", 'root=$1; shift; . "$root/scripts/wine-environment.sh"; exec "$@"', "wine", ROOT]
+# What a machine without 32-bit Wine says at every start.
+NOISE = re.compile(r"wine32 is missing|multiarch needs|apt-get install wine32|dpkg --add-architecture")
+LARGE_BYTES = 16384
+
+
+def copy_or_link(source, target):
+    """Large files of a prefix are programs that nobody writes; the registry's are among the others."""
+    if os.path.getsize(source) >= LARGE_BYTES and not source.endswith((".reg", ".ini")):
+        os.link(source, target)
+    else:
+        shutil.copy2(source, target)
+
+
+class Shop:
+    def __init__(self, build, name):
+        self.build = os.path.abspath(build)
+        self.work = os.path.join(self.build, "docs", name)
+        self.prefix = os.path.join(self.work, "prefix")
+        self.drive = os.path.join(self.prefix, "drive_c")
+        shutil.rmtree(self.work, ignore_errors=True)
+        os.makedirs(self.work)
+        # Makes the prefix of the project when there is none yet.
+        subprocess.run([os.path.join(ROOT, "scripts", "wine.sh"), "cmd", "/c", "exit"], check=True,
+                       stdin=subprocess.DEVNULL, timeout=600, stdout=subprocess.DEVNULL)
+        shutil.copytree(os.environ.get("TDEFAULT_WINEPREFIX") or
+                        os.path.join(ROOT, "build", "wineprefix"), self.prefix, symlinks=True,
+                        copy_function=copy_or_link)
+        self.environment = dict(os.environ, TDEFAULT_WINEPREFIX=self.prefix, WINEPREFIX=self.prefix,
+                                WINEPATH=PROGRAMS, LC_ALL="C.UTF-8", WINEDEBUG="-all")
+        self.environment.pop("TDEFAULT_TABLES", None)
+        self.begin_session()
+        self.install()
+
+    def begin_session(self):
+        """A server that stays until it is told to end, and Wine's services, which keep the output of
+        the program open that starts them."""
+        quiet = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL,
+                 "stderr": subprocess.DEVNULL, "env": self.environment, "check": True}
+        subprocess.run(["wineserver", "-p"], timeout=TIMEOUT_SECONDS, **quiet)
+        subprocess.run([*WINE, "wine", "rundll32", "user32.dll,MessageBeep"],
+                       timeout=TIMEOUT_SECONDS, **quiet)
+
+    def install(self):
+        folder = self.path(PROGRAMS)
+        os.makedirs(folder)
+        for name in ("tdefault.dll", "tovocfg.exe"):
+            shutil.copy(os.path.join(self.build, name), folder)
+        shutil.copytree(os.path.join(ROOT, "samples", "scripts"), os.path.join(folder, "samples"))
+        os.makedirs(os.path.join(self.drive, "docs"))
+        self.fresh({})
+        results = self.commands([f'regsvr32 /s "{PROGRAMS}\\tdefault.dll"'])
+        assert results[0][2] == 0, f"the library could not be registered: {results}"
+
+    def path(self, windows_path):
+        """Where a file of drive C: lies."""
+        return os.path.join(self.drive, *windows_path[3:].split("\\"))
+
+    def fresh(self, files, workstation="C:\\SHOP\\WORKSTATION"):
+        """A new copy of the shop, with further files beside its folders; TOVO.INI in a folder."""
+        shop = self.path("C:\\SHOP")
+        shutil.rmtree(shop, ignore_errors=True)
+        shutil.copytree(os.path.join(ROOT, "samples", "shop", "data"), os.path.join(shop, "DATA"))
+        windows = self.path("C:\\windows")
+        for name in os.listdir(windows):
+            if name.lower().startswith("tov"):
+                os.remove(os.path.join(windows, name))
+        target = self.path(workstation)
+        os.makedirs(target, exist_ok=True)
+        shutil.copy(os.path.join(ROOT, "samples", "shop", "workstation", "TOVO.INI"), target)
+        for name, content in files.items():
+            with open(os.path.join(shop, name), "wb") as file:
+                file.write(content)
+
+    def commands(self, commands):
+        """[(lines of standard output, lines of standard error, exit code)] of commands that are given
+        to one command processor, in C:\\SHOP."""
+        lines = ["@echo off", "cd /d C:\\SHOP"]
+        for command in commands:
+            lines += [command, f"echo {END} %errorlevel%", f"echo {END} 1>&2"]
+        with open(self.path("C:\\docs\\run.bat"), "w", newline="\r\n", encoding="utf-8") as file:
+            file.write("\n".join(lines) + "\n")
+        out, problems = self.run(["cmd", "/c", "C:\\docs\\run.bat"])
+        outputs, codes = split_output(out)
+        errors, _ = split_output(problems)
+        missing = len(commands) - len(codes)
+        outputs += [["(the command processor ended before)"]] * missing
+        errors += [[]] * (len(commands) - len(errors))
+        return list(zip(outputs, errors, codes + [1] * missing))
+
+    def run(self, command):
+        """Both outputs of a program, as lines."""
+        # Into files: what is started in the background may keep a pipe open.
+        with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as problems:
+            process = subprocess.Popen([*WINE, "wine", *command], stdin=subprocess.DEVNULL,
+                                       stdout=out, stderr=problems, env=self.environment)
+            try:
+                process.wait(TIMEOUT_SECONDS)
+                late = []
+            except subprocess.TimeoutExpired:
+                process.kill()
+                late = [f"(did not end within {TIMEOUT_SECONDS} seconds; does it show a window?)"]
+            out.seek(0)
+            problems.seek(0)
+            return text_lines(out.read()) + late, [
+                line for line in text_lines(problems.read()) if not NOISE.search(line)]
+
+    def end(self):
+        subprocess.run(["wineserver", "-k"], env=self.environment, check=False,
+                       timeout=TIMEOUT_SECONDS)
+        shutil.rmtree(self.work, ignore_errors=True)
+
+
+def text_lines(data):
+    try:
+        text = data.decode("utf-8")
+    except UnicodeDecodeError:  # script hosts write the console's code page
+        text = data.decode("cp437")
+    text = text.replace("\r", "").rstrip("\n")
+    return text.split("\n") if text else []
+
+
+def split_output(lines):
+    """The lines before each end mark, and what stands behind the marks as numbers."""
+    parts, codes, part = [], [], []
+    for line in lines:
+        if END in line:
+            before, _, code = line.partition(END)
+            parts.append(part + ([before] if before else []))
+            codes.append(int(code.strip() or 0))
+            part = []
+        else:
+            part.append(line)
+    if part and parts:
+        parts[-1] += part
+    return parts, codes

@@ -45,7 +45,9 @@ class Page:
 def indented_kind(lines):
     """An indented block that is plainly a transcript or a list of commands counts as one."""
     first = lines[0].split()[0]
-    return "console" if first in (">", "tovocfg") else "indented"
+    if first in (">", "tovocfg", "msiexec"):
+        return "console"
+    return "sh" if first.startswith("scripts/") else "indented"
 
 
 class Reader:

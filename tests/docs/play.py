@@ -7,6 +7,7 @@ import shutil
 import subprocess
 
 import compare
+from shop import ROOT
 
 SCRIPTS = {"vb": ("vbs", 'WScript.Echo "{}"\n'), "js": ("js", 'WScript.Echo("{}");\n')}
 # Printed behind a script: the script host ends with 0 whatever happens to a script.
@@ -31,6 +32,11 @@ def inline_commands(page):
             command = next((word for word in words[1:] if re.fullmatch(r"[a-z]+", word)), "")
             found.setdefault((command, options), line)
     return found
+
+
+def product_version():
+    with open(os.path.join(ROOT, "CMakeLists.txt"), encoding="utf-8") as file:
+        return re.search(r"^project\(\w+ VERSION ([\d.]+)", file.read(), re.MULTILINE).group(1)
 
 
 class Player:
@@ -68,7 +74,13 @@ class Player:
                     self.problem(block.line, f"preparing it, {command!r} failed: {result}")
 
     def command(self, text):
-        """As it is run: tovocfg with the INI file that the page leaves out."""
+        """As it is run: tovocfg with the INI file that the page leaves out, the version in the name of
+        a package, whose file is made then."""
+        text = re.sub(r"-VERSION-", f"-{product_version()}-", text)
+        for name in re.findall(r"\S+\.msi\b", text) if text.startswith("msiexec ") else ():
+            self.shop.package(name)
+        if "regsvr32" in text or text.startswith("msiexec "):
+            self.shop.registered = False
         ini = self.page.settings.get("ini")
         if ini and re.match(r"tovocfg\b", text) and "--ini" not in text and not re.search(
                 r"--(help|version)\b|\bhelp\b", text):

@@ -10,7 +10,7 @@ import subprocess
 import tempfile
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-PROGRAMS = "C:\\Program Files\\Tovo\\tdefault"
+PROGRAMS = "C:\\Program Files\\Tovo\\Defaults"
 TIMEOUT_SECONDS = 120
 END = "[[end of command"
 
@@ -47,7 +47,7 @@ class Shop:
                                 WINEPATH=PROGRAMS, LC_ALL="C.UTF-8", WINEDEBUG="-all")
         self.environment.pop("TDEFAULT_TABLES", None)
         self.begin_session()
-        self.install()
+        self.registered = False
 
     def begin_session(self):
         """A server that stays until it is told to end, and Wine's services, which keep the output of
@@ -59,15 +59,18 @@ class Shop:
                        timeout=TIMEOUT_SECONDS, **quiet)
 
     def install(self):
+        """As an installer does; also after an example that has removed the products."""
         folder = self.path(PROGRAMS)
-        os.makedirs(folder)
+        os.makedirs(folder, exist_ok=True)
         for name in ("tdefault.dll", "tovocfg.exe"):
             shutil.copy(os.path.join(self.build, name), folder)
-        shutil.copytree(os.path.join(ROOT, "samples", "scripts"), os.path.join(folder, "samples"))
-        os.makedirs(os.path.join(self.drive, "docs"))
-        self.fresh({})
+        shutil.copytree(os.path.join(ROOT, "samples", "scripts"), os.path.join(folder, "samples"),
+                        dirs_exist_ok=True)
+        os.makedirs(self.path("C:\\docs"), exist_ok=True)
+        os.makedirs(self.path("C:\\SHOP"), exist_ok=True)
         results = self.commands([f'regsvr32 /s "{PROGRAMS}\\tdefault.dll"'])
         assert results[0][2] == 0, f"the library could not be registered: {results}"
+        self.registered = True
 
     def path(self, windows_path):
         """Where a file of drive C: lies."""
@@ -75,6 +78,8 @@ class Shop:
 
     def fresh(self, files, workstation="C:\\SHOP\\WORKSTATION"):
         """A new copy of the shop, with further files beside its folders; TOVO.INI in a folder."""
+        if not self.registered:
+            self.install()
         shop = self.path("C:\\SHOP")
         shutil.rmtree(shop, ignore_errors=True)
         shutil.copytree(os.path.join(ROOT, "samples", "shop", "data"), os.path.join(shop, "DATA"))
@@ -121,6 +126,18 @@ class Shop:
             problems.seek(0)
             return text_lines(out.read()) + late, [
                 line for line in text_lines(problems.read()) if not NOISE.search(line)]
+
+    def package(self, name):
+        """An installer of that name, in C:\\SHOP."""
+        architecture = re.search(r"-(x64|x86)\.msi$", name).group(1)
+        folder = os.path.join(self.work, "packages")
+        if not os.path.isdir(folder):
+            os.makedirs(folder)
+            subprocess.run(["/usr/bin/python3", "-B", os.path.join(ROOT, "packaging", "make_packages.py"),
+                            architecture, self.build, folder], check=True, timeout=TIMEOUT_SECONDS,
+                           stdout=subprocess.DEVNULL)
+        shutil.copy(os.path.join(folder, name), self.path("C:\\SHOP"))
+        self.registered = False  # whatever it does to what is there
 
     def end(self):
         subprocess.run(["wineserver", "-k"], env=self.environment, check=False,

@@ -62,7 +62,7 @@ class Checks:
                 continue
             path, _, anchor = target.partition("#")
             name = os.path.normpath(os.path.join(os.path.dirname(page.name), path)) if path else page.name
-            if not os.path.exists(os.path.join(self.root, name)):
+            if path and not os.path.exists(os.path.join(self.root, name)):
                 yield line, f"a link to {target}, which does not exist"
             elif anchor and name.endswith(".md"):
                 if anchor not in (page if name == page.name else self.load(name)).anchors:
@@ -91,11 +91,16 @@ class Checks:
             yield from self.preset_problems(program, arguments)
         elif program.startswith("build/"):
             folder = os.path.dirname("/".join(program.split("/")[2:]))
-            cmake = os.path.join(self.root, folder, "CMakeLists.txt")
-            if not os.path.exists(cmake) or os.path.basename(program) not in open(cmake).read():
+            if not self.builds(os.path.join(self.root, folder, "CMakeLists.txt"), program):
                 yield f"nothing builds {program}"
         elif "w64-mingw32-g++" not in program and program not in ("git", "cd"):
             yield f"it is not known how to check the command {program}"
+
+    def builds(self, cmake, program):
+        if not os.path.exists(cmake):
+            return False
+        with open(cmake, encoding="utf-8") as file:
+            return os.path.basename(program) in file.read()
 
     def script_problems(self, program, arguments):
         path = os.path.join(self.root, program)

@@ -86,7 +86,6 @@ def check_commands(build):
 def play_demo(build):
     """The demo in a prefix of its own, with the products that are built, against the page's output."""
     shop = Shop(build, "demo")
-    shop.commands([])  # the session begins without the demo, which would leave it to the next program
     try:
         done = subprocess.run([os.path.join(ROOT, "scripts", "demo.sh"), "--built"], text=True,
                               env=shop.environment, stdout=subprocess.PIPE, check=False,

@@ -14,6 +14,7 @@ class Block:
     lines: list
     line: int      # of its first line
     before: list   # commands that prepare the shop for it, unseen by the reader
+    hold: str      # a file that another program holds meanwhile, and "read" when others may read it
 
     @property
     def text(self):
@@ -47,6 +48,8 @@ def indented_kind(lines):
     first = lines[0].split()[0]
     if first in (">", "tovocfg", "msiexec"):
         return "console"
+    if first == "{":
+        return "json"
     return "sh" if first.startswith("scripts/") else "indented"
 
 
@@ -55,6 +58,7 @@ class Reader:
         self.page = Page(name, [], [], [], [], {})
         self.lines = text.split("\n")
         self.before = []
+        self.hold = ""
 
     def read(self):
         at, blank = 0, True
@@ -73,8 +77,8 @@ class Reader:
         return self.page
 
     def add(self, kind, words, lines, line):
-        self.page.blocks.append(Block(kind, words, lines, line, self.before))
-        self.before = []
+        self.page.blocks.append(Block(kind, words, lines, line, self.before, self.hold))
+        self.before, self.hold = [], ""
 
     def fenced(self, at, fence):
         end = at + 1
@@ -99,6 +103,8 @@ class Reader:
         for name, value in COMMENT.findall(line):
             if name == "before":
                 self.before.append(value)
+            elif name == "hold":
+                self.hold = value
             else:
                 page.settings[name] = value
         heading = re.match(r"^(#{1,6})\s+(.*?)\s*$", line)

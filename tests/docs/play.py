@@ -93,7 +93,10 @@ class Player:
         for command, _ in steps:
             self.unrun = {name: line for name, line in self.unrun.items() if name not in command
                           and os.path.splitext(name)[0] + ".exe" not in command}
+        if block.hold:
+            self.shop.hold(*block.hold.split())
         results = self.shop.commands([self.command(command) for command, _ in steps])
+        self.shop.release()
         for (command, shown), (lines, errors, code) in zip(steps, results):
             self.played += 1
             if shown is None:

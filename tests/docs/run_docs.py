@@ -25,7 +25,8 @@ Blocks, by the first word of their fence:
 Every block begins with a new copy of the sample shop, unless "continued" stands behind its kind.
 "..." stands for text that is left out, alone on a line for lines. Comments of a page for this program:
 <!-- ini: FILE --> is put in front of the arguments of tovocfg, <!-- workstation: FOLDER --> is where
-TOVO.INI lies, <!-- before: COMMAND --> is carried out before the next block.
+TOVO.INI lies. Before the next block, <!-- before: COMMAND --> is carried out, and during it
+<!-- hold: FILE [read] --> is open in another program, which lets others only read it, or nothing.
 """
 
 import os

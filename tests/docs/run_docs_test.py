@@ -31,6 +31,9 @@ class StandIn:
     def path(self, windows_path):
         return os.devnull
 
+    def release(self):
+        pass
+
     def commands(self, commands):
         self.ran += commands
         return [self.answers.get(command, ([], ["unknown"], 9009)) for command in commands]

@@ -46,8 +46,9 @@ class Shop:
         self.environment = dict(os.environ, TDEFAULT_WINEPREFIX=self.prefix, WINEPREFIX=self.prefix,
                                 WINEPATH=PROGRAMS, LC_ALL="C.UTF-8", WINEDEBUG="-all")
         self.environment.pop("TDEFAULT_TABLES", None)
-        self.begin_session()
         self.registered = False
+        self.holder = None
+        self.begin_session()
 
     def begin_session(self):
         """A server that stays until it is told to end, and Wine's services, which keep the output of
@@ -127,6 +128,22 @@ class Shop:
             return text_lines(out.read()) + late, [
                 line for line in text_lines(problems.read()) if not NOISE.search(line)]
 
+    def hold(self, file, *how):
+        """Opens a file as another program would, until release."""
+        self.holder = subprocess.Popen(
+            [*WINE, "wine", os.path.join(self.build, "tests", "host", "hold_file.exe"), file, *how],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+            env=self.environment)
+        answer = self.holder.stdout.readline()
+        assert answer.strip() == b"held", f"{file} could not be held: {answer!r}"
+
+    def release(self):
+        if self.holder:
+            self.holder.stdin.close()
+            self.holder.wait(TIMEOUT_SECONDS)
+            self.holder.stdout.close()
+        self.holder = None
+
     def package(self, name):
         """An installer of that name, in C:\\SHOP."""
         architecture = re.search(r"-(x64|x86)\.msi$", name).group(1)
@@ -140,6 +157,7 @@ class Shop:
         self.registered = False  # whatever it does to what is there
 
     def end(self):
+        self.release()
         subprocess.run(["wineserver", "-k"], env=self.environment, check=False,
                        timeout=TIMEOUT_SECONDS)
         shutil.rmtree(self.work, ignore_errors=True)

@@ -49,7 +49,7 @@ def transcript_steps(lines):
     for line in lines:
         if line.startswith("> "):
             steps.append((line[2:].strip(), []))
-        elif steps:
+        elif steps and steps[-1][1] is not None:
             steps[-1][1].append(line)
         elif line.strip():
             steps.append((line.strip(), None))

@@ -4,6 +4,7 @@ import dataclasses
 import re
 
 FENCE = re.compile(r"^(`{3,}|~{3,})\s*(.*)$")
+COMMANDS = (">", "tovocfg", "msiexec")
 COMMENT = re.compile(r"<!--\s*(\w+):\s*(.*?)\s*-->")
 
 
@@ -46,7 +47,7 @@ class Page:
 def indented_kind(lines):
     """An indented block that is plainly a transcript or a list of commands counts as one."""
     first = lines[0].split()[0]
-    if first in (">", "tovocfg", "msiexec"):
+    if first in COMMANDS:
         return "console"
     if first == "{":
         return "json"
@@ -91,6 +92,9 @@ class Reader:
     def indented(self, at):
         end = at
         while end < len(self.lines) and (self.lines[end].startswith("    ") or not self.lines[end]):
+            # Commands behind a blank line are an example of their own.
+            if end > at and not self.lines[end - 1] and self.lines[end].split()[:1] in ([word] for word in COMMANDS):
+                break
             end += 1
         while not self.lines[end - 1]:
             end -= 1

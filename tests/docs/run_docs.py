@@ -76,6 +76,7 @@ def play_page(build, name):
 
 def check_commands(build):
     shop = Shop(build, "commands")
+    shop.install()
     try:
         found = list(play.inline_problems([load(name) for name in page_names()], shop))
     finally:

@@ -43,6 +43,8 @@ class Shop:
         shutil.copytree(os.environ.get("TDEFAULT_WINEPREFIX") or
                         os.path.join(ROOT, "build", "wineprefix"), self.prefix, symlinks=True,
                         copy_function=copy_or_link)
+        os.makedirs(os.path.join(self.prefix, "drive_d"))
+        os.symlink("../drive_d", os.path.join(self.prefix, "dosdevices", "d:"))
         self.environment = dict(os.environ, TDEFAULT_WINEPREFIX=self.prefix, WINEPREFIX=self.prefix,
                                 WINEPATH=PROGRAMS, LC_ALL="C.UTF-8", WINEDEBUG="-all")
         self.environment.pop("TDEFAULT_TABLES", None)

@@ -15,18 +15,31 @@ TIMEOUT_SECONDS = 120
 END = "[[end of command"
 
 # With its own standard error, unlike scripts/wine.sh.
-WINE = ["bash", "-c", 'root=$1; shift; . "$root/scripts/wine-environment.sh"; exec "$@"', "wine", ROOT]
+WINE = ["bash", "-c", 'root=$1; shift; . "$root/scripts/wine-environment.sh"; '
+        'exec "${wine_program[@]:-wine}" "$@"', "wine", ROOT]
 # What a machine without 32-bit Wine says at every start.
 NOISE = re.compile(r"wine32 is missing|multiarch needs|apt-get install wine32|dpkg --add-architecture")
 LARGE_BYTES = 16384
+SYSTEM_FOLDERS = ("windows", "program files", "program files (x86)", "programdata", "users")
 
 
 def copy_or_link(source, target):
-    """Large files of a prefix are programs that nobody writes; the registry's are among the others."""
-    if os.path.getsize(source) >= LARGE_BYTES and not source.endswith((".reg", ".ini")):
-        os.link(source, target)
-    else:
-        shutil.copy2(source, target)
+    """Large files of a prefix are programs that nobody writes; the registry's are among the others.
+    Tests that run beside this one may delete theirs meanwhile."""
+    try:
+        if os.path.getsize(source) >= LARGE_BYTES and not source.endswith((".reg", ".ini")):
+            os.link(source, target)
+        else:
+            shutil.copy2(source, target)
+    except FileNotFoundError:
+        pass
+
+
+def folders_of_tests(folder, names):
+    """What is no part of a fresh prefix: folders of tests, and what they leave in temporary ones."""
+    if os.path.basename(folder) == "drive_c":
+        return [name for name in names if name.lower() not in SYSTEM_FOLDERS]
+    return names if os.path.basename(folder).lower() == "temp" else []
 
 
 class Shop:
@@ -42,23 +55,24 @@ class Shop:
                        stdin=subprocess.DEVNULL, timeout=600, stdout=subprocess.DEVNULL)
         shutil.copytree(os.environ.get("TDEFAULT_WINEPREFIX") or
                         os.path.join(ROOT, "build", "wineprefix"), self.prefix, symlinks=True,
-                        copy_function=copy_or_link)
+                        copy_function=copy_or_link, ignore=folders_of_tests)
         os.makedirs(os.path.join(self.prefix, "drive_d"))
         os.symlink("../drive_d", os.path.join(self.prefix, "dosdevices", "d:"))
         self.environment = dict(os.environ, TDEFAULT_WINEPREFIX=self.prefix, WINEPREFIX=self.prefix,
                                 WINEPATH=PROGRAMS, LC_ALL="C.UTF-8", WINEDEBUG="-all")
-        self.environment.pop("TDEFAULT_TABLES", None)
+        for name in ("TDEFAULT_TABLES", "TDEFAULT_LOCK_WAIT"):
+            self.environment.pop(name, None)
         self.registered = False
         self.holder = None
         self.begin_session()
 
     def begin_session(self):
-        """A server that stays until it is told to end, and Wine's services, which keep the output of
-        the program open that starts them."""
+        """A server that stays between programs, and Wine's services, which keep the output of the
+        program open that starts them."""
         quiet = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL,
                  "stderr": subprocess.DEVNULL, "env": self.environment, "check": True}
-        subprocess.run(["wineserver", "-p"], timeout=TIMEOUT_SECONDS, **quiet)
-        subprocess.run([*WINE, "wine", "rundll32", "user32.dll,MessageBeep"],
+        subprocess.run(["wineserver", f"-p{TIMEOUT_SECONDS}"], timeout=TIMEOUT_SECONDS, **quiet)
+        subprocess.run([*WINE, "rundll32", "user32.dll,MessageBeep"],
                        timeout=TIMEOUT_SECONDS, **quiet)
 
     def install(self):
@@ -117,7 +131,7 @@ class Shop:
         """Both outputs of a program, as lines."""
         # Into files: what is started in the background may keep a pipe open.
         with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as problems:
-            process = subprocess.Popen([*WINE, "wine", *command], stdin=subprocess.DEVNULL,
+            process = subprocess.Popen([*WINE, *command], stdin=subprocess.DEVNULL,
                                        stdout=out, stderr=problems, env=self.environment)
             try:
                 process.wait(TIMEOUT_SECONDS)
@@ -133,7 +147,7 @@ class Shop:
     def hold(self, file, *how):
         """Opens a file as another program would, until release."""
         self.holder = subprocess.Popen(
-            [*WINE, "wine", os.path.join(self.build, "tests", "host", "hold_file.exe"), file, *how],
+            [*WINE, os.path.join(self.build, "tests", "host", "hold_file.exe"), file, *how],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
             env=self.environment)
         answer = self.holder.stdout.readline()
@@ -153,10 +167,9 @@ class Shop:
         if not os.path.isdir(folder):
             os.makedirs(folder)
             subprocess.run(["/usr/bin/python3", "-B", os.path.join(ROOT, "packaging", "make_packages.py"),
-                            architecture, self.build, folder], check=True, timeout=TIMEOUT_SECONDS,
-                           stdout=subprocess.DEVNULL)
-        shutil.copy(os.path.join(folder, name), self.path("C:\\SHOP"))
-        self.registered = False  # whatever it does to what is there
+                            architecture, self.build, folder], check=False, timeout=TIMEOUT_SECONDS)
+        if os.path.exists(os.path.join(folder, name)):
+            shutil.copy(os.path.join(folder, name), self.path("C:\\SHOP"))
 
     def end(self):
         self.release()

@@ -11,7 +11,8 @@
 Blocks, by the first word of their fence:
 
     console    commands of Windows. Below a line "> COMMAND" stands all that it prints; without such
-               lines every line is a command, which has to end with 0
+               lines every line is a command, which has to end with 0. "windows" behind the kind: only
+               Windows can do it; of such a block only the scripts that it names have to exist
     vb, js     a script; with a file name behind it, it is only put there for a console block to run.
                "prelude" runs in front of every script of its kind below that has no name.
                "' -> TEXT" (or "// ->") at the end of a line tells a line that it prints

@@ -7,6 +7,7 @@ import unittest
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
+import check_errors  # noqa: E402
 import check_members  # noqa: E402
 import compare  # noqa: E402
 import play  # noqa: E402
@@ -101,6 +102,10 @@ class Static(unittest.TestCase):
     def test_a_file_that_prose_names_has_to_exist(self):
         self.assertEqual(len(static_problems("Start at `src/none.h` and `src/base/error.h`.")), 1)
 
+    def test_what_only_windows_can_do_names_scripts_that_exist(self):
+        self.assertEqual(static_problems(block("console windows", "cscript options.vbs list")), [])
+        self.assertEqual(len(static_problems(block("console windows", "cscript none.vbs"))), 1)
+
     def test_usages_are_compared_word_by_word(self):
         for usage, words, fits in ((" [quick|win32]", ["win32"], True), (" [quick]", [], True),
                                    (" [SECONDS [SEED]]", ["5", "7"], True), (" NAME", [], False),
@@ -190,6 +195,23 @@ class Members(unittest.TestCase):
     def test_a_member_that_is_missing_or_different_is_found(self):
         page = "## Options\n| `Save(File)` | method | x |\n| `Load()` | method | x |\n"
         self.assertEqual(len(self.differences(page)), 3)
+
+
+class Errors(unittest.TestCase):
+    HEAD = "| number | hexadecimal | text | cause | what to do |\n|---|---|---|---|---|\n"
+
+    def test_numbers_are_those_of_the_header(self):
+        header = ("kA = 5; kObjectError = -2147221504; kB = kObjectError + 1; "
+                  "kC = static_cast<std::int32_t>(0x80004005);")
+        self.assertEqual(sorted(check_errors.library_numbers(header)),
+                         [-2147467259, -2147221503, 5])
+
+    def test_a_row_needs_a_cause_and_a_remedy_and_one_number(self):
+        numbers, problems = check_errors.check(self.HEAD + "| 5, 9 | | x | y | z |\n")
+        self.assertEqual((numbers, problems), ({5, 9}, []))
+        self.assertEqual(len(check_errors.check(self.HEAD + "| 5 | | x | | |\n")[1]), 2)
+        self.assertEqual(
+            len(check_errors.check(self.HEAD + "| -2147467259 | `80004006` | x | y | z |\n")[1]), 1)
 
 
 if __name__ == "__main__":

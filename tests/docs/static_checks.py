@@ -51,6 +51,11 @@ class Checks:
             if block.kind not in KINDS:
                 yield block.line, (f"a block of the kind {block.kind or '(none)'!r}, which nothing "
                                    f"runs; known are {', '.join(sorted(KINDS))}")
+            if "windows" in block.words:
+                for name in re.findall(r"[\w-]+\.(?:vbs|js)\b", block.text):
+                    if not any(self.exists(folder + pattern + name) for folder in FOLDERS
+                               for pattern in ("", "*/", "*/*/")):
+                        yield block.line, f"there is no {name}"
             if block.kind == "sh":
                 for line in block.lines:
                     for problem in self.command_problems(line):

@@ -16,6 +16,7 @@ class Block:
     line: int      # of its first line
     before: list   # commands that prepare the shop for it, unseen by the reader
     hold: str      # a file that another program holds meanwhile, and "read" when others may read it
+    codes: list    # exit codes that are no failure where nothing is shown
 
     @property
     def text(self):
@@ -60,6 +61,7 @@ class Reader:
         self.lines = text.split("\n")
         self.before = []
         self.hold = ""
+        self.codes = [0]
 
     def read(self):
         at, blank = 0, True
@@ -78,8 +80,8 @@ class Reader:
         return self.page
 
     def add(self, kind, words, lines, line):
-        self.page.blocks.append(Block(kind, words, lines, line, self.before, self.hold))
-        self.before, self.hold = [], ""
+        self.page.blocks.append(Block(kind, words, lines, line, self.before, self.hold, self.codes))
+        self.before, self.hold, self.codes = [], "", [0]
 
     def fenced(self, at, fence):
         end = at + 1
@@ -109,6 +111,8 @@ class Reader:
                 self.before.append(value)
             elif name == "hold":
                 self.hold = value
+            elif name == "codes":
+                self.codes = [int(word) for word in value.split()]
             else:
                 page.settings[name] = value
         heading = re.match(r"^(#{1,6})\s+(.*?)\s*$", line)

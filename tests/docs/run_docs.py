@@ -27,7 +27,8 @@ Every block begins with a new copy of the sample shop, unless "continued" stands
 "..." stands for text that is left out, alone on a line for lines. Comments of a page for this program:
 <!-- ini: FILE --> is put in front of the arguments of tovocfg, <!-- workstation: FOLDER --> is where
 TOVO.INI lies. Before the next block, <!-- before: COMMAND --> is carried out, and during it
-<!-- hold: FILE [read] --> is open in another program, which lets others only read it, or nothing.
+<!-- hold: FILE [read] --> is open in another program, which lets others only read it, or nothing;
+<!-- codes: 0 1 --> are exit codes that its commands may have where nothing is shown.
 """
 
 import os

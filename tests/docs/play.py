@@ -69,7 +69,8 @@ class Player:
             return
         self.shop.fresh(self.files, self.page.settings.get("workstation", "C:\\SHOP\\WORKSTATION"))
         if block.before:
-            for command, result in zip(block.before, self.shop.commands(block.before)):
+            commands = [self.command(command) for command in block.before]
+            for command, result in zip(block.before, self.shop.commands(commands)):
                 if result[2]:
                     self.problem(block.line, f"preparing it, {command!r} failed: {result}")
 

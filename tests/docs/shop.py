@@ -98,7 +98,8 @@ class Shop:
         if not self.registered:
             self.install()
         shop = self.path("C:\\SHOP")
-        shutil.rmtree(shop, ignore_errors=True)
+        self.remove_folders(self.drive, (*SYSTEM_FOLDERS, "docs"))
+        self.remove_folders(os.path.join(self.prefix, "drive_d"), ())
         shutil.copytree(os.path.join(ROOT, "samples", "shop", "data"), os.path.join(shop, "DATA"))
         windows = self.path("C:\\windows")
         for name in os.listdir(windows):
@@ -110,6 +111,11 @@ class Shop:
         for name, content in files.items():
             with open(os.path.join(shop, name), "wb") as file:
                 file.write(content)
+
+    def remove_folders(self, drive, kept):
+        for name in os.listdir(drive):
+            if name.lower() not in kept:
+                shutil.rmtree(os.path.join(drive, name))
 
     def commands(self, commands):
         """[(lines of standard output, lines of standard error, exit code)] of commands that are given

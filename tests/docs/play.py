@@ -135,7 +135,7 @@ class Player:
         with open(self.shop.path(f"C:\\SHOP\\example.{ending}"), "w", newline="\r\n",
                   encoding="cp1252") as file:
             file.write(text)
-        (lines, errors, code), = self.shop.commands([f"cscript //nologo example.{ending}"])
+        lines, errors, code = self.shop.run(["cscript", "//nologo", f"C:\\SHOP\\example.{ending}"])
         self.played += 1
         lines += errors
         if code != 0 or lines[-1:] != [END_OF_SCRIPT]:
@@ -215,7 +215,7 @@ class Player:
         with open(script, "w", encoding="utf-8") as file:
             file.write("\n".join([*self.tables, "", f"{kind} of the example", *statement, "----",
                                   *expected, ""]))
-        out, problems = self.shop.run([os.path.join(self.shop.build, "tests", "sql",
+        out, problems, _ = self.shop.run([os.path.join(self.shop.build, "tests", "sql",
                                                     "run_sql_scripts.exe"), "Z:" + script])
         return shown if "1 cases, 0 failures" in out else out + problems
 

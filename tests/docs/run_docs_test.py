@@ -39,6 +39,9 @@ class StandIn:
         self.ran += commands
         return [self.answers.get(command, ([], ["unknown"], 9009)) for command in commands]
 
+    def run(self, command):
+        return self.commands([" ".join(command)])[0]
+
 
 def static_problems(text, name="docs/page.md"):
     pages = {name: read_page(name, text)}
@@ -141,14 +144,14 @@ class Playing(unittest.TestCase):
 
     def test_a_script_has_to_reach_its_end_and_print_what_its_comments_say(self):
         text = block("vb", "WScript.Echo 1    ' -> 1")
-        run = "cscript //nologo example.vbs"
+        run = "cscript //nologo C:\\SHOP\\example.vbs"
         for lines, count in ((["1", play.END_OF_SCRIPT], 0), (["2", play.END_OF_SCRIPT], 1),
                              (["1"], 2), ([], 2)):
             self.assertEqual(len(played(text, {run: (lines, [], 0)})[0]), count, lines)
 
     def test_an_output_block_is_compared(self):
         text = block("vb", "WScript.Echo 1") + block("output", "1")
-        run = "cscript //nologo example.vbs"
+        run = "cscript //nologo C:\\SHOP\\example.vbs"
         self.assertEqual(played(text, {run: (["1", play.END_OF_SCRIPT], [], 0)})[0], [])
         self.assertEqual(len(played(text, {run: (["2", play.END_OF_SCRIPT], [], 0)})[0]), 1)
         self.assertEqual(len(played(block("output", "1"), {})[0]), 1)

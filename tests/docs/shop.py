@@ -125,7 +125,7 @@ class Shop:
             lines += [command, f"echo {END} %errorlevel%", f"echo {END} 1>&2"]
         with open(self.path("C:\\docs\\run.bat"), "w", newline="\r\n", encoding="utf-8") as file:
             file.write("\n".join(lines) + "\n")
-        out, problems = self.run(["cmd", "/c", "C:\\docs\\run.bat"])
+        out, problems, _ = self.run(["cmd", "/c", "C:\\docs\\run.bat"])
         outputs, codes = split_output(out)
         errors, _ = split_output(problems)
         missing = len(commands) - len(codes)
@@ -134,7 +134,7 @@ class Shop:
         return list(zip(outputs, errors, codes + [1] * missing))
 
     def run(self, command):
-        """Both outputs of a program, as lines."""
+        """Both outputs of a program, as lines, and its exit code."""
         # Into files: what is started in the background may keep a pipe open.
         with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as problems:
             process = subprocess.Popen([*WINE, *command], stdin=subprocess.DEVNULL,
@@ -147,8 +147,8 @@ class Shop:
                 late = [f"(did not end within {TIMEOUT_SECONDS} seconds; does it show a window?)"]
             out.seek(0)
             problems.seek(0)
-            return text_lines(out.read()) + late, [
-                line for line in text_lines(problems.read()) if not NOISE.search(line)]
+            errors = [line for line in text_lines(problems.read()) if not NOISE.search(line)]
+            return text_lines(out.read()) + late, errors, process.returncode
 
     def hold(self, file, *how):
         """Opens a file as another program would, until release."""

@@ -81,7 +81,7 @@ class Shop:
         os.makedirs(folder, exist_ok=True)
         for name in ("tdefault.dll", "tovocfg.exe"):
             shutil.copy(os.path.join(self.build, name), folder)
-        shutil.copytree(os.path.join(ROOT, "samples", "scripts"), os.path.join(folder, "samples"),
+        shutil.copytree(os.path.join(ROOT, "samples"), os.path.join(folder, "samples"),
                         dirs_exist_ok=True)
         os.makedirs(self.path("C:\\docs"), exist_ok=True)
         os.makedirs(self.path("C:\\SHOP"), exist_ok=True)

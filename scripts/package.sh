@@ -8,6 +8,10 @@ cd "$root"
 case ${1:-all} in
   x64 | x86) architectures=("$1") ;;
   all) architectures=(x64 x86) ;;
+  --help)
+    echo "usage: scripts/package.sh [x64|x86|all]"
+    exit 0
+    ;;
   *)
     echo "usage: scripts/package.sh [x64|x86|all]" >&2
     exit 2

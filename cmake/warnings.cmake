@@ -27,6 +27,11 @@ if(WIN32)
   # The ANSI calls are named with their A; UNICODE settles what a bare name means. 0x0601: Windows 7.
   target_compile_definitions(
     tdefault_flags INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN STRICT _WIN32_WINNT=0x0601)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # Numbers are calculated in 64 bits as on every other target: the older unit's 80 bits would make
+    # some compare and convert differently. Callers of the system align the stack to 4 bytes only.
+    target_compile_options(tdefault_flags INTERFACE -msse2 -mfpmath=sse -mstackrealign)
+  endif()
   # Static run-time: nothing but system DLLs is imported.
   target_link_options(tdefault_flags INTERFACE -static)
   # The same sources give the same bytes.

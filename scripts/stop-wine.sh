@@ -1,16 +1,22 @@
 #!/usr/bin/env bash
-# Ends what scripts/wine.sh left running for the next program: the Wine session of the project's
-# prefix and the display. Does nothing when neither runs. Takes no arguments.
+# Ends what scripts/wine.sh and scripts/wine32.sh left running for the next program: the Wine sessions
+# of the project's prefixes and the display. Does nothing when none runs. Takes no arguments.
 set -u
 root=$(cd "$(dirname "$0")/.." && pwd)
-export WINEPREFIX=${TDEFAULT_WINEPREFIX:-$root/build/wineprefix}
-if [ -e "$WINEPREFIX/ready" ]; then wineserver -k 2>/dev/null; fi
-if [ -s "$root/build/wine.session" ]; then
-  # The idle program's process group has the number of its leader, whose name tells it is still ours.
-  leader=$(cat "$root/build/wine.session")
+
+# stop_session PREFIX FILE: the file holds the number of the idle program's process group, which is
+# that of its leader, whose name tells it is still ours.
+stop_session() {
+  local leader
+  if [ -e "$1/ready" ]; then WINEPREFIX=$1 wineserver -k 2>/dev/null; fi
+  [ -s "$2" ] || return 0
+  leader=$(cat "$2")
   if ps -o args= -p "$leader" | grep -qF 'sleep 20000'; then kill -- "-$leader"; fi
-  rm -f "$root/build/wine.session"
-fi
+  rm -f "$2"
+}
+
+stop_session "${TDEFAULT_WINEPREFIX:-$root/build/wineprefix}" "$root/build/wine.session"
+stop_session "${TDEFAULT_WINEPREFIX32:-$root/build/wineprefix32}" "$root/build/wine32.session"
 if [ -s "$root/build/display" ]; then
   number=$(tr -d : <"$root/build/display")
   server=$(cat "/tmp/.X$number-lock" 2>/dev/null)

@@ -1,11 +1,41 @@
-# Sourced: the Wine prefix and the display that every Windows program of this project runs in. Makes
-# both on first use. TDEFAULT_WINEPREFIX moves the prefix elsewhere.
+# Sourced: the Wine prefix and the display that Windows programs of this project run in, for 64-bit
+# programs or, with wine_bits=32, for 32-bit ones. Makes both on first use. Sets wine_program, the words
+# in front of a Windows program and its arguments. TDEFAULT_WINEPREFIX and TDEFAULT_WINEPREFIX32 move
+# the prefixes elsewhere.
 : "${root:?}"
-export WINEPREFIX=${TDEFAULT_WINEPREFIX:-$root/build/wineprefix}
+wine_bits=${wine_bits:-64}
 export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES="mscoree,mshtml="
-export WINEARCH=win64
+export WINEARCH=win$wine_bits
 export OANOCACHE=1
+
+# Loaders and servers by their own names: what Debian's scripts wine and wineserver start depends on what
+# else is installed.
+if [ "$wine_bits" = 32 ]; then
+  . "$root/scripts/wine32-location.sh"
+  if [ -z "$wine32_loader" ]; then
+    echo "there is no 32-bit Wine here; scripts/setup-wine32.sh makes one or says why it cannot" >&2
+    return 1
+  fi
+  export WINEPREFIX=${TDEFAULT_WINEPREFIX32:-$root/build/wineprefix32}
+  wine_session=$root/build/wine32.session
+  wine_program=("$wine32_loader")
+  unset WINELOADER
+  export WINESERVER=/usr/lib/wine/wineserver32
+  if [ -n "$wine32_folder" ]; then
+    wine_program=("$root/scripts/enter-wine32.sh" "$wine32_folder" "$wine32_loader")
+  fi
+else
+  export WINEPREFIX=${TDEFAULT_WINEPREFIX:-$root/build/wineprefix}
+  wine_session=$root/build/wine.session
+  wine_program=(wine)
+  if [ -x /usr/lib/wine/wine64 ]; then
+    wine_program=(/usr/lib/wine/wine64)
+    export WINELOADER=/usr/lib/wine/wine64
+  fi
+fi
+
+wine() { "${wine_program[@]}" "$@"; }
 
 start_display() {
   # One server for all programs; it outlives this shell and ends with the machine or by kill.
@@ -25,24 +55,29 @@ start_display() {
   return 1
 }
 
+display_runs() {
+  local display
+  display=$(cat "$root/build/display" 2>/dev/null) && [ -n "$display" ] &&
+    kill -0 "$(cat "/tmp/.X${display#:}-lock" 2>/dev/null || echo x)" 2>/dev/null
+}
+
 prepare_wine() {
   mkdir -p "$root/build"
   # One caller at a time; the others wait for its result.
   exec 9>"$root/build/wine.lock"
   flock 9
-  local display
-  display=$(cat "$root/build/display" 2>/dev/null || true)
-  if [ -z "$display" ] || ! kill -0 "$(cat "/tmp/.X${display#:}-lock" 2>/dev/null || echo x)" 2>/dev/null; then
-    start_display 9>&- || return 1
-  fi
+  display_runs || start_display 9>&- || return 1
   if [ ! -e "$WINEPREFIX/ready" ]; then
     rm -rf "$WINEPREFIX"
-    DISPLAY=$(cat "$root/build/display") wineboot -i >/dev/null 2>&1 9>&-
+    mkdir -p "$WINEPREFIX"
+    DISPLAY=$(cat "$root/build/display")
+    export DISPLAY
+    wine wineboot -i >/dev/null 2>&1 9>&-
     # A crashing program ends with its exit code instead of waiting for a debugger.
-    DISPLAY=$(cat "$root/build/display") wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f >/dev/null 2>&1 9>&-
-    DISPLAY=$(cat "$root/build/display") wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /t REG_SZ /d '' /f >/dev/null 2>&1 9>&-
+    wine reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f >/dev/null 2>&1 9>&-
+    wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /t REG_SZ /d '' /f >/dev/null 2>&1 9>&-
     # There is no window manager, for whose answer every new window would be waited two seconds.
-    DISPLAY=$(cat "$root/build/display") wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1 9>&-
+    wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1 9>&-
     # The user's folders are links into the home folder: a search of drive C: would leave the prefix.
     find "$WINEPREFIX/drive_c/users" -type l -exec sh -c 'rm "$1" && mkdir "$1"' sh {} \;
     wineserver -w 2>/dev/null # the next program begins a session of its own
@@ -59,17 +94,14 @@ keep_session() {
   exec 9>"$root/build/wine.lock"
   flock 9
   if ! wineserver -k0 2>/dev/null; then
-    setsid sh -c 'sleep 20000 | wine cmd /k' </dev/null >/dev/null 2>&1 9>&- &
-    echo $! >"$root/build/wine.session"
+    setsid sh -c 'sleep 20000 | "$@" cmd /k' idle "${wine_program[@]}" </dev/null >/dev/null 2>&1 9>&- &
+    echo $! >"$wine_session"
     wine rundll32 user32.dll,MessageBeep </dev/null >/dev/null 2>&1 9>&-
   fi
   exec 9>&-
 }
 
-if [ ! -e "$WINEPREFIX/ready" ] || [ ! -s "$root/build/display" ] ||
-  ! kill -0 "$(cat "/tmp/.X$(tr -d : <"$root/build/display")-lock" 2>/dev/null || echo x)" 2>/dev/null; then
-  prepare_wine
-fi
+if [ ! -e "$WINEPREFIX/ready" ] || ! display_runs; then prepare_wine || return 1; fi
 DISPLAY=$(cat "$root/build/display")
 export DISPLAY
 if ! wineserver -k0 2>/dev/null; then keep_session; fi

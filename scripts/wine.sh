@@ -3,6 +3,6 @@
 # of its own: scripts/wine.sh PROGRAM [ARGUMENT...]. CMake uses it as the emulator of the tests.
 set -u
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-. "$root/scripts/wine-environment.sh"
-exec wine "$@" 2> >(grep -v -e 'wine32 is missing' -e 'multiarch needs' -e 'apt-get install wine32' \
-  -e 'dpkg --add-architecture' -e '^$' >&2)
+wine_bits=64
+. "$root/scripts/wine-environment.sh" || exit 125
+exec "${wine_program[@]}" "$@"

@@ -43,9 +43,12 @@ endfunction()
 # at the same time.
 function(tdefault_test name)
   cmake_parse_arguments(ARG "" "LOCK" "SOURCES;LAYERS;LABELS;LIBRARIES" ${ARGN})
-  set(lock)
+  set(properties TIMEOUT 600 FAIL_REGULAR_EXPRESSION "test cases: +0")
+  if(ARG_LABELS)
+    list(APPEND properties LABELS "${ARG_LABELS}")
+  endif()
   if(ARG_LOCK)
-    set(lock RESOURCE_LOCK ${ARG_LOCK})
+    list(APPEND properties RESOURCE_LOCK ${ARG_LOCK})
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE tdefault_flags tdefault_test_main ${ARG_LIBRARIES})
@@ -57,9 +60,7 @@ function(tdefault_test name)
   endforeach()
   if(WIN32)
     add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(
-      ${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600 ${lock} FAIL_REGULAR_EXPRESSION
-                         "test cases: +0")
+    set_tests_properties(${name} PROPERTIES ${properties})
     return()
   endif()
   # A name that the filter does not find again (one with a semicolon, which CMake splits) would run
@@ -67,5 +68,5 @@ function(tdefault_test name)
   doctest_discover_tests(
     ${name}
     TEST_PREFIX "${name}: "
-    PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600 ${lock} FAIL_REGULAR_EXPRESSION "test cases: +0")
+    PROPERTIES ${properties})
 endfunction()

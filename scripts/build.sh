@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Sets up and builds one preset or all of them:
 #   scripts/build.sh [native|native-release|quick|fuzz|win64|win32|all] [TARGET...]
-# Without an argument: win64, the product for 64-bit hosts (build/win64/tdefault.dll).
+# Without an argument: win64, the product for 64-bit hosts (build/win64/tdefault.dll). Building the tests of
+# win32 takes a 32-bit Wine, which scripts/setup-wine32.sh sets up; where there can be none, only what
+# a shop installs is built.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
@@ -24,6 +26,7 @@ build() {
     cat "build/$preset.configure.log" >&2
     return 1
   fi
+  if [ "$preset $*" = 'win32 ' ] && ! scripts/setup-wine32.sh; then set -- product; fi
   cmake --build --preset "$preset" ${1:+--target "$@"}
 }
 

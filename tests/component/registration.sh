@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# registration.sh register|unregister EMULATOR STATE_FOLDER DLL...: the fixture of the component
-# tests. Registers the DLLs; unregisters them, in a damaged state, next to the other bitness and
-# twice. Looks for what is theirs only: any program may register classes of its own meanwhile.
+# registration.sh register|unregister BITS EMULATOR STATE_FOLDER DLL...: the fixture of the component
+# tests. Registers the DLLs of 64 or 32 bits; unregisters them, in a damaged state, next to the other
+# bitness and twice. Looks for what is theirs only: any program may register classes of its own meanwhile.
 set -euo pipefail
-action=$1 emulator=$2 state=$3
-shift 3
+action=$1 own=win$2 other=win$((96 - $2)) emulator=$3 state=$4
+shift 4
 
 library={708AC166-84DC-11D4-B262-0050DA5596B9}
 version="HKCR\\TypeLib\\$library\\68.0"
@@ -80,13 +80,13 @@ expect_other_bitness_kept() {
   local language=$1
   shift
   register_all "$@"
-  run reg add "$version\\$language\\win32" /ve /d 'C:\other\tdefault.dll' /f >/dev/null
+  run reg add "$version\\$language\\$other" /ve /d 'C:\other\tdefault.dll' /f >/dev/null
   unregister_all "$@"
   run reg query "$version" /ve | grep -q 'REG_SZ' || fail "the library's name went"
   run reg query "$version\\FLAGS" >/dev/null || fail "the library's flags went"
-  run reg query "$version\\$language\\win32" >/dev/null || fail "the other bitness went"
-  ! run reg query "$version\\$language\\win64" >/dev/null 2>&1 || fail "our own bitness stayed"
-  run reg delete "$version\\$language\\win32" /f >/dev/null
+  run reg query "$version\\$language\\$other" >/dev/null || fail "the other bitness went"
+  ! run reg query "$version\\$language\\$own" >/dev/null 2>&1 || fail "our own bitness stayed"
+  run reg delete "$version\\$language\\$other" /f >/dev/null
   unregister_all "$@"
   expect_none
 }

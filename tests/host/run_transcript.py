@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Plays a transcript of tovocfg and the script samples against a copy of the sample shop.
 
-    run_transcript.py BUILD_FOLDER TRANSCRIPT [--update]
+    run_transcript.py EMULATOR BUILD_FOLDER TRANSCRIPT [--update]
 
 A transcript is a text file. A line "$ COMMAND" runs something; the lines below it, up to the next
 command or blank-then-comment, are what must come back: standard output as it is, standard error
@@ -52,13 +52,6 @@ SHOP = os.path.join(ROOT, "samples", "shop")
 INI_FILES = (("workstation", "TOVO"), ("data", "TOVOGBL"))
 TIMEOUT_SECONDS = 120
 
-# As scripts/wine.sh runs a program, but with its own standard error.
-WINE = ["bash", "-c", 'root=$1; shift; . "$root/scripts/wine-environment.sh"; exec wine "$@"', "wine",
-        ROOT]
-# What a machine without 32-bit Wine says at every start.
-WINE_NOISE = re.compile("wine32 is missing|multiarch needs|apt-get install wine32|"
-                        "dpkg --add-architecture|^$")
-
 CLASS_ID = "{3C43CF6B-9492-11D4-B262-0050DA5596B9}"
 CLASS_KEYS = {"HKLM\\Software\\Classes\\TovoDefaults.Options": ("CLSID", CLASS_ID),
               "HKLM\\Software\\Classes\\CLSID\\" + CLASS_ID: ("InprocServer32", None)}
@@ -74,7 +67,7 @@ MARKED = r"\1{user}\2{day}\3{time}"
 
 ASSEMBLY = """<?xml version="1.0" encoding="UTF-8"?>
 <assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0">
-  <assemblyIdentity type="win32" name="TovoDefaults" version="1.0.0.0" processorArchitecture="amd64"/>
+  <assemblyIdentity type="win32" name="TovoDefaults" version="1.0.0.0" processorArchitecture="ARCHITECTURE"/>
   <file name="tdefault.dll">
     <comClass clsid="{3C43CF6B-9492-11D4-B262-0050DA5596B9}" progid="TovoDefaults.Options"
               threadingModel="Apartment" tlbid="{708AC166-84DC-11D4-B262-0050DA5596B9}"/>
@@ -84,9 +77,9 @@ ASSEMBLY = """<?xml version="1.0" encoding="UTF-8"?>
 """
 APPLICATION = """<?xml version="1.0" encoding="UTF-8"?>
 <assembly xmlns="urn:schemas-microsoft-com:asm.v1" manifestVersion="1.0">
-  <assemblyIdentity type="win32" name="ScriptHost" version="1.0.0.0" processorArchitecture="amd64"/>
+  <assemblyIdentity type="win32" name="ScriptHost" version="1.0.0.0" processorArchitecture="ARCHITECTURE"/>
   <dependency><dependentAssembly>
-    <assemblyIdentity type="win32" name="TovoDefaults" version="1.0.0.0" processorArchitecture="amd64"/>
+    <assemblyIdentity type="win32" name="TovoDefaults" version="1.0.0.0" processorArchitecture="ARCHITECTURE"/>
   </dependentAssembly></dependency>
 </assembly>
 """
@@ -95,8 +88,12 @@ APPLICATION = """<?xml version="1.0" encoding="UTF-8"?>
 class Machine:
     """A copy of the sample shop and of the programs, on drive C: of the project's Wine prefix."""
 
-    def __init__(self, build, name):
-        prefix = os.environ.get("TDEFAULT_WINEPREFIX") or os.path.join(ROOT, "build", "wineprefix")
+    def __init__(self, emulator, build, name):
+        self.emulator = emulator
+        self.bits = bits_of(os.path.join(build, "tovocfg.exe"))
+        suffix = "32" if self.bits == 32 else ""
+        prefix = (os.environ.get("TDEFAULT_WINEPREFIX" + suffix)
+                  or os.path.join(ROOT, "build", "wineprefix" + suffix))
         self.environment = {}
         # Makes the prefix when there is none yet.
         self.run_program(["cmd", "/c", "exit"])
@@ -105,7 +102,6 @@ class Machine:
         self.holders = []
         self.kit_registered = False
         self.class_saved = None
-        self.bits = bits_of(os.path.join(build, "tovocfg.exe"))
         self.remembered = None
         shutil.rmtree(self.folder, ignore_errors=True)
         for part in ("data", "workstation"):
@@ -130,7 +126,7 @@ class Machine:
                 file.write(text)
         for name, text in (("TovoDefaults.manifest", ASSEMBLY), ("cscript.exe.manifest", APPLICATION)):
             with open(os.path.join(programs, name), "w") as file:
-                file.write(text)
+                file.write(text.replace("ARCHITECTURE", "amd64" if self.bits == 64 else "x86"))
 
     def path(self, name):
         return os.path.join(self.folder, *name.split("/"))
@@ -151,14 +147,13 @@ class Machine:
         # its output open long after the program has ended.
         with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as problems:
             environment = dict(os.environ, LC_ALL="C.UTF-8", **self.environment)
-            done = subprocess.run([*WINE, *command], stdin=subprocess.DEVNULL, stdout=out,
+            done = subprocess.run([self.emulator, *command], stdin=subprocess.DEVNULL, stdout=out,
                                   stderr=problems, timeout=TIMEOUT_SECONDS, env=environment,
                                   check=False)
             out.seek(0)
             problems.seek(0)
             lines = text_lines(out.read(), encoding)
-            lines += ["! " + line for line in text_lines(problems.read(), encoding)
-                      if not WINE_NOISE.search(line)]
+            lines += ["! " + line for line in text_lines(problems.read(), encoding) if line]
         return lines + ([f"[exit {done.returncode}]"] if done.returncode else [])
 
     def script(self, verb, words):
@@ -264,7 +259,7 @@ class Machine:
 
     def hold(self, name, *how):
         holder = subprocess.Popen(
-            [*WINE, self.here + "\\programs\\hold_file.exe",
+            [self.emulator, self.here + "\\programs\\hold_file.exe",
              self.here + "\\" + name.replace("/", "\\"), *how],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.holders.append(holder)
@@ -381,11 +376,11 @@ def play(machine, text):
 
 
 def main():
-    build, transcript = os.path.abspath(sys.argv[1]), sys.argv[2]
+    emulator, build, transcript = sys.argv[1], os.path.abspath(sys.argv[2]), sys.argv[3]
     with open(transcript, encoding="utf-8") as file:
         expected = file.read()
     name = os.path.splitext(os.path.basename(transcript))[0]
-    machine = Machine(build, f"{os.path.basename(build)}-{name}")
+    machine = Machine(emulator, build, f"{os.path.basename(build)}-{name}")
     try:
         played = play(machine, expected)
     finally:

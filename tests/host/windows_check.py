@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Plays hosts/windows-check/windows-check.vbs under Wine, where the library is registered.
 
-    windows_check.py
+    windows_check.py EMULATOR
 
 It has to run to its summary with every promise kept, to tell of each check what it saw or why it
 could not look, to leave neither its copy nor a trace in the sample shop, to fail where a promise is
@@ -19,12 +19,12 @@ import tempfile
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 PROGRAM = os.path.join(ROOT, "hosts", "windows-check", "windows-check.vbs")
 SHOP = os.path.join(ROOT, "samples", "shop")
-PREFIX = os.environ.get("TDEFAULT_WINEPREFIX") or os.path.join(ROOT, "build", "wineprefix")
+# scripts/wine.sh or scripts/wine32.sh, each with a prefix of its own.
+EMULATOR = sys.argv[1]
+SUFFIX = "32" if os.path.basename(EMULATOR) == "wine32.sh" else ""
+PREFIX = (os.environ.get("TDEFAULT_WINEPREFIX" + SUFFIX)
+          or os.path.join(ROOT, "build", "wineprefix" + SUFFIX))
 TIMEOUT_SECONDS = 900
-
-# As scripts/wine.sh runs a program.
-WINE = ["bash", "-c", 'root=$1; shift; . "$root/scripts/wine-environment.sh"; exec wine "$@"', "wine",
-        ROOT]
 
 LINE = re.compile(r"(\d+)\.(\d+) (.*) \[(ok|FAILED|seen|not here)\]$")
 SUMMARY = re.compile(r"Summary: (\d+) ok, (\d+) FAILED, (\d+) seen, (\d+) not available here\.$")
@@ -64,7 +64,7 @@ def run(*arguments):
     """Exit code and lines of the program."""
     # Into a file: a session's first program starts others that keep its output open.
     with tempfile.TemporaryFile() as out:
-        done = subprocess.run([*WINE, "cscript", "//nologo", windows_path(PROGRAM), *arguments],
+        done = subprocess.run([EMULATOR, "cscript", "//nologo", windows_path(PROGRAM), *arguments],
                               stdin=subprocess.DEVNULL, stdout=out, stderr=subprocess.DEVNULL,
                               timeout=TIMEOUT_SECONDS, check=False)
         out.seek(0)

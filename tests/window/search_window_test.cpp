@@ -92,15 +92,14 @@ struct Resources {
   DWORD counted_user = GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS);
 };
 
+BOOL CALLBACK CountIfVisible(HWND window, LPARAM counter) {
+  *std::bit_cast<std::size_t*>(counter) += IsWindowVisible(window) != 0 ? 1U : 0U;
+  return TRUE;
+}
+
 std::size_t WindowsOfThread() {
   std::size_t count = 0;
-  EnumThreadWindows(
-      GetCurrentThreadId(),
-      [](HWND window, LPARAM counter) {
-        *std::bit_cast<std::size_t*>(counter) += IsWindowVisible(window) != 0 ? 1U : 0U;
-        return TRUE;
-      },
-      std::bit_cast<LPARAM>(&count));
+  EnumThreadWindows(GetCurrentThreadId(), CountIfVisible, std::bit_cast<LPARAM>(&count));
   return count;
 }
 

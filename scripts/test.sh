@@ -1,19 +1,22 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs every test: scripts/test.sh [quick]
+# Sets up, builds and runs every test: scripts/test.sh [quick|win32]
 #   quick  the tests of each portable layer and the style rules only, without sanitizers and clang-tidy
-# The last line counts the tests: "N passed, N failed".
+#   win32  the tests of the 32-bit library and programs only
+# The tests of 32 bits need a 32-bit Wine (scripts/setup-wine32.sh); where there can be none they are
+# skipped, with the reason, or fail with TDEFAULT_REQUIRE_WIN32=1.
+# The last line counts the tests: "N passed, N failed", and ", N skipped" when some were.
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 tier=${1:-full}
 case $tier in
-  quick | full) ;;
+  quick | win32 | full) ;;
   --help)
-    echo "usage: scripts/test.sh [quick]"
+    echo "usage: scripts/test.sh [quick|win32]"
     exit 0
     ;;
   *)
-    echo "usage: scripts/test.sh [quick]" >&2
+    echo "usage: scripts/test.sh [quick|win32]" >&2
     exit 2
     ;;
 esac
@@ -21,7 +24,25 @@ esac
 passed=0
 failed=0
 skipped=0
+summary=()
+notes=()
 failures=()
+
+# The labels of the tests that meet the built library and programs as a host does. Each case of theirs
+# runs in 64 and in 32 bits.
+host_labels='^(component|host|typelib|window|stress)$'
+
+# Adds counts: count NAME PASSED FAILED SKIPPED
+count() {
+  summary+=("$1: $2 passed, $3 failed, $4 skipped")
+  passed=$((passed + $2)) failed=$((failed + $3)) skipped=$((skipped + $4))
+}
+
+# Adds a failure that is not a test's own: fail TEXT
+fail() {
+  failures+=("$1")
+  failed=$((failed + 1))
+}
 
 # Runs a preset's tests and adds its counts: run_tests NAME CTEST-ARGUMENT...
 run_tests() {
@@ -40,7 +61,7 @@ run_tests() {
     failures+=("$name: $log")
   fi
   echo "$name: $ok passed, $bad failed, $skip skipped"
-  passed=$((passed + ok)) failed=$((failed + bad)) skipped=$((skipped + skip))
+  count "$name" "$ok" "$bad" "$skip"
 }
 
 # Builds a preset; a failure counts as one failed test and its tests are not run.
@@ -48,42 +69,101 @@ build() {
   echo "== build: $*"
   if scripts/build.sh "$@" >"build/$1.build.log" 2>&1; then return 0; fi
   tail -n 60 "build/$1.build.log"
-  failures+=("build $1: $root/build/$1.build.log")
-  failed=$((failed + 1))
+  fail "build $1: $root/build/$1.build.log"
   return 1
 }
 
 # Makes the prefix and begins the session with one program alone: of two that do so at the same time
 # one may not start.
 start_wine() {
-  local attempt
+  local program=$1 attempt
   for attempt in 1 2 3; do
-    if timeout 300 scripts/wine.sh cmd /c exit >/dev/null 2>&1 </dev/null; then return 0; fi
+    if timeout 300 "scripts/$program" cmd /c exit >/dev/null 2>&1 </dev/null; then return 0; fi
     sleep "$attempt"
   done
-  failures+=("Wine does not start: scripts/wine.sh cmd /c exit")
-  failed=$((failed + 1))
+  fail "Wine does not start: scripts/$program cmd /c exit"
   return 1
 }
 
+# The names of the host-level tests of a preset, sorted.
+host_cases() {
+  ctest --test-dir "build/$1" -N -L "$host_labels" 2>/dev/null |
+    sed -n 's/^ *Test *#[0-9]*: //p' | sort >"build/$1.host-cases"
+}
+
+# Whether 64 and 32 bits have the same host-level tests; one that the other lacks is a failure.
+compare_host_cases() {
+  host_cases win64
+  host_cases win32
+  local each only_64 only_32
+  mapfile -t only_64 < <(comm -23 build/win64.host-cases build/win32.host-cases)
+  mapfile -t only_32 < <(comm -13 build/win64.host-cases build/win32.host-cases)
+  notes+=("host-level tests: $(wc -l <build/win64.host-cases) in 64 bits, $(wc -l <build/win32.host-cases) in 32 bits")
+  for each in ${only_64[@]+"${only_64[@]}"}; do fail "no test in 32 bits: $each"; done
+  for each in ${only_32[@]+"${only_32[@]}"}; do fail "no test in 64 bits: $each"; done
+}
+
+# What is skipped without a 32-bit Wine: skip_win32 REASON
+skip_win32() {
+  local number=1
+  if [ -e build/win64/CTestTestfile.cmake ]; then
+    host_cases win64
+    number=$(wc -l <build/win64.host-cases)
+  fi
+  if [ "${TDEFAULT_REQUIRE_WIN32:-}" = 1 ]; then
+    fail "win32: no test ran: $1"
+    return 0
+  fi
+  count win32 0 0 "$number"
+  notes+=("win32: skipped, the library and tovocfg are built only: $1")
+}
+
+run_win32() {
+  local reason
+  # Whoever waited for the other's set-up finds it done.
+  if ! reason=$(scripts/setup-wine32.sh); then
+    skip_win32 "$(tail -n 1 <<<"$reason")"
+    return 0
+  fi
+  build win32 && start_wine wine32.sh && run_tests win32
+}
+
+run_all() {
+  # What native builds do not need is installed meanwhile.
+  (scripts/setup.sh && scripts/setup-wine32.sh) >build/setup.log 2>&1 &
+  local setup=$!
+  build native && run_tests native
+  wait "$setup"
+  grep '^setup' build/setup.log
+  # The tests of the 64-bit tree look into the files of both.
+  build win32 product
+  if build win64 && start_wine wine.sh; then run_tests win64; fi
+  run_win32
+  if [ -e build/win32.test.log ]; then compare_host_cases; fi
+}
+
 mkdir -p build
-setup=()
-if [ "$tier" = quick ]; then setup=(native); fi
+rm -f build/win32.test.log
+setup=(native)
+if [ "$tier" = win32 ]; then setup=(); fi
 if ! scripts/setup.sh ${setup[@]+"${setup[@]}"}; then
   echo "0 passed, 1 failed"
   exit 1
 fi
-if [ "$tier" = quick ]; then
-  build quick && run_tests quick -L quick
-else
-  trap scripts/stop-wine.sh EXIT
-  # 32-bit programs do not run here; the library and the host program are built, and the tests of
-  # the 64-bit tree read the library's type library and import table.
-  build native && run_tests native
-  build win32 product
-  build win64 && start_wine && run_tests win64
-fi
+case $tier in
+  quick) build quick && run_tests quick -L quick ;;
+  win32)
+    trap scripts/stop-wine.sh EXIT
+    build win32 product && run_win32
+    ;;
+  full)
+    trap scripts/stop-wine.sh EXIT
+    run_all
+    ;;
+esac
 
+echo
+for each in ${summary[@]+"${summary[@]}"} ${notes[@]+"${notes[@]}"}; do echo "$each"; done
 for each in ${failures[@]+"${failures[@]}"}; do echo "failed: $each"; done
 if [ $skipped -gt 0 ]; then
   echo "$passed passed, $failed failed, $skipped skipped"

@@ -1,6 +1,8 @@
 #include "host.h"
 
 #include <array>
+#include <filesystem>
+#include <system_error>
 
 namespace tdefault::component {
 
@@ -28,16 +30,10 @@ void CopyFolder(const std::wstring& from, const std::wstring& to) {
   FindClose(search);
 }
 
+// With all that is in it.
 void RemoveFolder(const std::wstring& folder) {
-  WIN32_FIND_DATAW found;
-  const HANDLE search = FindFirstFileW((folder + L"\\*").c_str(), &found);
-  if (search == INVALID_HANDLE_VALUE) return;
-  do {
-    if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
-      DeleteFileW((folder + L"\\" + found.cFileName).c_str());
-  } while (FindNextFileW(search, &found) != 0);
-  FindClose(search);
-  RemoveDirectoryW(folder.c_str());
+  std::error_code ignored;
+  std::filesystem::remove_all(folder, ignored);
 }
 
 std::wstring ProgramFolder() {
@@ -70,16 +66,14 @@ Shop::Shop() {
   std::array<wchar_t, MAX_PATH> temporary{};
   GetTempPathW(MAX_PATH, temporary.data());
   folder_ = temporary.data() + UniqueName(L"tdefault-shop-");
+  // What a process of the same number that was ended left.
+  RemoveFolder(folder_);
   REQUIRE(CreateDirectoryW(folder_.c_str(), nullptr) != 0);
   CopyFolder(SampleFolder() + L"\\data", data());
   CopyFolder(SampleFolder() + L"\\workstation", folder_ + L"\\workstation");
 }
 
-Shop::~Shop() {
-  RemoveFolder(data());
-  RemoveFolder(folder_ + L"\\workstation");
-  RemoveFolder(folder_);
-}
+Shop::~Shop() { RemoveFolder(folder_); }
 
 std::wstring UniqueName(const wchar_t* prefix) {
   static int count = 0;

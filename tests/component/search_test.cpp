@@ -49,7 +49,10 @@ StartUp StartWithout(const Shop& shop, const std::function<void(User&)>& acts) {
     const bool seen = user.SeeDialog();
     CHECK(seen);
     if (seen) acts(user);
-    CHECK(WaitUntil([&] { return user.DialogIsGone(); }));
+    const bool gone = WaitUntil([&] { return user.DialogIsGone(); });
+    CHECK(gone);
+    // Initialize would wait for an answer for ever.
+    if (!gone) user.ClickCorner();
   });
   StartUp start_up;
   start_up.result = options->Initialize(&start_up.ready);
@@ -65,8 +68,11 @@ void CheckFailedQuietly(const StartUp& start_up) {
   CHECK(TakeErrorInformation().description == "");
 }
 
+// The keyboard is the list's again as the last of all.
 bool SearchIsOver(const User& user) {
-  return WaitUntil([&] { return user.IsVisible(IDOK) && user.IsEnabled(IDOK); });
+  return WaitUntil([&] {
+    return user.IsVisible(IDOK) && user.IsEnabled(IDOK) && user.Focus() == user.Control(IDC_LIST);
+  });
 }
 
 // The row of the shop's data folder; -1 when it was not found.

@@ -42,7 +42,7 @@ TEST_CASE("a font is put together from the keys that it is spread over") {
                  "ReportFontColor=4\r\n") == "Arial|9|0|1|2|3|4");
 }
 
-TEST_CASE("a part of a font without a key is empty; without any the font is not known") {
+TEST_CASE("a part of a font without a key is empty, and without any the font is not known") {
   CHECK(FontFrom("[Windows]\r\nReportFontBold=1\r\n") == "Arial|||||1|");
   CHECK(FontFrom("[Windows]\r\nReportFont=Arial\r\n").empty());
   CHECK(FontFrom("[Windows]\r\nReportFontBold=1\r\n", kNotFound).empty());

@@ -42,6 +42,15 @@ def folders_of_tests(folder, names):
     return names if os.path.basename(folder).lower() == "temp" else []
 
 
+def start(command, attempts=3, **settings):
+    """Runs a Windows program that does nothing but end well. On a busy machine a start of Wine may
+    fail without a word; nothing has happened then."""
+    for attempt in range(attempts):
+        done = subprocess.run(command, check=attempt == attempts - 1, **settings)
+        if done.returncode == 0:
+            return
+
+
 class Shop:
     def __init__(self, build, name):
         self.build = os.path.abspath(build)
@@ -51,8 +60,8 @@ class Shop:
         shutil.rmtree(self.work, ignore_errors=True)
         os.makedirs(self.work)
         # Makes the prefix of the project when there is none yet.
-        subprocess.run([os.path.join(ROOT, "scripts", "wine.sh"), "cmd", "/c", "exit"], check=True,
-                       stdin=subprocess.DEVNULL, timeout=600, stdout=subprocess.DEVNULL)
+        start([os.path.join(ROOT, "scripts", "wine.sh"), "cmd", "/c", "exit"],
+              stdin=subprocess.DEVNULL, timeout=600, stdout=subprocess.DEVNULL)
         shutil.copytree(os.environ.get("TDEFAULT_WINEPREFIX") or
                         os.path.join(ROOT, "build", "wineprefix"), self.prefix, symlinks=True,
                         copy_function=copy_or_link, ignore=folders_of_tests)
@@ -70,10 +79,9 @@ class Shop:
         """A server that stays between programs, and Wine's services, which keep the output of the
         program open that starts them."""
         quiet = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL,
-                 "stderr": subprocess.DEVNULL, "env": self.environment, "check": True}
-        subprocess.run(["wineserver", f"-p{TIMEOUT_SECONDS}"], timeout=TIMEOUT_SECONDS, **quiet)
-        subprocess.run([*WINE, "rundll32", "user32.dll,MessageBeep"],
-                       timeout=TIMEOUT_SECONDS, **quiet)
+                 "stderr": subprocess.DEVNULL, "env": self.environment, "timeout": TIMEOUT_SECONDS}
+        subprocess.run(["wineserver", f"-p{TIMEOUT_SECONDS}"], check=True, **quiet)
+        start([*WINE, "rundll32", "user32.dll,MessageBeep"], **quiet)
 
     def install(self):
         """As an installer does; also after an example that has removed the products."""

@@ -143,6 +143,17 @@ class Machine:
 
     def run_program(self, command, encoding="utf-8"):
         """Its output as lines of a transcript."""
+        for _ in range(3):
+            status, output, problems = self.outcome(command)
+            # On a busy machine a start of Wine fails now and then without a word. What transcripts
+            # run says why it fails.
+            if status != 1 or output or problems:
+                break
+        lines = text_lines(output, encoding)
+        lines += ["! " + line for line in text_lines(problems, encoding) if line]
+        return lines + ([f"[exit {status}]"] if status else [])
+
+    def outcome(self, command):
         # Into files, not pipes: what the first program of a session starts in the background keeps
         # its output open long after the program has ended.
         with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as problems:
@@ -152,9 +163,7 @@ class Machine:
                                   check=False)
             out.seek(0)
             problems.seek(0)
-            lines = text_lines(out.read(), encoding)
-            lines += ["! " + line for line in text_lines(problems.read(), encoding) if line]
-        return lines + ([f"[exit {done.returncode}]"] if done.returncode else [])
+            return done.returncode, out.read(), problems.read()
 
     def script(self, verb, words):
         kind = verb.removeprefix("plain_")

@@ -75,7 +75,7 @@ std::string StateOf(const FileBefore& before) {
   if (!then.empty()) return "could not be read before the save: " + then;
   return now.bytes == before.content.bytes
              ? "as before the save"
-             : "not as before the save; what it held then is in the file tov*.tmp beside it";
+             : "not as before the save; 'tovocfg doctor' tells where its content from before is";
 }
 
 // Why nothing was saved, and in which state the files are.

@@ -1,7 +1,7 @@
 ' Shows how the library and Windows get along on this machine, on a throw-away copy of the sample shop.
 ' docs/windows-check.md explains how to run it and what its lines mean.
 '
-'   cscript //nologo windows-check.vbs [/only:N,N] [/shop:FOLDER] [/report:FILE] [/boxes]
+'   cscript //nologo windows-check.vbs [/only:N,N] [/shop:FOLDER] [/report:FILE] [/kit] [/boxes]
 '
 ' Ends with 0 when everything that the library promises holds, 1 when something does not, 2 for wrong
 ' arguments and when there is nothing to check: no library, no sample shop, no room for a copy.
@@ -12,7 +12,8 @@
 ' process that keeps a file busy.
 Option Explicit
 
-Const LAST_CHECK = 20
+Const LAST_CHECK = 22
+Const KIT_CHECK = 21, BOX_CHECK = 22          ' those that are asked for
 Const MARKER = "windows-check.marker"     ' stands in every folder that this program may change
 Const SAMPLE_MARK = "WorkstationName=FRONT DESK 2"
 Const PATIENCE = 60                       ' seconds that another process is waited for
@@ -23,13 +24,16 @@ Const FOR_READING = 1, FOR_APPENDING = 8
 Const READ_ONLY = 1, SETTABLE = 39        ' of a file's attributes
 Const CLASS_ID = "{3C43CF6B-9492-11D4-B262-0050DA5596B9}"
 Const LIBRARY_ID = "{708AC166-84DC-11D4-B262-0050DA5596B9}"
+Const KIT_KEY = "HKCU\Software\VB and VBA Program Settings\Tovo\Modules\KitProgram\"
 
 Dim fso, shell
-Dim argShop, argOnly, argReport, argBoxes, argChild, argHold, argFile, argSignal, argOut, argId
+Dim argShop, argOnly, argReport, argKit, argBoxes, argChild, argHold, argFile, argSignal, argOut, argId
 Dim workFolder                            ' the copy; empty before it is made
 Dim report                                ' the report file, or Nothing
 Dim checkNumber, lineNumber, okCount, failedCount, seenCount, notHereCount
 Dim runNumber, holders, ids, eventLog, shopSource, folderBefore
+Dim driveReturn                           ' the command that gives a borrowed drive letter back
+Dim kitWritten                            ' whether a kit program is registered by this program
 Dim knownLocal, knownGlobal               ' both INI files of a shop before one is held
 
 Set fso = CreateObject("Scripting.FileSystemObject")
@@ -72,7 +76,7 @@ Function Main
   End If
   CleanUp
   If trouble <> "" Then
-    WScript.Echo "windows-check: " & trouble
+    Tell "windows-check: " & trouble
     Exit Function
   End If
   Tell "Summary: " & okCount & " ok, " & failedCount & " FAILED, " & seenCount & " seen, " & _
@@ -96,6 +100,7 @@ Function ReadArguments
     End If
     Select Case name
       Case "/?", "-?", "/h", "/help", "--help": ReadArguments = "help": Exit Function
+      Case "/kit":     argKit = "yes"
       Case "/boxes":   argBoxes = "yes"
       Case "/only:":   argOnly = value
       Case "/shop:":   argShop = value
@@ -129,10 +134,11 @@ End Function
 
 Sub ShowHelp
   WScript.Echo "Shows how the library and Windows get along, on a throw-away copy of the sample shop."
-  WScript.Echo "  cscript //nologo windows-check.vbs [/only:N,N] [/shop:FOLDER] [/report:FILE] [/boxes]"
+  WScript.Echo "  cscript //nologo windows-check.vbs [/only:N,N] [/shop:FOLDER] [/report:FILE] [/kit] [/boxes]"
   WScript.Echo "/only:N,N     only the checks of these numbers, 1 to " & LAST_CHECK
   WScript.Echo "/shop:FOLDER  the sample shop, when it is not beside this program; it is copied, not changed"
   WScript.Echo "/report:FILE  writes the lines into a file as well, as Unicode text"
+  WScript.Echo "/kit          registers a kit program for this user, for the length of one check"
   WScript.Echo "/boxes        shows the library's message boxes too; somebody has to answer them"
   WScript.Echo "Run it with both script hosts of a 64-bit Windows:"
   WScript.Echo "  %SystemRoot%\System32\cscript.exe and %SystemRoot%\SysWOW64\cscript.exe"
@@ -140,7 +146,9 @@ Sub ShowHelp
 End Sub
 
 Function Wanted(number)
-  Wanted = argOnly = "" And (number < LAST_CHECK Or argBoxes <> "")
+  Wanted = argOnly = ""
+  If number = KIT_CHECK Then Wanted = Wanted And argKit <> ""
+  If number = BOX_CHECK Then Wanted = Wanted And argBoxes <> ""
   If argOnly <> "" Then Wanted = InStr("," & Replace(argOnly, " ", "") & ",", "," & number & ",") > 0
 End Function
 
@@ -152,6 +160,8 @@ Function Prepare
   runNumber = 0
   holders = ""
   workFolder = ""
+  driveReturn = ""
+  kitWritten = False
   If LCase(fso.GetFileName(WScript.FullName)) = "wscript.exe" Then
     Prepare = "Run it with cscript, which writes into the console: cscript //nologo windows-check.vbs"
     Exit Function
@@ -160,7 +170,7 @@ Function Prepare
   Set options = CreateObject("TovoDefaults.Options")
   If Err.Number <> 0 Then
     Prepare = "The library is not registered for this script host (" & Err.Description & _
-        "). Register the library of its bitness: regsvr32 tdefault.dll"
+        "). Install the package of its bitness, or register the library as administrator: regsvr32 tdefault.dll"
     Exit Function
   End If
   Set options = Nothing
@@ -185,7 +195,36 @@ Function Prepare
   fso.CreateFolder workFolder
   WriteText workFolder & "\" & MARKER, "A copy made by windows-check.vbs; it may be deleted." & vbCrLf
   fso.CopyFile WScript.ScriptFullName, workFolder & "\windows-check.vbs"
-  Tell "windows-check: the copy is in " & workFolder
+  Prepare = FolderProblem
+  If Prepare = "" Then Tell "windows-check: the copy is in " & workFolder
+End Function
+
+' Empty text, or why nothing can be shown in the copy: INI files that cannot name it, or a policy that
+' forbids batch files or scripts there, without which most checks would fail for no fault of the library.
+Function FolderProblem
+  FolderProblem = ""
+  If Not IsNarrow(workFolder) Then
+    FolderProblem = "The temporary folder, " & workFolder & ", has letters that INI files of this system " & _
+        "cannot hold. Let the variable TEMP name another folder, and run it again."
+    Exit Function
+  End If
+  RunLines "echo runs> batch.txt"
+  If Not fso.FileExists(workFolder & "\batch.txt") Then
+    FolderProblem = "Batch files do not run in " & workFolder & ". A policy may forbid them there: let the " & _
+        "variable TEMP name a folder where they run."
+  ElseIf ChildWith("", WScript.FullName, "/child:hello") <> "hello" Then
+    FolderProblem = "Scripts do not run in " & workFolder & ". A policy may forbid them there: let the " & _
+        "variable TEMP name a folder where they run."
+  End If
+End Function
+
+' Whether the system's code page has all characters of a text.
+Function IsNarrow(text)
+  IsNarrow = False
+  On Error Resume Next
+  WriteText workFolder & "\narrow.txt", text
+  If Err.Number = 0 Then IsNarrow = ReadText(workFolder & "\narrow.txt") = text
+  Err.Clear
 End Function
 
 Function OpenReport
@@ -226,9 +265,8 @@ End Function
 Sub CleanUp
   Dim attempt
   On Error Resume Next
-  ReleaseHolders
-  shell.CurrentDirectory = folderBefore
   If workFolder = "" Then Exit Sub
+  GiveBack
   For attempt = 1 To 20
     Err.Clear
     fso.DeleteFolder workFolder, True
@@ -337,8 +375,17 @@ Sub RunCheck(number)
     Promise "the check runs to its end", failure, False
   End If
   Err.Clear
+  GiveBack
+End Sub
+
+' What a check borrowed goes back however it ended: files, the current folder, a drive letter, the
+' registration of a kit program.
+Sub GiveBack
+  On Error Resume Next
   ReleaseHolders
   shell.CurrentDirectory = folderBefore
+  ReturnDrive
+  RemoveKitProgram
   Err.Clear
 End Sub
 
@@ -348,8 +395,8 @@ Function Title(number)
       "INI files: what is read", "INI files: marks and line ends", "INI files: what a save leaves", _
       "Values", "What a save keeps", "Comments of INI files", "Read-only files and folders", _
       "Missing files", "Files that another process holds", "Locks of records", "Folders", _
-      "A bare INI file name", "32 and 64 bits", "The FoxPro provider", "Unloading", _
-      "Message boxes and the search dialog")
+      "Names of INI files without a folder", "32 and 64 bits", "The FoxPro provider", _
+      "Unloading and handles", "Deleted definitions", "The kit program", "Message boxes and the search dialog")
   Title = titles(number)
 End Function
 
@@ -374,7 +421,9 @@ Sub CallCheck(number)
     Case 17: CheckBitness
     Case 18: CheckProvider
     Case 19: CheckUnloading
-    Case 20: CheckBoxes
+    Case 20: CheckDeleted
+    Case 21: CheckKitProgram
+    Case 22: CheckBoxes
   End Select
 End Sub
 
@@ -510,12 +559,13 @@ Function ChildWith(settings, host, arguments)
 End Function
 
 ' Starts a process that keeps a file (relative to the copy) busy, and waits until it does. True when it
-' does. Kinds: "write", a script host writing to it; "alone", nobody else may open it; "records", the
-' bytes are locked that stand for records 1 to 1000 of a table; "edit", a row that the provider edits.
+' does. Kinds: "write", a script host writing to it; "alone", nobody else may open it; "bytes", its first
+' bytes are locked; "records", the bytes are locked that stand for records 1 to 1000 of a table; "edit", a
+' row that the provider edits.
 Function Hold(kind, file, host)
   Dim signal, command
   signal = "hold-" & (runNumber + 1)
-  If kind = "alone" Or kind = "records" Then
+  If kind = "alone" Or kind = "bytes" Or kind = "records" Then
     WriteHoldingProgram
     command = "powershell.exe -NoProfile -NonInteractive -ExecutionPolicy Bypass -File hold.ps1 " & kind & _
         " """ & file & """ " & signal
@@ -573,10 +623,12 @@ Sub WriteHoldingProgram
   If fso.FileExists(workFolder & "\hold.ps1") Then Exit Sub
   ' Record n of a table is locked by the byte 0x7FFFFFFE - n.
   WriteText workFolder & "\hold.ps1", Lines("param([string]$kind, [string]$file, [string]$signal)|" & _
+      "$ErrorActionPreference = 'Stop'|" & _
       "$share = if ($kind -eq 'alone') { 'None' } else { 'ReadWrite' }|" & _
-      "$path = (Resolve-Path $file).Path|" & _
+      "$path = (Resolve-Path -LiteralPath $file).Path|" & _
       "$stream = [IO.File]::Open($path, 'Open', 'ReadWrite', $share)|" & _
       "if ($kind -eq 'records') { $stream.Lock(0x7FFFFFFE - 1000, 1000) }|" & _
+      "if ($kind -eq 'bytes') { $stream.Lock(0, 64) }|" & _
       "Set-Content ""$signal.held"" 'held'|" & _
       "$until = (Get-Date).AddSeconds(300)|" & _
       "while (-not (Test-Path ""$signal.release"") -and (Get-Date) -lt $until) " & _
@@ -766,6 +818,14 @@ End Function
 ' The answer to /child:. /file: names the shop, relative to the copy.
 Function ChildText
   Dim connection, options, start, answer
+  If argChild = "hello" Then
+    ChildText = "hello"
+    Exit Function
+  End If
+  If argChild = "tables" Then
+    ChildText = TablesOf(workFolder & "\" & argFile & "\data")
+    Exit Function
+  End If
   If argChild = "provider" Then
     On Error Resume Next
     Set connection = CreateObject("ADODB.Connection")
@@ -787,6 +847,7 @@ Function ChildText
   Select Case argChild
     Case "dump":   ChildText = DumpOf(options)
     Case "change": ChildText = ChangesOf(options)
+    Case "handles": ChildText = HandlesOf(options)
     Case "delete"
       start = Seconds
       answer = options.DeleteOption(argId)
@@ -838,10 +899,68 @@ Function ChangesOf(options)
   id = "none"
   ChangesOf = "exists " & Word(options.SectionKeyExists("backup", "GENERATIONS", False, id))
   ChangesOf = ChangesOf & " " & id
-  ChangesOf = ChangesOf & "; comments " & options.CommentFile(ini) & " " & Shown(ReadText(ini))
+  ChangesOf = ChangesOf & "; comments " & Word(options.CommentFile(ini)) & " " & Shown(ReadText(ini))
+  ChangesOf = ChangesOf & "; numbers " & NumberingChange(options)
   ChangesOf = ChangesOf & "; kits " & KitChange(options)
-  ChangesOf = ChangesOf & "; deleted " & options.DeleteOption(id) & ", " & (before - options.Count) & " less"
-  ChangesOf = ChangesOf & "; exists " & options.SectionKeyExists("backup", "GENERATIONS", False)
+  ChangesOf = ChangesOf & "; deleted " & Word(options.DeleteOption(id)) & ", " & (before - options.Count) & " less"
+  ChangesOf = ChangesOf & "; exists " & Word(options.SectionKeyExists("backup", "GENERATIONS", False))
+End Function
+
+' A save that changes the numbering sets a counter of table Numbers.
+Function NumberingChange(options)
+  OptionOf(options, "WorkOrders/MAKEWOANDINVOICESAMENUMBER").NewValue = "True"
+  NumberingChange = Word(options.Save)
+End Function
+
+' The rows of the tables that a save changes, as the provider reads them.
+Function TablesOf(dataFolder)
+  Dim connection, rows, name, index
+  Set connection = CreateObject("ADODB.Connection")
+  connection.Open ProviderText(dataFolder)
+  TablesOf = ""
+  For Each name In Array("Need", "Numbers")
+    Set rows = connection.Execute("SELECT * FROM " & name)
+    Do Until rows.EOF
+      TablesOf = TablesOf & name
+      For index = 0 To rows.Fields.Count - 1
+        TablesOf = TablesOf & "|" & rows.Fields(index).Value
+      Next
+      TablesOf = TablesOf & vbCrLf
+      rows.MoveNext
+    Loop
+    rows.Close
+  Next
+  connection.Close
+End Function
+
+' The handles of this process before and after much work; empty text where they cannot be counted.
+Function HandlesOf(options)
+  Dim count, before
+  For count = 1 To 5
+    options.Refresh
+    options.Save
+  Next
+  HandleCount
+  before = HandleCount
+  For count = 1 To 20
+    options.Refresh
+    options.Save
+  Next
+  HandlesOf = ""
+  If before > 0 Then HandlesOf = before & " before, " & HandleCount & " after"
+End Function
+
+' 0 where the system does not tell. The process is the one of this /out: in its command line.
+Function HandleCount
+  Dim system, process
+  HandleCount = 0
+  On Error Resume Next
+  Set system = GetObject("winmgmts:{impersonationLevel=impersonate}!\\.\root\cimv2")
+  For Each process In system.ExecQuery("SELECT * FROM Win32_Process WHERE Name = 'cscript.exe'")
+    If InStr(process.CommandLine, "/out:" & argOut & " ") > 0 Then HandleCount = process.HandleCount
+  Next
+  If Err.Number <> 0 Then HandleCount = 0
+  Err.Clear
 End Function
 
 ' A save that changes the kit choice rewrites table Need. Not where a kit program is registered: that
@@ -854,8 +973,8 @@ Function KitChange(options)
 End Function
 
 Function KitProgramRegistered
-  Const KEY = "HKCU\Software\VB and VBA Program Settings\Tovo\Modules\KitProgram\"
-  KitProgramRegistered = RegistryText(KEY & "Program") <> "" Or RegistryText(KEY & "Path") <> ""
+  KitProgramRegistered = RegistryText(KIT_KEY & "Program") <> "" Or RegistryText(KIT_KEY & "Path") <> "" Or _
+      RegistryText(KIT_KEY & "Parms") <> ""
 End Function
 
 ' ---------------------------------------------------------------------------------------------------
@@ -874,7 +993,7 @@ Sub CheckSystem
   Else
     Seen "script host", WScript.FullName & ", 32 bits"
   End If
-  Seen "code pages", "ANSI " & RegistryText(PAGES & "ACP") & ", OEM " & RegistryText(PAGES & "OEMCP")
+  Seen "code pages", "ANSI " & AnsiPage & ", OEM " & RegistryText(PAGES & "OEMCP")
   Seen "numbers and dates of this user", CStr(1.5) & ", " & FormatDateTime(DateSerial(2001, 3, 7), 2)
   Seen "user", Expanded("%USERDOMAIN%\%USERNAME%") & AdministratorText
   Seen "settings of table access (a name between percent signs is not set)", _
@@ -882,6 +1001,15 @@ Sub CheckSystem
   Set options = CreateObject("TovoDefaults.Options")
   Seen "version of the library", options.Version
 End Sub
+
+Function AnsiPage
+  AnsiPage = RegistryText("HKLM\SYSTEM\CurrentControlSet\Control\Nls\CodePage\ACP")
+End Function
+
+' Elsewhere Chr does not give every byte, and a file's text not every byte of it.
+Function OneByteLetters
+  OneByteLetters = AnsiPage = "874" Or Left(AnsiPage, 3) = "125"
+End Function
 
 ' Administrators that have confirmed it belong to the group of this identifier's integrity level.
 Function AdministratorText
@@ -947,6 +1075,7 @@ Sub CheckObjects
   Next
   Promise "For Each gives every option", count & " of " & options.Count, count = options.Count And count = 164
   PromiseText "default member of the choices", OptionOf(options, "Windows/ColourScheme").Choices(2).Item, "1"
+  CheckReferences options, shop
   On Error Resume Next
   ignored = options.AddtnlProcError
   number = Err.Number
@@ -961,6 +1090,31 @@ Sub CheckObjects
   Seen "Nothing for a text", ErrorText("")
   On Error GoTo 0
   CheckJScript shop
+End Sub
+
+' Variables of a script for parameters by reference.
+Sub CheckReferences(options, shop)
+  Dim id, found, places, added, words, pricing, path
+  id = "before"
+  found = Word(options.SectionKeyExists("tax", "RATE1", False, id))
+  PromiseText "a variable for the ID of a definition", found & " " & id, _
+      "True " & OptionOf(options, "Tax/Rate1").ID
+  id = "before"
+  found = Word(options.SectionKeyExists("tax", "no such key", False, id))
+  PromiseText "it stays when there is none", found & " " & id, "False before"
+  places = 2
+  Set added = options.Add(False, "Tax", "Added", "", 1, "", "", 0, 9, places)
+  PromiseText "a variable for the decimals of a new option", places & " " & added.Decimals, "2 2"
+  words = "Sepia"
+  PromiseText "a variable for the description of a choice", added.Choices.Add("4", words).Description, "Sepia"
+  pricing = False
+  path = shop & "\data\style.ini"
+  WriteText path, ""
+  options.ReportTypes.SaveReports "inv1", pricing, path
+  found = ReadText(path)
+  PromiseText "variables for the file of a layout, and whether it shows prices", _
+      LineWith(found, "InvoiceStyle=I") & " " & LineWith(found, "DedI") & " " & LineWith(found, "Fax"), _
+      "InvoiceStyle=INV1 DedInvoiceStyle=INV1D$ FaxReport=inv1"
 End Sub
 
 Sub CheckJScript(shop)
@@ -1011,7 +1165,27 @@ Sub CheckEvents
   options.Save
   PromiseText "no event after DisconnectObject", eventLog, ""
   Seen "CreateObject with a prefix", EventsOfPrefix(shop)
-  Seen "events of an option", EventsOfOption(options)
+  Seen "events of an option (the library raises none by itself)", EventsOfOption(options)
+  CheckJScriptEvents
+End Sub
+
+Sub CheckJScriptEvents
+  WriteText GlobalIni(NewShop("jsevents")), ""
+  WriteText workFolder & "\events.js", Lines("var seen = '';|" & _
+      "var shop = WScript.ScriptFullName.replace('events.js', 'jsevents');|" & _
+      "function Sink_Modified() { seen += 'Modified;'; }|" & _
+      "function Sink_DLLError(number, text) { seen += 'DLLError ' + number + ' ' + text.substr(0, 12) + ';'; }|" & _
+      "var options = new ActiveXObject('TovoDefaults.Options');|" & _
+      "WScript.ConnectObject(options, 'Sink_');|" & _
+      "options.DataPath = shop + '\\data';|" & _
+      "options.INIFile = shop + '\\workstation\\TOVO.INI';|" & _
+      "options.Initialize();|" & _
+      "options.Save();|" & _
+      "new ActiveXObject('Scripting.FileSystemObject').DeleteFile(options.GlobalIni);|" & _
+      "options.Save();|" & _
+      "WScript.Echo(seen);|")
+  PromiseText "JScript: events of a save, and of one that fails", _
+      OneLine(OutputOf("""" & WScript.FullName & """ //nologo events.js")), "Modified;DLLError 53 MakeTempCopy;"
 End Sub
 
 ' Empty text, or why the host cannot connect.
@@ -1100,7 +1274,7 @@ Sub CheckReading
   SeenReads options, shop, "a pair with nothing in it", "[Defaults]|WorkstationName=""""|", ""
   SeenReads options, shop, "a key before the first header", "WorkstationName=v|[Defaults]|a=b|", NOT_SET
   SeenReads options, shop, "a character 26 in front", "[Defaults]|" & Chr(26) & "|WorkstationName=v|", "v"
-  SeenReads options, shop, "a value of one size larger than the buffer", _
+  SeenReads options, shop, "a value of 3000 characters", _
       "[Defaults]|WorkstationName=" & String(3000, "x") & "|", String(80, "x")
   SeenReads options, shop, "a change from outside, same size", "[Defaults]|WorkstationName=z|", "z"
   SeenReads options, shop, "at once another one", "[Defaults]|WorkstationName=y|", "y"
@@ -1142,29 +1316,37 @@ Sub SeenSite(options, shop)
 End Sub
 
 Sub CheckMarks
-  Dim options, shop, text, unicode
+  Dim options, shop, unicode
   Const ENTRIES = "[Defaults]|WorkstationName=v|IdleMinutes=7|"
   shop = NewShop("marks")
   Set options = OpenShop(shop)
   SeenBeside "lines end with LF only", ReadBack(options, shop, Replace(Lines(ENTRIES), vbCr, "")), "v"
   SeenBeside "lines end with CR only", ReadBack(options, shop, Replace(Lines(ENTRIES), vbLf, "")), "v"
   SeenBeside "no end of the last line", ReadBack(options, shop, Lines("[Defaults]|WorkstationName=v")), "v"
-  text = Chr(&HEF) & Chr(&HBB) & Chr(&HBF) & Lines(ENTRIES)
+  If OneByteLetters Then CheckUtf8Mark options, shop, Lines(ENTRIES)
+  If Not OneByteLetters Then NotHere "the mark of UTF-8", "a code page of one byte for each letter"
+  WriteUnicode LocalIni(shop), Lines(ENTRIES)
+  options.Refresh
+  PromiseText "a UTF-16 file", OptionOf(options, "Defaults/WorkstationName").CurrentValue, "v"
+  OptionOf(options, "Defaults/WorkstationName").NewValue = "u"
+  Seen "a save to it", SaveOutcome(options, shop)
+  If OneByteLetters Then
+    unicode = Left(ReadText(LocalIni(shop)), 2) = Chr(&HFF) & Chr(&HFE)
+    SeenBeside "it is UTF-16 afterwards", Word(unicode), "True"
+  End If
+  PromiseText "the value reads", OptionOf(options, "Defaults/WorkstationName").CurrentValue, "u"
+End Sub
+
+Sub CheckUtf8Mark(options, shop, entries)
+  Dim text
+  text = Chr(&HEF) & Chr(&HBB) & Chr(&HBF) & entries
   SeenBeside "mark of UTF-8 before a header (Windows is said to miss the header)", _
       ReadBack(options, shop, text), "v"
   OptionOf(options, "Defaults/WorkstationName").NewValue = "w"
   Seen "a save to it", SaveOutcome(options, shop) & ", it begins " & Shown(Left(ReadText(LocalIni(shop)), 60))
   Seen "the value reads", Shown(OptionOf(options, "Defaults/WorkstationName").CurrentValue)
   SeenBeside "mark of UTF-8 on a line of its own", _
-      ReadBack(options, shop, Left(text, 3) & vbCrLf & Lines(ENTRIES)), "v"
-  WriteUnicode LocalIni(shop), Lines(ENTRIES)
-  options.Refresh
-  PromiseText "a UTF-16 file", OptionOf(options, "Defaults/WorkstationName").CurrentValue, "v"
-  OptionOf(options, "Defaults/WorkstationName").NewValue = "u"
-  Seen "a save to it", SaveOutcome(options, shop)
-  unicode = Left(ReadText(LocalIni(shop)), 2) = Chr(&HFF) & Chr(&HFE)
-  SeenBeside "it is UTF-16 afterwards", Word(unicode), "True"
-  PromiseText "the value reads", OptionOf(options, "Defaults/WorkstationName").CurrentValue, "u"
+      ReadBack(options, shop, Left(text, 3) & vbCrLf & entries), "v"
 End Sub
 
 Sub CheckLayout
@@ -1230,7 +1412,7 @@ Sub CheckValues
   shop = NewShop("values")
   Set options = OpenShop(shop)
   accents = "Trois-Rivi" & Chr(&HE8) & "res"
-  If RegistryText("HKLM\SYSTEM\CurrentControlSet\Control\Nls\CodePage\ACP") = "1252" Then
+  If AnsiPage = "1252" Then
     PromiseText "accents in an INI file", OptionOf(options, "Companyname/City").CurrentValue, accents
     Stored options, shop, "accents", accents, accents, True
   Else
@@ -1245,6 +1427,11 @@ Sub CheckValues
   Stored options, shop, "an opening bracket in front", "[v]", "[v]", False
   Stored options, shop, "empty text", "", "", False
   Stored options, shop, "a line break", "a" & vbCrLf & "b", "a", False
+  OptionOf(options, "Tax/Rate1").NewValue = 7.5
+  SeenBeside "the number 7.5 as a new value, by the rules of the user's country", _
+      OptionOf(options, "Tax/Rate1").NewValue, "7.5"
+  OptionOf(options, "Defaults/ConfirmExit").NewValue = True
+  PromiseText "True as a new value, in any language", OptionOf(options, "Defaults/ConfirmExit").NewValue, "True"
 End Sub
 
 ' The letter U+0416, by way of a UTF-16 file where a script host has no ChrW.
@@ -1327,10 +1514,12 @@ Sub CheckComments
   WriteText ini, ";a" & vbLf & "  k = v " & vbLf & vbLf & ";b"
   Promise "ClearIniComments of a file with LF", "called", options.ClearIniComments(ini)
   PromiseText "the file", ReadText(ini), Lines("  k = v ||")
-  text = Chr(&HEF) & Chr(&HBB) & Chr(&HBF) & Lines(";a|k=v|")
-  WriteText ini, text
-  options.ClearIniComments ini
-  Promise "the mark of UTF-8 stays in front", Shown(ReadText(ini)), ReadText(ini) = Left(text, 3) & Lines("k=v|")
+  If OneByteLetters Then
+    text = Chr(&HEF) & Chr(&HBB) & Chr(&HBF) & Lines(";a|k=v|")
+    WriteText ini, text
+    options.ClearIniComments ini
+    Promise "the mark of UTF-8 stays in front", Shown(ReadText(ini)), ReadText(ini) = Left(text, 3) & Lines("k=v|")
+  End If
   WriteUnicode ini, Lines(";a|k=v|")
   text = ReadText(ini)
   Promise "a UTF-16 file is left alone", "compared", Not options.ClearIniComments(ini) And ReadText(ini) = text
@@ -1446,8 +1635,21 @@ Sub PromiseNotWritable(shop, tried)
       "read only and is located on a drive you have write access to"
 End Sub
 
+Sub CheckMissingFolder
+  Dim options, shop
+  shop = NewShop("nofolder")
+  Set options = OpenShop(shop)
+  Connect options, "Sink_"
+  eventLog = ""
+  fso.DeleteFolder shop & "\workstation", True
+  PromiseText "a save without the folder of TOVO.INI", Word(options.Save), "False"
+  Promise "the folder is not made", "looked for", Not fso.FolderExists(shop & "\workstation")
+  Seen "what DLLError tells, with the system's text", Shown(eventLog)
+End Sub
+
 Sub CheckMissing
   Dim options, shop, source, description, number
+  CheckMissingFolder
   shop = NewShop("missing")
   Set options = OpenShop(shop)
   On Error Resume Next
@@ -1548,8 +1750,34 @@ Function RefreshOutcome(options)
   Err.Clear
 End Function
 
+' Windows lets nobody read or write bytes that another program has locked.
+Sub CheckLockedBytes
+  Dim options, shop, count
+  shop = NewShop("bytes")
+  Set options = OpenShop(shop)
+  count = options.Count
+  knownLocal = ReadText(LocalIni(shop))
+  If Not Hold("bytes", "bytes\workstation\TOVO.INI", WScript.FullName) Then
+    NotHere "bytes locked by another process", HoldProblem
+    Exit Sub
+  End If
+  Connect options, "Sink_"
+  Seen "the first bytes of TOVO.INI locked: a script reads it", "'" & ReadRefusal(LocalIni(shop)) & "'"
+  OptionOf(options, "Defaults/WorkstationName").NewValue = "x"
+  PromiseText "a save meanwhile", SaveMeanwhile(options, shop), "False"
+  If Not Hold("bytes", "bytes\data\defaults.dbf", WScript.FullName) Then
+    NotHere "bytes of the definition table locked", HoldProblem
+    Exit Sub
+  End If
+  Seen "the first bytes of the definition table locked: Refresh", RefreshOutcome(options)
+  ReleaseHolders
+  options.Refresh
+  Promise "Refresh when they are free", options.Count & " options", options.Count = count
+End Sub
+
 Sub CheckLocks
   Dim options, shop, id, answer, host, count
+  CheckLockedBytes
   shop = NewShop("locks")
   Set options = OpenShop(shop)
   id = OptionOf(options, "Backup/Generations").ID
@@ -1597,12 +1825,13 @@ Function Val(text)
 End Function
 
 ' ---------------------------------------------------------------------------------------------------
-' 15 to 19: places, bitness, provider
+' 15 to 19: places, bitness, provider, process
 ' ---------------------------------------------------------------------------------------------------
 
 Sub CheckFolders
   Dim options, shop, name, drive, source, description, number
-  name = "shop of " & Chr(&HE9) & " and blanks"
+  name = "shop of e and blanks"
+  If OneByteLetters Then name = Replace(name, " e ", " " & Chr(&HE9) & " ")
   shop = NewShop(name)
   Set options = OpenShop(shop)
   OptionOf(options, "Tax/Rate1").NewValue = "6"
@@ -1618,10 +1847,17 @@ Sub CheckFolders
     NotHere "a substituted drive", "a free drive letter"
     Exit Sub
   End If
+  driveReturn = "subst " & drive & " /d"
   RunLines "subst " & drive & " . > subst.txt 2>&1"
   Elsewhere shop, "a substituted drive", drive & "\places\data"
-  RunLines "subst " & drive & " /d > subst.txt 2>&1"
+  ReturnDrive
   If fso.FolderExists(drive & "\places") Then Seen "the drive " & drive & " stays", "remove it with subst " & drive & " /d"
+End Sub
+
+Sub ReturnDrive
+  If driveReturn = "" Then Exit Sub
+  RunLines driveReturn & " > drive.txt 2>&1"
+  driveReturn = ""
 End Sub
 
 ' Opens and saves the copy by another path to its data folder.
@@ -1654,7 +1890,7 @@ Function FreeDrive
 End Function
 
 Sub CheckBareName
-  Dim options, shop, folder
+  Dim options, shop, folder, name
   shop = NewShop("bare")
   folder = shop & "\current"
   fso.CreateFolder folder
@@ -1670,6 +1906,13 @@ Sub CheckBareName
   Seen "DataPath of the TOVO.INI in the Windows folder", Shown(options.DataPath)
   options.DataPath = shop & "\data"
   PromiseText "GlobalIni comes from the data path", options.GlobalIni, shop & "\data\TOVOGBL.INI"
+  shell.CurrentDirectory = shop
+  For Each name In Array(".\workstation\TOVO.INI", "workstation\TOVO.INI")
+    NameIniFile options, name
+    PromiseText "INIFile " & name & " is given back as it is", options.INIFile, name
+    SeenBeside "what its options read", OptionOf(options, "Defaults/WorkstationName").CurrentValue, "FRONT DESK 2"
+  Next
+  shell.CurrentDirectory = folderBefore
   NameIniFile options, LocalIni(shop)
   PromiseText "INIFile with its folder", LCase(options.INIFile), LCase(LocalIni(shop))
 End Sub
@@ -1730,6 +1973,9 @@ Sub CheckProvider
   Seen "TDEFAULT_TABLES=provider here", Shown(Left(OneLine(answer), 300))
   answer = ChildWith("set TDEFAULT_TABLES=other|", WScript.FullName, "/child:dump /file:provider")
   Promise "TDEFAULT_TABLES=other is refused", Shown(OneLine(answer)), InStr(answer, "TDEFAULT_TABLES is ""other""") > 0
+  shop = NewShop("changes0")
+  answer = ChildWith("set TDEFAULT_TABLES=embedded|", WScript.FullName, "/child:change /file:changes0")
+  Promise "changes by the embedded engine", Shown(answer), InStr(answer, "; deleted True, 1 less; exists False") > 0
   host = ProviderHost("provider")
   If host = "" Then
     NotHere "embedded engine and provider compared", "the provider in any script host"
@@ -1748,10 +1994,20 @@ Sub CheckProvider
   embedded = ChildWith("set TDEFAULT_TABLES=provider|", host, "/child:dump /file:changes1")
   provider = ChildWith("set TDEFAULT_TABLES=embedded|", host, "/child:dump /file:changes2")
   CompareDumps "each reads what the other changed", embedded, provider
+  embedded = ChildWith("", host, "/child:tables /file:changes1")
+  provider = ChildWith("", host, "/child:tables /file:changes2")
+  CompareDumps "tables Need and Numbers are the same afterwards", embedded, provider
 End Sub
 
 Sub CheckUnloading
   Dim options, shop, text
+  shop = NewShop("handles")
+  text = ChildWith("", WScript.FullName, "/child:handles /file:handles")
+  If text = "" Or Left(text, 6) = "error " Then
+    NotHere "handles of a script host", "the number of handles " & text
+  Else
+    Seen "handles of a script host that loads and saves 20 times", text
+  End If
   shop = NewShop("unloading")
   Set options = OpenShop(shop)
   text = OneLine(OutputOf("tasklist /m tdefault.dll"))
@@ -1765,7 +2021,110 @@ Sub CheckUnloading
 End Sub
 
 ' ---------------------------------------------------------------------------------------------------
-' 20: message boxes, with somebody who answers
+' 20 and 21: deleted definitions, the kit program
+' ---------------------------------------------------------------------------------------------------
+
+Sub CheckDeleted
+  Dim options, shop, count, comment, text
+  shop = NewShop("deleted")
+  Set options = OpenShop(shop)
+  count = options.Count
+  comment = OptionOf(options, "Backup/Generations").Comment
+  WriteText GlobalIni(shop), Lines("[Backup]|; note|;" & comment & "|Generations=7|Other=1|Generations=8|lonely|" & _
+      "[Last]|x=1|")
+  PromiseText "DeleteOption of one key among others", Deletion(options, "Backup/Generations"), "True, 163 options"
+  text = ReadText(GlobalIni(shop))
+  Promise "its key and comment are gone, the other key stays", Shown(text), InStr(text, "=7") = 0 And _
+      InStr(text, ";" & comment) = 0 And InStr(text, "Other=1" & vbCrLf) > 0
+  SeenBeside "an equal key behind it", LineWith(text, "=8"), "Generations=8"
+  SeenBeside "another comment of the section", LineWith(text, "note"), "; note"
+  WriteText GlobalIni(shop), Lines("; top|[Tax]|; note|Rate2=1|lonely|[Last]|x=1|[Tax]|Rate2=2|")
+  PromiseText "DeleteOption of the last key of a section", Deletion(options, "Tax/Rate2"), "True, 162 options"
+  text = ReadText(GlobalIni(shop))
+  Promise "the section is gone, the next one stays", Shown(text), InStr(text, "Rate2=1") = 0 And _
+      InStr(text, "[Last]" & vbCrLf & "x=1" & vbCrLf) > 0
+  SeenBeside "a comment and a line without an equals sign in it", _
+      LineWith(text, "note") & ", " & LineWith(text, "lonely"), "(no line), (no line)"
+  SeenBeside "a second section of the name", LineWith(text, "=2"), "Rate2=2"
+  text = Lines("[Last]|x=1|")
+  WriteText GlobalIni(shop), text
+  PromiseText "DeleteOption of a key that is not there", Deletion(options, "Tax/Rate1"), "True, 161 options"
+  PromiseText "the file", ReadText(GlobalIni(shop)), text
+End Sub
+
+Function Deletion(options, name)
+  Dim done
+  done = Word(options.DeleteOption(CStr(ids(LCase(name)))))
+  Deletion = done & ", " & options.Count & " options"
+End Function
+
+' Registered are the command processor, which leaves a file behind; a program with a blank in its path; and
+' one that is not there. The options of the copy decide what is run, and no shop of the user is open.
+Sub CheckKitProgram
+  Dim options, shop, system, saved
+  If argKit = "" Then
+    NotHere "the kit program", "leave to register one for this user meanwhile; add /kit"
+    Exit Sub
+  End If
+  If KitProgramRegistered Then
+    NotHere "the kit program", "an unused registration: one stands there for this user"
+    Exit Sub
+  End If
+  shop = NewShop("kit")
+  Set options = OpenShop(shop)
+  Connect options, "Sink_"
+  system = fso.GetSpecialFolder(1)
+  shell.CurrentDirectory = workFolder
+  RegisterKitProgram system & "\", "cmd.exe", "/c echo ran> kit-ran.txt"
+  saved = KitSave(options, "2")
+  Promise "a kit program is run to its end", saved, _
+      Left(saved, 4) = "True" And fso.FileExists(workFolder & "\kit-ran.txt")
+  fso.CreateFolder workFolder & "\kit folder"
+  fso.CopyFile system & "\hostname.exe", workFolder & "\kit folder\hostname.exe"
+  RegisterKitProgram workFolder & "\kit folder", "hostname.exe", ""
+  saved = KitSave(options, "0")
+  Promise "one with a blank in its path is not started, and the save fails", saved, Left(saved, 5) = "False"
+  RegisterKitProgram workFolder, "none.exe", ""
+  saved = KitSave(options, "0")
+  Promise "one that is not there: the save fails", saved, Left(saved, 5) = "False"
+  RemoveKitProgram
+  saved = KitSave(options, "0")
+  Promise "without a registration the tables are changed", saved, Left(saved, 4) = "True"
+End Sub
+
+' The answer of a save that changes the kit choice, and its events where they can be had.
+Function KitSave(options, choice)
+  eventLog = ""
+  OptionOf(options, "OPTIONS/KITCHOICE").NewValue = choice
+  KitSave = Word(options.Save) & ", " & eventLog
+End Function
+
+Sub RegisterKitProgram(path, program, parameters)
+  kitWritten = True
+  shell.RegWrite KIT_KEY & "Path", path
+  shell.RegWrite KIT_KEY & "Program", program
+  shell.RegWrite KIT_KEY & "Parms", parameters
+End Sub
+
+' Only what this program has written. Emptied first: an empty value names no program, wherever deleting
+' is refused.
+Sub RemoveKitProgram
+  Dim name
+  If Not kitWritten Then Exit Sub
+  On Error Resume Next
+  For Each name In Array("Program", "Path", "Parms")
+    shell.RegWrite KIT_KEY & name, ""
+    shell.RegDelete KIT_KEY & name
+  Next
+  Err.Clear
+  If KitProgramRegistered Then
+    Tell "windows-check: the registration of a kit program could not be removed; delete the values of " & KIT_KEY
+  End If
+  kitWritten = False
+End Sub
+
+' ---------------------------------------------------------------------------------------------------
+' 22: message boxes, with somebody who answers
 ' ---------------------------------------------------------------------------------------------------
 
 Sub CheckBoxes
@@ -1781,13 +2140,16 @@ Sub CheckBoxes
   AskBox options, missing, "No"
   AskBox options, missing, "Cancel"
   drive = FreeDrive
-  If drive <> "" Then RunLines "net use " & drive & " \\localhost\" & Left(shop, 1) & "$ /persistent:no > use.txt 2>&1"
+  If drive <> "" Then
+    driveReturn = "net use " & drive & " /delete"
+    RunLines "net use " & drive & " \\localhost\" & Left(shop, 1) & "$ /persistent:no > use.txt 2>&1"
+  End If
   Tell "Answer the next box with Yes, look at the drives in the dialog, and close it with Cancel."
   Promise "Yes, then Cancel in the dialog", "closed", Not options.Initialize
   If drive <> "" Then
     Answered "Did the dialog list drive " & drive & " as 'Networked drive \\localhost\" & Left(shop, 1) & "$'? " & _
         "(No when it was not listed at all: only administrators can map it.)", "the mapped drive is listed", False
-    RunLines "net use " & drive & " /delete > use.txt 2>&1"
+    ReturnDrive
   End If
   Answered "Were all texts of the dialog whole and sharp, and could every control be reached with the Tab key?", _
       "the dialog", False

@@ -38,15 +38,12 @@ function(tdefault_layer name)
 endfunction()
 
 # tdefault_test(NAME SOURCES... [LAYERS layers...] [LABELS labels...] [LOCK what]): one doctest
-# program whose cases are registered with ctest one by one, each named NAME:case; under Wine, where
-# starting a program costs more than most cases, as one test NAME. Tests with the same lock never run
-# at the same time.
+# program, one test NAME: starting a program, with sanitizers or under Wine, costs more than most of its
+# cases. Tests with the same lock never run at the same time. A folder of tests that meet no operating
+# system sets tdefault_test_labels.
 function(tdefault_test name)
   cmake_parse_arguments(ARG "" "LOCK" "SOURCES;LAYERS;LABELS;LIBRARIES" ${ARGN})
   set(properties TIMEOUT 600 FAIL_REGULAR_EXPRESSION "test cases: +0")
-  if(ARG_LABELS)
-    list(APPEND properties LABELS "${ARG_LABELS}")
-  endif()
   if(ARG_LOCK)
     list(APPEND properties RESOURCE_LOCK ${ARG_LOCK})
   endif()
@@ -58,15 +55,7 @@ function(tdefault_test name)
   foreach(layer IN LISTS ARG_LAYERS)
     target_link_libraries(${name} PRIVATE tdefault_${layer})
   endforeach()
-  if(WIN32)
-    add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES ${properties})
-    return()
-  endif()
-  # A name that the filter does not find again (one with a semicolon, which CMake splits) would run
-  # no case and pass.
-  doctest_discover_tests(
-    ${name}
-    TEST_PREFIX "${name}: "
-    PROPERTIES ${properties})
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES ${properties})
+  set_property(TEST ${name} PROPERTY LABELS ${ARG_LABELS} ${tdefault_test_labels})
 endfunction()

@@ -20,7 +20,7 @@ build() {
 }
 
 build native-release read_table change_table
-build win64 read_table change_table open_catalogue comment_file save_catalogue search_folders
+build win64-long read_table change_table open_catalogue comment_file save_catalogue search_folders
 
 /usr/bin/python3 bench/compare.py build/bench
 

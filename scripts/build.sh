@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Sets up and builds one preset or all of them:
-#   scripts/build.sh [native|native-release|quick|fuzz|win64|win32|all] [TARGET...]
+#   scripts/build.sh [native|native-release|quick|fuzz|win64|win64-long|win32|all] [TARGET...]
 # Without an argument: win64, the product for 64-bit hosts (build/win64/tdefault.dll). Building the tests of
 # win32 takes a 32-bit Wine, which scripts/setup-wine32.sh sets up; where there can be none, only what
 # a shop installs is built.
@@ -8,7 +8,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 if [ "${1:-}" = --help ]; then
-  echo "usage: scripts/build.sh [native|native-release|quick|fuzz|win64|win32|all] [TARGET...]"
+  echo "usage: scripts/build.sh [native|native-release|quick|fuzz|win64|win64-long|win32|all] [TARGET...]"
   exit 0
 fi
 case ${1:-win64} in

@@ -1,22 +1,26 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs every test: scripts/test.sh [quick|win32]
+# Sets up, builds and runs the tests: scripts/test.sh [quick|win32|long]
 #   quick  the tests of each portable layer and the style rules only, without sanitizers and clang-tidy
 #   win32  the tests of the 32-bit library and programs only
+#   long   what the run without an argument leaves to a longer one: the portable tests, which it runs
+#          natively, once more under Wine with the product's compiler; each portable source compiled
+#          alone, which finds a missing include; the benchmarks, built
 # The tests of 32 bits need a 32-bit Wine (scripts/setup-wine32.sh); where there can be none they are
 # skipped, with the reason, or fail with TDEFAULT_REQUIRE_WIN32=1.
-# The last line counts the tests: "N passed, N failed", and ", N skipped" when some were.
+# The last line counts the tests, of a test program its cases: "N passed, N failed", and ", N skipped"
+# when some were.
 set -uo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
 tier=${1:-full}
 case $tier in
-  quick | win32 | full) ;;
+  quick | win32 | long | full) ;;
   --help)
-    echo "usage: scripts/test.sh [quick|win32]"
+    echo "usage: scripts/test.sh [quick|win32|long]"
     exit 0
     ;;
   *)
-    echo "usage: scripts/test.sh [quick|win32]" >&2
+    echo "usage: scripts/test.sh [quick|win32|long]" >&2
     exit 2
     ;;
 esac
@@ -44,14 +48,22 @@ fail() {
   failed=$((failed + 1))
 }
 
-# Runs a preset's tests and adds its counts: run_tests NAME CTEST-ARGUMENT...
+# How many more cases passed and failed than tests, by the summaries of the test programs in a log.
+count_cases() {
+  awk '/^\[doctest\] test cases:/ {
+    passed = $6; failed = $9
+    if (failed > 0) { ok += passed; bad += failed - 1 } else if (passed > 0) ok += passed - 1
+  } END { print ok + 0, bad + 0 }' "$1"
+}
+
+# Runs a tree's tests and adds its counts: run_tests NAME CTEST-ARGUMENT...
 run_tests() {
   local name=$1 log=$root/build/$1.test.log
   shift
   echo "== tests: $name"
   ctest --test-dir "build/$name" --output-on-failure --no-tests=error -j "$(nproc)" "$@" >"$log" 2>&1
   local status=$?
-  local ok bad skip
+  local ok bad skip more_ok more_bad
   ok=$(grep -cE '^ *[0-9]+/[0-9]+ Test .* Passed ' "$log")
   bad=$(grep -cE '^ *[0-9]+/[0-9]+ Test .*\*\*\*(Failed|Timeout|Exception|Not Run)' "$log")
   skip=$(grep -cE '^ *[0-9]+/[0-9]+ Test .*\*\*\*Skipped' "$log")
@@ -60,6 +72,8 @@ run_tests() {
     sed -n '/\*\*\*\|^The following tests FAILED/,$p' "$log" | head -n 400
     failures+=("$name: $log")
   fi
+  read -r more_ok more_bad < <(count_cases "build/$name/Testing/Temporary/LastTest.log")
+  ok=$((ok + more_ok)) bad=$((bad + more_bad))
   echo "$name: $ok passed, $bad failed, $skip skipped"
   count "$name" "$ok" "$bad" "$skip"
 }
@@ -142,6 +156,13 @@ run_all() {
   if [ -e build/win32.test.log ]; then compare_host_cases; fi
 }
 
+run_long() {
+  if build native-release read_table change_table tdefault_catalogue tdefault_reports tovocfg_check; then
+    notes+=("every portable source compiles alone")
+  fi
+  if build win64-long && start_wine wine.sh; then run_tests win64 -L portable; fi
+}
+
 mkdir -p build
 rm -f build/win32.test.log
 setup=(native)
@@ -155,6 +176,10 @@ case $tier in
   win32)
     trap scripts/stop-wine.sh EXIT
     build win32 product && run_win32
+    ;;
+  long)
+    trap scripts/stop-wine.sh EXIT
+    scripts/setup.sh && run_long
     ;;
   full)
     trap scripts/stop-wine.sh EXIT

@@ -224,6 +224,8 @@ def tables(setting: Setting) -> None:
     expect_equal(properties["Manufacturer"], "Tovo", "publisher")
     expect_equal(properties["ALLUSERS"], "1", "installed for")
     expect(not [name for name in properties if "URL" in name or "HELP" in name], "there is no page to link to")
+    expect_equal(properties["MSIRESTARTMANAGERCONTROL"], "DisableShutdown", "what becomes of programs that use it")
+    expect_equal(properties["REBOOT"], "ReallySuppress", "restarts of the machine")
     other = "x86" if architecture == "x64" else "x64"
     expect(properties["UpgradeCode"] != installer.upgrade_code(other), "both architectures replace each other")
     expect(properties["ProductCode"] != installer_properties(setting.installer(LOWER))["ProductCode"], "product code")
@@ -259,6 +261,15 @@ def check_components(setting: Setting, package: Path) -> None:
         expect_equal(row["ComponentId"], installer.identifier("component", owner, name.removeprefix("component.")), name)
         is_64_bit = setting.architecture == "x64" and name != "component.interfaces"
         expect_equal(bool(int(row["Attributes"]) & 0x100), is_64_bit, f"{name} is 64-bit")
+    # Shared is what has one identifier in one place: an entry in another view of the registry is another place.
+    common = rows["component.registration"]
+    expect_equal((common["Directory_"], common["KeyPath"]), ("WindowsFolder", ""), "place of the common entries")
+    places = {row["Registry"]: row["Key"] for row in table(package, "Registry")}
+    expect_equal(
+        places[rows["component.interfaces"]["KeyPath"]],
+        f"Software\\Classes\\Interface\\{LIBRARY.interfaces[0].id}",
+        "place of the 32-bit interfaces",
+    )
     components = {
         registration.Part.OWN: f"component.{contents.LIBRARY}",
         registration.Part.COMMON: "component.registration",
@@ -301,6 +312,8 @@ def install(setting: Setting) -> None:
         values = next(iter(products.values()))
         expect_equal(values["DisplayName"], f'"{installer.product_name(setting.architecture)}"', "name")
         expect_equal(values["DisplayVersion"], f'"{VERSION}"', "version")
+        location = values["InstallLocation"].replace("\\\\", "\\")
+        expect_equal(location, f'"{installed.folder}\\"', "folder")
         installed.remove()
         installed.expect_as_before()
 

@@ -287,10 +287,15 @@ def check_components(setting: Setting, package: Path) -> None:
 
 
 def install(setting: Setting) -> None:
-    """Installed, the library serves a script and tovocfg; removed, nothing of it is left."""
+    """Installed and repaired, the library serves a script and tovocfg; removed, nothing of it is left."""
     with setting.new_machine("install") as of:
         installed = Installed(setting, of)
         installed.install()
+        installed.file("tdefault.dll").unlink()
+        installed.file("tovocfg.exe").write_bytes(b"damaged")
+        of.run("reg", "delete", "HKCR\\TovoDefaults.Options", "/f")
+        of.run("reg", "delete", f"HKCR\\CLSID\\{LIBRARY.classes[0].id}", "/f")
+        installed.install(VERSION, "REINSTALL=ALL", "REINSTALLMODE=amus")
         for name in ("tdefault.dll", "tovocfg.exe"):
             data = installed.file(name).read_bytes()
             expect(data == (setting.build / name).read_bytes(), f"{name} is not the one that was built")
@@ -438,6 +443,8 @@ def registration_free(setting: Setting) -> None:
         with zipfile.ZipFile(setting.packages / f"{setting.name}.zip") as archive:
             archive.extractall(of.drive)
         unpacked = of.drive / setting.name
+        text = (unpacked / "README.txt").read_text(encoding="ascii")
+        expect("@" not in text and contents.file_version(VERSION) in text, f"the text for host authors:\n{text}")
         copy_shop(of, unpacked / "samples" / "shop")
         # The example manifest is for a program of this name.
         hosts = {"compiled": setting.host, "script": of.path("C:\\windows\\system32\\cscript.exe")}

@@ -171,8 +171,8 @@ HRESULT RemoveInterfaces(REGSAM view) {
 }
 
 // The other bitness of the library may be registered under the same identifier: only what is ours
-// goes. The system's own call is not used: it takes the interfaces of both bitnesses, without which
-// objects of the other one are not passed between apartments.
+// goes. UnRegisterTypeLib does not promise to leave the other's interfaces, without which its
+// objects are not passed between apartments.
 HRESULT UnregisterLibrary() {
   Outcome outcome;
   const std::wstring version = LibraryKey() + L"\\" + kLibraryVersionKey;

@@ -2,7 +2,8 @@
 
 What belongs to one architecture (files, classes, interfaces) are components of its own, so that both can be installed
 beside each other. What both have in common in the registry is one component with one identifier in either package: the
-system counts who uses it, whatever the bitness, and it goes with the last.
+system counts who uses it, and it goes with the last. It counts those only that have the component in the same place, so
+the place must not depend on the architecture.
 """
 
 from __future__ import annotations
@@ -29,6 +30,10 @@ _NAMESPACE = uuid.UUID("6d0bd1b5-0d3c-4a30-9d32-5b1f2a6b7c41")
 BITS = {"x64": "64-bit", "x86": "32-bit"}
 _PROGRAMS_FOLDER = {"x64": "ProgramFiles64Folder", "x86": "ProgramFilesFolder"}
 _FOLDER = "INSTALLFOLDER"
+# The same one for every package of a machine, and always there.
+_COMMON_FOLDER = "WindowsFolder"
+_COMMON = "registration"
+_64_BITS = 0x100  # attribute of a component
 
 # Where the machine's registry notes what is installed.
 _NOTES = f"Software\\{PUBLISHER}\\Defaults"
@@ -96,6 +101,7 @@ class _Description:
         system = self._add(target, "Directory", Id=_PROGRAMS_FOLDER[architecture])
         self._publisher = self._add(system, "Directory", Id="PUBLISHERFOLDER", Name=PUBLISHER)
         self._folders = {".": self._add(self._publisher, "Directory", Id=_FOLDER, Name="Defaults")}
+        self._common = self._add(target, "Directory", Id=_COMMON_FOLDER)
         self._features: dict[str, xml.Element] = {}
 
     @staticmethod
@@ -116,6 +122,10 @@ class _Description:
         add(product, "Media", Id="1", Cabinet="product.cab", EmbedCab="yes")
         # There are no dialogs in which a user could change what is installed.
         add(product, "Property", Id="ARPNOMODIFY", Value="1")
+        # Silent installations would close the programs that use the library, in the middle of their work, or
+        # restart the machine. What is in use is replaced at its next start instead.
+        add(product, "Property", Id="MSIRESTARTMANAGERCONTROL", Value="DisableShutdown")
+        add(product, "Property", Id="REBOOT", Value="ReallySuppress")
         upgrade = add(product, "Upgrade", Id=upgrade_code(self.architecture))
         older = add(upgrade, "UpgradeVersion", Property=_OLDER, Minimum="0.0.0", IncludeMinimum="yes")
         older.attrib.update(Maximum=version, IncludeMaximum="no")
@@ -185,7 +195,7 @@ class _Description:
         folder = self._folders["."]
         components = {
             Part.OWN: library_component,
-            Part.COMMON: self.component(feature, "registration", folder, shared=True),
+            Part.COMMON: self.component(feature, _COMMON, self._common, shared=True),
             Part.INTERFACES_OF_32_BITS: self.component(feature, "interfaces", folder, shared=True, for_32_bits=True),
         }
         entries = registration.entries(self._library, self.architecture, f"[#{LIBRARY}]", f"[{_FOLDER}]")
@@ -282,9 +292,11 @@ _FIND_FOLDER = [
     ("AppSearch", 50, ""),
     ("TakeNotedFolder", 60, f"NOT {_FOLDER} AND {_NOTED_FOLDER}"),
 ]
+# Shown in the list of installed programs: behind CostFinalize, which settles the folders.
+_TELL_FOLDER = ("TellFolder", 1010, "")
 
 
-def _find_folder(architecture: str) -> list[str]:
+def _folder_actions(architecture: str) -> list[str]:
     raw_value, in_64_bits, machine, set_property = 2, 16, 2, 51
     kind = raw_value + (in_64_bits if architecture == "x64" else 0)
     return [
@@ -296,6 +308,8 @@ def _find_folder(architecture: str) -> list[str]:
         f"VALUES ('noted.folder', {machine}, '{_NOTES}', 'InstallFolder', {kind})",
         "INSERT INTO `CustomAction` (`Action`, `Type`, `Source`, `Target`) "
         f"VALUES ('TakeNotedFolder', {set_property}, '{_FOLDER}', '[{_NOTED_FOLDER}]')",
+        "INSERT INTO `CustomAction` (`Action`, `Type`, `Source`, `Target`) "
+        f"VALUES ('TellFolder', {set_property}, 'ARPINSTALLLOCATION', '[{_FOLDER}]')",
     ]
 
 
@@ -309,7 +323,11 @@ def _sequence(table: str, action: str, number: int, condition: str) -> str:
 def _changes(description: _Description, parts: dict[str, list[Item]]) -> list[str]:
     """What wixl cannot express, as statements."""
     code, version = upgrade_code(description.architecture), description.version
+    bits = _64_BITS if description.architecture == "x64" else 0
     changes = [
+        # An entry would be another place in either view of the registry: the folder is the place.
+        f"UPDATE `Component` SET `KeyPath` = '' WHERE `Component` = 'component.{_COMMON}'",
+        f"UPDATE `Component` SET `Attributes` = {bits} WHERE `Component` = 'component.{_COMMON}'",
         # The features of the older version are kept. An attribute is part of the row's key.
         f"DELETE FROM `Upgrade` WHERE `ActionProperty` = '{_OLDER}'",
         "INSERT INTO `Upgrade` (`UpgradeCode`, `VersionMin`, `VersionMax`, `Attributes`, `ActionProperty`) "
@@ -323,10 +341,10 @@ def _changes(description: _Description, parts: dict[str, list[Item]]) -> list[st
         f"VALUES ('path', '=-*PATH', '[~];[{_FOLDER}]', 'component.path')",
     ]
     actions = [("RemoveEnvironmentStrings", 3300, ""), ("WriteEnvironmentStrings", 5200, "")]
-    for action, number, condition in actions + _FIND_FOLDER:
+    for action, number, condition in actions + _FIND_FOLDER + [_TELL_FOLDER]:
         changes.append(_sequence("InstallExecuteSequence", action, number, condition))
     changes += [_sequence("InstallUISequence", *action) for action in _FIND_FOLDER]
-    changes += _find_folder(description.architecture)
+    changes += _folder_actions(description.architecture)
     for number, folder in enumerate(description.folders(), 1):
         # Folders go when they are empty, also those that hold folders only.
         changes.append(

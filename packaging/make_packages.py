@@ -34,6 +34,8 @@ from contents import ROOT, Item
 IDL = ROOT / "src" / "interface" / "tdefault.idl"
 # The program of the example manifest; its readers put their own name in its place.
 EXAMPLE = "host"
+# Where a 64-bit Windows has its programs of either bitness.
+SYSTEM_FOLDERS = {"x64": "C:\\Windows\\System32", "x86": "C:\\Windows\\SysWOW64"}
 
 
 def source_date() -> int:
@@ -81,6 +83,8 @@ def registration_free(architecture: str, version: str) -> list[Item]:
         "ASSEMBLY_VERSION": assembly_version,
         "PROCESSOR": manifests.PROCESSORS[architecture],
         "PROGRAM": EXAMPLE,
+        "SCRIPT_HOST": SYSTEM_FOLDERS[architecture] + "\\cscript.exe",
+        "REGISTER": SYSTEM_FOLDERS[architecture] + "\\regsvr32.exe",
     }
     for name, value in values.items():
         text = text.replace(f"@{name}@", value)

@@ -17,6 +17,13 @@ reason() { reasons+=("$1"); }
 # The last line of a log that is not empty, for a reason.
 last_line() { sed '/^[[:space:]]*$/d' "$1" 2>/dev/null | tail -n 1 | cut -c1-160; }
 
+# Why lists of packages could not be fetched, by the log of apt-get update; empty when all could.
+unfetched() {
+  local cause
+  cause=$(sed -n 's/^[EW]: Failed to fetch [^ ]* *//p' "$1" | head -n 1 | cut -c1-120)
+  [ -z "$cause" ] || echo " (not all lists of packages could be fetched: $cause)"
+}
+
 starts() { # starts FOLDER-OR-EMPTY: whether its loader runs on this machine
   local program=(/usr/lib/wine/wine)
   [ -z "$1" ] || program=("$root/scripts/enter-wine32.sh" "$1" "${program[@]}")
@@ -80,8 +87,10 @@ make_folder() {
   write_apt_settings
   # An index that cannot be read does no harm when the others have what is needed.
   apt_apart update
+  local lists
+  lists=$(unfetched "$log")
   if ! apt_apart install -y --no-install-recommends --download-only wine32 libc-bin dash coreutils; then
-    reason "no folder of 32-bit packages, because apt-get failed: $(last_line "$log")"
+    reason "no folder of 32-bit packages, because apt-get failed: $(last_line "$log")$lists"
     return 1
   fi
   local package
@@ -103,7 +112,7 @@ make_folder() {
 # The packages that installing wine32:i386 adds; fails when it would change any that is installed.
 plan_package() {
   if ! apt-get -s install --no-install-recommends wine32:i386 >"$log" 2>&1; then
-    reason "no package wine32:i386: $(last_line "$log")"
+    reason "no package wine32:i386: $(last_line "$log")$lists"
     return 1
   fi
   if grep -qE '^(Remv |Inst [^ ]+ \[)' "$log"; then
@@ -116,7 +125,7 @@ plan_package() {
 }
 
 install_package() {
-  local added=() had_architecture=
+  local added=() had_architecture='' lists
   if dpkg --print-foreign-architectures | grep -qx i386; then had_architecture=1; fi
   if dpkg-query -W -f '${db:Status-Status}' wine32:i386 2>/dev/null | grep -q '^installed'; then
     reason "the package wine32:i386 does not start: $(last_line "$log")"
@@ -133,6 +142,7 @@ install_package() {
   trap 'undo_package; exit 1' INT TERM HUP
   [ -n "$had_architecture" ] || dpkg --add-architecture i386
   apt-get -q update >"$log" 2>&1
+  lists=$(unfetched "$log")
   if plan_package; then
     if apt-get -q install -y --no-install-recommends wine32:i386 >"$log" 2>&1 && starts ''; then
       trap - INT TERM HUP

@@ -33,6 +33,10 @@ else
     wine_program=(/usr/lib/wine/wine64)
     export WINELOADER=/usr/lib/wine/wine64
   fi
+  # Debian's loader begins below an address that Wine needs, and the kernel puts its heap anywhere within a
+  # gigabyte behind it: of some thousands of starts one finds the address taken and ends with 1, without a
+  # word. Not so where the heap has a fixed place, which some containers do not allow.
+  if setarch -R true 2>/dev/null; then wine_program=(setarch -R "${wine_program[@]}"); fi
 fi
 
 wine() { "${wine_program[@]}" "$@"; }

@@ -11,7 +11,7 @@ HostThread::HostThread()
     : tables_(tables::MakeTableAccess(adapters_.platform(),
                                       {std::make_unique<tables::ado::AdoTableAccess>(),
                                        [] { return tables::ado::IsProviderRegistered(); }})),
-      search_window_(adapters_.platform(),
+      search_window_(adapters_.platform(), ModuleHandle(),
                      platform::win32::VersionResourceText(ModulePath(), L"ProductName")) {}
 
 }  // namespace tdefault::automation

@@ -4,18 +4,6 @@
 
 namespace tdefault::automation {
 
-namespace {
-
-HMODULE OwnHandle() noexcept {
-  HMODULE handle = nullptr;
-  GetModuleHandleExW(
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-      reinterpret_cast<LPCWSTR>(&OwnHandle), &handle);
-  return handle;
-}
-
-}  // namespace
-
 Module& Module::Instance() {
   static Module instance;
   return instance;
@@ -89,11 +77,19 @@ void Module::ForgetCurrentThread() noexcept {
   threads_.erase(found);
 }
 
+HMODULE ModuleHandle() noexcept {
+  HMODULE handle = nullptr;
+  GetModuleHandleExW(
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+      reinterpret_cast<LPCWSTR>(&ModuleHandle), &handle);
+  return handle;
+}
+
 std::wstring ModulePath() {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {
     const DWORD length =
-        GetModuleFileNameW(OwnHandle(), path.data(), static_cast<DWORD>(path.size()));
+        GetModuleFileNameW(ModuleHandle(), path.data(), static_cast<DWORD>(path.size()));
     if (length < path.size()) {
       path.resize(length);
       return path;

@@ -65,7 +65,8 @@ class ModuleUser {
   ModuleUser& operator=(const ModuleUser&) = delete;
 };
 
-// The library's own file.
+// The library itself, as the system knows it, and its file.
+[[nodiscard]] HMODULE ModuleHandle() noexcept;
 [[nodiscard]] std::wstring ModulePath();
 
 }  // namespace tdefault::automation

@@ -15,20 +15,21 @@ namespace tdefault::automation {
 
 namespace {
 
-constexpr WORD kMajorVersion = 104;
-constexpr WORD kMinorVersion = 0;
-constexpr LCID kLocale = 1033;
 constexpr wchar_t kVersion[] = L"104.0";
 // Version numbers of type libraries are hexadecimal in the registry.
 constexpr wchar_t kLibraryVersionKey[] = L"68.0";
 constexpr wchar_t kProgId[] = L"TovoDefaults.Options";
 
+// The system keeps classes and interfaces in a view of the registry for either bitness. Where it
+// knows one bitness only, both are the same.
 #ifdef _WIN64
-constexpr SYSKIND kSystem = SYS_WIN64;
 constexpr wchar_t kSystemKey[] = L"win64";
+constexpr REGSAM kOwnView = KEY_WOW64_64KEY;
+constexpr REGSAM kOtherView = KEY_WOW64_32KEY;
 #else
-constexpr SYSKIND kSystem = SYS_WIN32;
 constexpr wchar_t kSystemKey[] = L"win32";
+constexpr REGSAM kOwnView = KEY_WOW64_32KEY;
+constexpr REGSAM kOtherView = KEY_WOW64_64KEY;
 #endif
 
 struct PublishedClass {
@@ -45,6 +46,11 @@ constexpr PublishedClass kClasses[] = {
     {&__uuidof(::cChoice), L"TovoDefaults.cChoice", nullptr},
     {&__uuidof(::cChoices), L"TovoDefaults.cChoices", nullptr},
 };
+
+constexpr const GUID* kInterfaces[] = {&__uuidof(::_Options),  &__uuidof(::_INIOption),
+                                       &__uuidof(::_Report),   &__uuidof(::_Reports),
+                                       &__uuidof(::_cChoice),  &__uuidof(::_cChoices),
+                                       &__uuidof(::__Options), &__uuidof(::__INIOption)};
 
 std::wstring GuidText(REFGUID guid) {
   wchar_t text[39];
@@ -77,8 +83,16 @@ HRESULT SetText(const std::wstring& key, const wchar_t* name, const std::wstring
       RegSetKeyValueW(HKEY_CLASSES_ROOT, key.c_str(), name, REG_SZ, text.c_str(), bytes));
 }
 
-HRESULT RemoveTree(const std::wstring& key) {
-  const LSTATUS removed = RegDeleteTreeW(HKEY_CLASSES_ROOT, key.c_str());
+// A key that is not there is no failure.
+HRESULT RemoveTree(const std::wstring& key, REGSAM view = kOwnView) {
+  HKEY opened = nullptr;
+  LSTATUS removed = RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0,
+                                  KEY_READ | KEY_WRITE | DELETE | view, &opened);
+  if (removed == ERROR_SUCCESS) {
+    removed = RegDeleteTreeW(opened, nullptr);
+    RegCloseKey(opened);
+  }
+  if (removed == ERROR_SUCCESS) removed = RegDeleteKeyExW(HKEY_CLASSES_ROOT, key.c_str(), view, 0);
   return removed == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(removed);
 }
 
@@ -104,11 +118,6 @@ bool HasOtherSubkeys(const std::wstring& key, std::initializer_list<std::wstring
 // Whether the library of the other bitness is registered. To be asked when this one no longer is:
 // where the system knows one bitness only, it would be found itself.
 bool OtherBitnessIsRegistered() {
-#ifdef _WIN64
-  constexpr REGSAM kOtherView = KEY_WOW64_32KEY;
-#else
-  constexpr REGSAM kOtherView = KEY_WOW64_64KEY;
-#endif
   HKEY opened = nullptr;
   if (RegOpenKeyExW(HKEY_CLASSES_ROOT, ClassKey(kClasses[0]).c_str(), 0, KEY_READ | kOtherView,
                     &opened) != ERROR_SUCCESS)
@@ -155,16 +164,25 @@ HRESULT RemoveLanguage(const std::wstring& language) {
   return RemoveTree(language);
 }
 
+HRESULT RemoveInterfaces(REGSAM view) {
+  Outcome outcome;
+  for (const GUID* id : kInterfaces) outcome.Note(RemoveTree(L"Interface\\" + GuidText(*id), view));
+  return outcome.result();
+}
+
 // The other bitness of the library may be registered under the same identifier: only what is ours
-// goes. The system removes the version with its last language only, so the neutral language goes
-// first. What it leaves, of a damaged registration, is removed here.
+// goes. UnRegisterTypeLib does not promise to leave the other's interfaces, without which its
+// objects are not passed between apartments.
 HRESULT UnregisterLibrary() {
   Outcome outcome;
   const std::wstring version = LibraryKey() + L"\\" + kLibraryVersionKey;
-  outcome.Note(RemoveLanguage(version + L"\\0"));
-  UnRegisterTypeLib(LIBID_TovoDefaults, kMajorVersion, kMinorVersion, kLocale, kSystem);
-  outcome.Note(RemoveLanguage(version + L"\\409"));
-  if (!HasOtherSubkeys(version, {L"FLAGS", L"HELPDIR"})) outcome.Note(RemoveTree(version));
+  for (const wchar_t* language : {L"\\0", L"\\409"})
+    outcome.Note(RemoveLanguage(version + language));
+  outcome.Note(RemoveInterfaces(kOwnView));
+  if (HasOtherSubkeys(version, {L"FLAGS", L"HELPDIR"})) return outcome.result();
+  // Registering a library of 64 bits makes the interfaces of both.
+  outcome.Note(RemoveInterfaces(kOtherView));
+  outcome.Note(RemoveTree(version));
   if (!HasOtherSubkeys(LibraryKey(), {})) outcome.Note(RemoveTree(LibraryKey()));
   return outcome.result();
 }

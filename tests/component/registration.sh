@@ -75,7 +75,18 @@ expect_none() {
 register_all() { for dll in "$@"; do run regsvr32 /s "$dll"; done; }
 unregister_all() { for dll in "$@"; do run regsvr32 /u /s "$dll"; done; }
 
-# Unregistering keeps the type library while its other bitness has an entry for the language.
+# Whether the interfaces are there for programs of so many bits.
+has_interfaces() {
+  local key
+  for key in "${keys[@]}"; do
+    case $key in
+      Interface*) run reg query "HKCR\\$key\\ProxyStubClsid32" "/reg:$1" >/dev/null 2>&1 || return 1 ;;
+    esac
+  done
+}
+
+# Unregistering keeps the type library while its other bitness has an entry for the language, and the
+# interfaces that programs of the other bitness have for themselves.
 expect_other_bitness_kept() {
   local language=$1
   shift
@@ -86,6 +97,10 @@ expect_other_bitness_kept() {
   run reg query "$version\\FLAGS" >/dev/null || fail "the library's flags went"
   run reg query "$version\\$language\\$other" >/dev/null || fail "the other bitness went"
   ! run reg query "$version\\$language\\$own" >/dev/null 2>&1 || fail "our own bitness stayed"
+  if [ "$own" = win64 ]; then
+    has_interfaces 32 || fail "the interfaces of the other bitness went"
+    ! has_interfaces 64 || fail "our own interfaces stayed"
+  fi
   run reg delete "$version\\$language\\$other" /f >/dev/null
   unregister_all "$@"
   expect_none

@@ -224,6 +224,8 @@ def tables(setting: Setting) -> None:
     expect_equal(properties["Manufacturer"], "Tovo", "publisher")
     expect_equal(properties["ALLUSERS"], "1", "installed for")
     expect(not [name for name in properties if "URL" in name or "HELP" in name], "there is no page to link to")
+    expect_equal(properties["MSIRESTARTMANAGERCONTROL"], "DisableShutdown", "what becomes of programs that use it")
+    expect_equal(properties["REBOOT"], "ReallySuppress", "restarts of the machine")
     other = "x86" if architecture == "x64" else "x64"
     expect(properties["UpgradeCode"] != installer.upgrade_code(other), "both architectures replace each other")
     expect(properties["ProductCode"] != installer_properties(setting.installer(LOWER))["ProductCode"], "product code")
@@ -259,6 +261,15 @@ def check_components(setting: Setting, package: Path) -> None:
         expect_equal(row["ComponentId"], installer.identifier("component", owner, name.removeprefix("component.")), name)
         is_64_bit = setting.architecture == "x64" and name != "component.interfaces"
         expect_equal(bool(int(row["Attributes"]) & 0x100), is_64_bit, f"{name} is 64-bit")
+    # Shared is what has one identifier in one place: an entry in another view of the registry is another place.
+    common = rows["component.registration"]
+    expect_equal((common["Directory_"], common["KeyPath"]), ("WindowsFolder", ""), "place of the common entries")
+    places = {row["Registry"]: row["Key"] for row in table(package, "Registry")}
+    expect_equal(
+        places[rows["component.interfaces"]["KeyPath"]],
+        f"Software\\Classes\\Interface\\{LIBRARY.interfaces[0].id}",
+        "place of the 32-bit interfaces",
+    )
     components = {
         registration.Part.OWN: f"component.{contents.LIBRARY}",
         registration.Part.COMMON: "component.registration",
@@ -276,10 +287,15 @@ def check_components(setting: Setting, package: Path) -> None:
 
 
 def install(setting: Setting) -> None:
-    """Installed, the library serves a script and tovocfg; removed, nothing of it is left."""
+    """Installed and repaired, the library serves a script and tovocfg; removed, nothing of it is left."""
     with setting.new_machine("install") as of:
         installed = Installed(setting, of)
         installed.install()
+        installed.file("tdefault.dll").unlink()
+        installed.file("tovocfg.exe").write_bytes(b"damaged")
+        of.run("reg", "delete", "HKCR\\TovoDefaults.Options", "/f")
+        of.run("reg", "delete", f"HKCR\\CLSID\\{LIBRARY.classes[0].id}", "/f")
+        installed.install(VERSION, "REINSTALL=ALL", "REINSTALLMODE=amus")
         for name in ("tdefault.dll", "tovocfg.exe"):
             data = installed.file(name).read_bytes()
             expect(data == (setting.build / name).read_bytes(), f"{name} is not the one that was built")
@@ -301,6 +317,8 @@ def install(setting: Setting) -> None:
         values = next(iter(products.values()))
         expect_equal(values["DisplayName"], f'"{installer.product_name(setting.architecture)}"', "name")
         expect_equal(values["DisplayVersion"], f'"{VERSION}"', "version")
+        location = values["InstallLocation"].replace("\\\\", "\\")
+        expect_equal(location, f'"{installed.folder}\\"', "folder")
         installed.remove()
         installed.expect_as_before()
 
@@ -425,6 +443,8 @@ def registration_free(setting: Setting) -> None:
         with zipfile.ZipFile(setting.packages / f"{setting.name}.zip") as archive:
             archive.extractall(of.drive)
         unpacked = of.drive / setting.name
+        text = (unpacked / "README.txt").read_text(encoding="ascii")
+        expect("@" not in text and contents.file_version(VERSION) in text, f"the text for host authors:\n{text}")
         copy_shop(of, unpacked / "samples" / "shop")
         # The example manifest is for a program of this name.
         hosts = {"compiled": setting.host, "script": of.path("C:\\windows\\system32\\cscript.exe")}

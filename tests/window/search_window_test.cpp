@@ -37,7 +37,8 @@ struct Scene {
   // Shows the dialog while `acts` runs on the user's thread, and gives the new data path. The
   // dialog is closed when the user has left it open.
   std::wstring Show(const std::function<void(User&)>& acts) {
-    search::SearchWindow shown(window::WithFiles(machine.platform(), held), L"Tovo Defaults");
+    search::SearchWindow shown(window::WithFiles(machine.platform(), held),
+                               GetModuleHandleW(nullptr), L"Tovo Defaults");
     User user(GetCurrentThreadId());
     std::thread acting([&] {
       const bool seen = user.SeeDialog();
@@ -472,7 +473,8 @@ TEST_CASE("an error of the search closes the dialog and reaches its caller") {
   };
   Simulation machine;
   FailingFiles files(machine.platform().files);
-  search::SearchWindow shown(window::WithFiles(machine.platform(), files), L"Tovo Defaults");
+  search::SearchWindow shown(window::WithFiles(machine.platform(), files),
+                             GetModuleHandleW(nullptr), L"Tovo Defaults");
   User user(GetCurrentThreadId());
   std::thread acting([&] {
     CHECK(user.SeeDialog());

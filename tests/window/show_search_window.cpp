@@ -86,7 +86,8 @@ int main(int count, char** arguments) {
                                             : request.scene == "searching"
                                                 ? L"C:\\Program Files\\TOVO\\"
                                                 : L"none");
-  search::SearchWindow dialog(window::WithFiles(machine.platform(), held), L"Tovo Defaults");
+  search::SearchWindow dialog(window::WithFiles(machine.platform(), held),
+                              GetModuleHandleW(nullptr), L"Tovo Defaults");
   User user(GetCurrentThreadId());
   std::thread playing([&] { Play(user, held, request); });
   dialog.Show();

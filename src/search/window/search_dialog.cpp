@@ -19,15 +19,6 @@ constexpr UINT kActivated = WM_APP + 1;
 constexpr wchar_t kLetters[] = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr int kLetterCount = 52;
 
-// The library or program that this code is part of: its resources are the dialog's.
-HINSTANCE OwnModule() {
-  HMODULE module = nullptr;
-  GetModuleHandleExW(
-      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-      std::bit_cast<LPCWSTR>(&OwnModule), &module);
-  return module;
-}
-
 int AcceptControl(AcceptButton button) {
   return button == AcceptButton::kSearch ? IDC_SEARCH : IDOK;
 }
@@ -50,8 +41,9 @@ bool CanBePressed(HWND button) {
 
 }  // namespace
 
-SearchDialog::SearchDialog(const platform::Platform& platform, const std::wstring& product)
-    : module_(OwnModule()),
+SearchDialog::SearchDialog(const platform::Platform& platform, HINSTANCE module,
+                           const std::wstring& product)
+    : module_(module),
       product_(product),
       pump_(platform.dialogs),
       form_(WithDialogs(platform, pump_), *this) {}

@@ -21,7 +21,7 @@ namespace tdefault::search {
 
 class SearchDialog final : private SearchView {
  public:
-  SearchDialog(const platform::Platform& platform, const std::wstring& product);
+  SearchDialog(const platform::Platform& platform, HINSTANCE module, const std::wstring& product);
   ~SearchDialog() override;
 
   SearchDialog(const SearchDialog&) = delete;

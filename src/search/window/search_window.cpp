@@ -5,7 +5,7 @@
 namespace tdefault::search {
 
 std::wstring SearchWindow::Show() {
-  SearchDialog dialog(platform_, product_);
+  SearchDialog dialog(platform_, module_, product_);
   dialog.Run();
   return dialog.NewDataPath();
 }

@@ -1,6 +1,8 @@
 // The window of the data-folder search: the system's modal dialog over frmFSearch.
 #pragma once
 
+#include <windows.h>
+
 #include <string>
 #include <utility>
 
@@ -9,17 +11,18 @@
 
 namespace tdefault::search {
 
-// The module that this is linked into has the resources of search_window.rc.
 class SearchWindow final : public DataFolderSearch {
  public:
-  // `product`: the library's product name. The platform outlives the window.
-  SearchWindow(const platform::Platform& platform, std::wstring product)
-      : platform_(platform), product_(std::move(product)) {}
+  // `module`: the library or program that has the resources of search_window.rc. `product`: the
+  // library's product name. The platform outlives the window.
+  SearchWindow(const platform::Platform& platform, HINSTANCE module, std::wstring product)
+      : platform_(platform), module_(module), product_(std::move(product)) {}
 
   std::wstring Show() override;
 
  private:
   platform::Platform platform_;
+  HINSTANCE module_;
   std::wstring product_;
 };
 

@@ -21,7 +21,8 @@ struct CodePageMark {
 
 constexpr std::array kCodePageMarks = {
     CodePageMark{0x01, 437},   CodePageMark{0x02, 850},   CodePageMark{0x03, 1252},
-    CodePageMark{0x04, 10000}, CodePageMark{0x64, 852},   CodePageMark{0x65, 866},
+    CodePageMark{0x04, 10000}, CodePageMark{0x57, 1252},  CodePageMark{0x58, 1252},
+    CodePageMark{0x59, 1252},  CodePageMark{0x64, 852},   CodePageMark{0x65, 866},
     CodePageMark{0x66, 865},   CodePageMark{0x67, 861},   CodePageMark{0x68, 895},
     CodePageMark{0x69, 620},   CodePageMark{0x6A, 737},   CodePageMark{0x6B, 857},
     CodePageMark{0x78, 950},   CodePageMark{0x79, 949},   CodePageMark{0x7A, 936},
@@ -90,7 +91,7 @@ class LayoutReader {
     layout.is_database_container = (flags & table_header::kIsDatabaseContainer) != 0;
     ReadDescriptorArea(layout);
     layout.has_backlink =
-        visual_ && header_[layout.header_length - table_header::kBacklinkSize] != 0;
+        has_backlink_room_ && header_[layout.header_length - table_header::kBacklinkSize] != 0;
     ReadDescriptors(layout);
     return layout;
   }
@@ -165,7 +166,7 @@ class LayoutReader {
   }
 
   // Fetches the whole header and counts its descriptors. The record area starts where the header
-  // says, so its length must be exactly what its parts need, or every row would be read shifted.
+  // says, so its length must be what its parts need, or every row would be read shifted.
   void ReadDescriptorArea(const TableLayout& layout) {
     if (layout.header_length <= table_header::kSize) {
       throw Damaged(L"its header length " + std::to_wstring(layout.header_length) +
@@ -178,16 +179,17 @@ class LayoutReader {
     if (end >= header_.size()) throw Damaged(L"the list of its columns has no end");
     descriptor_count_ = (end - table_header::kSize) / field_descriptor::kSize;
     if (descriptor_count_ == 0) throw Damaged(L"it has no columns");
-    const std::size_t needed = end + 1 + (visual_ ? table_header::kBacklinkSize : 0);
-    // dBASE III puts a zero byte behind the terminator, and some programs write the older versions
-    // with Visual FoxPro's room for the path of a container.
-    const bool padded = !visual_ && (layout.header_length == needed + 1 ||
-                                     layout.header_length == needed + table_header::kBacklinkSize);
-    if (layout.header_length != needed && !padded) {
+    const std::size_t shortest = end + 1;
+    const std::size_t longest = shortest + table_header::kBacklinkSize;
+    // Some programs write Visual FoxPro's versions without the room for the path of a container,
+    // or the older ones with it; dBASE III puts a zero byte behind the terminator.
+    const bool padded = !visual_ && layout.header_length == shortest + 1;
+    if (layout.header_length != shortest && layout.header_length != longest && !padded) {
       throw Damaged(L"its header length is " + std::to_wstring(layout.header_length) +
                     L" where its " + std::to_wstring(descriptor_count_) + L" columns need " +
-                    std::to_wstring(needed));
+                    std::to_wstring(visual_ ? longest : shortest));
     }
+    has_backlink_room_ = visual_ && layout.header_length == longest;
   }
 
   void ReadDescriptors(TableLayout& layout) {
@@ -273,6 +275,8 @@ class LayoutReader {
       if (byte == 0) break;
       bytes.push_back(static_cast<char>(byte));
     }
+    // Some programs fill names up with blanks.
+    bytes.erase(bytes.find_last_not_of(' ') + 1);
     const bool printable = std::all_of(bytes.begin(), bytes.end(), [](char character) {
       return static_cast<unsigned char>(character) > 0x20 && character != 0x7F;
     });
@@ -315,6 +319,7 @@ class LayoutReader {
   std::vector<std::uint8_t> header_;
   std::uint8_t version_ = 0;
   bool visual_ = false;  // one of Visual FoxPro's versions
+  bool has_backlink_room_ = false;
   std::size_t descriptor_count_ = 0;
 };
 

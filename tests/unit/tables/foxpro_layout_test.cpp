@@ -120,6 +120,32 @@ TEST_CASE("the zero byte that dBASE III puts behind its header is no damage") {
   CHECK(shelf.First() == Value(std::wstring(L"Ann       ")));
 }
 
+TEST_CASE("Visual FoxPro's versions without the room for a container's path are read") {
+  constexpr std::size_t kBacklinkSize = 263;
+  for (const int version : {0x30, 0x31, 0x32}) {
+    CAPTURE(version);
+    const TableBytes table = TwoColumns(static_cast<std::uint8_t>(version));
+    const std::size_t header = table.header_length() - kBacklinkSize;
+    std::string bytes = table.Bytes();
+    TableShelf shelf;
+    // With the room still there but not counted, the rows would be read shifted.
+    shelf.Put(With(bytes, 8, LittleEndian(header, 2)));
+    const Error error = ErrorOf([&] { static_cast<void>(shelf.Rows()); });
+    CHECK(error.number() == error_number::kTableDamaged);
+    bytes.erase(header, kBacklinkSize);
+    shelf.Put(With(bytes, 8, LittleEndian(header, 2)));
+    const auto rows = shelf.Rows();
+    REQUIRE(rows.size() == 2);
+    CHECK(rows[1] == std::vector<Value>{std::wstring(L"Bob       "), 7.0});
+  }
+}
+
+TEST_CASE("column names that are filled up with blanks are read without them") {
+  TableShelf shelf;
+  shelf.Put(With(TwoColumns().Bytes(), 32, "NAME       "));
+  CHECK(shelf.Open()->columns()[0].name == L"NAME");
+}
+
 TEST_CASE("a file may end without its end mark, or hold more than its records") {
   const std::string bytes = TwoColumns().Bytes();
   for (const std::string& variant :
@@ -283,6 +309,7 @@ TEST_CASE("text is decoded in the code page that the table's mark names") {
   };
   for (const Case& page :
        {Case{0x01, "\x82", 0x00E9}, Case{0x02, "\xB5", 0x00C1}, Case{0x03, "\xE9", 0x00E9},
+        Case{0x57, "\x80", 0x20AC}, Case{0x58, "\xE9", 0x00E9}, Case{0x59, "\xE9", 0x00E9},
         Case{0xC8, "\xB3", 0x0142}, Case{0xC9, "\xC6", 0x0416}}) {
     CAPTURE(page.mark);
     TableShelf shelf;

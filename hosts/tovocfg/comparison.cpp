@@ -60,8 +60,12 @@ Json JsonOfFacts(const SideFacts& facts) {
 std::string ShownFacts(const SideFacts& facts) {
   if (facts.kind == "defaults") return "the defaults of the definitions";
   const std::string site = " (site " + std::to_string(facts.site) + ")";
-  if (facts.kind == "export")
-    return "export " + facts.file + " of " + facts.exported + " from " + facts.data_folder + site;
+  if (facts.kind == "export") {
+    // One that was written by hand may not say when and where it was made.
+    return (facts.file == kStandardInput ? "export on standard input" : "export " + facts.file) +
+           (facts.exported.empty() ? "" : " of " + facts.exported) +
+           (facts.data_folder.empty() ? "" : " from " + facts.data_folder + site);
+  }
   return facts.data_folder + site + ", " +
          (facts.local_ini.empty() ? "no local INI file" : facts.local_ini);
 }

@@ -43,7 +43,7 @@ struct Comparison {
 // Where the values of a side come from.
 struct SideFacts {
   std::string kind;         // "catalogue", "defaults" or "export"
-  std::string file;         // of an export
+  std::string file;         // of an export; kStandardInput when it came from there
   std::string exported;     // when
   std::string data_folder;  // empty for defaults
   std::string local_ini;    // of a catalogue; empty when there is none

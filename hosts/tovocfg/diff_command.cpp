@@ -7,7 +7,6 @@
 
 #include "tovocfg/comparison.h"
 #include "tovocfg/exchange_reading.h"
-#include "tovocfg/paths.h"
 #include "tovocfg/session.h"
 #include "tovocfg/text.h"
 
@@ -38,10 +37,14 @@ void Restrict(std::vector<const Option*>& here, const ExchangeFile& file) {
 }
 
 There InExport(const Request& request, std::vector<const Option*>& here) {
-  const std::string path = FullPath(request.file);
-  const ExchangeFile file = ReadExchangeFrom(path);
+  const ExchangeFile file = ReadExchangeFrom(request.file);
   There there;
-  there.facts = {"export", path, file.exported, file.data_folder, "", file.site};
+  there.facts = {"export",
+                 request.file == kStandardInput ? request.file : ExchangeName(request.file),
+                 file.exported,
+                 file.data_folder,
+                 "",
+                 file.site};
   for (const Setting& setting : file.options)
     if (IsMeant(setting, request.section, ScopeOf(request))) there.settings.push_back(setting);
   Restrict(here, file);

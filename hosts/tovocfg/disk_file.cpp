@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 #include <vector>
 
 #include "tovocfg/text.h"
@@ -14,6 +15,7 @@ namespace tovocfg {
 namespace {
 
 constexpr LONGLONG kLargest = 64LL * 1024 * 1024;
+constexpr const char* kTooLarge = "it has 64 MB or more.";
 
 // Closes the handle.
 class DiskHandle {
@@ -71,7 +73,10 @@ FileContent ReadDiskFile(const std::string& path) {
   if (!file.is_open()) return failed(GetLastError());
   LARGE_INTEGER size{};
   if (GetFileSizeEx(file.get(), &size) == 0) return failed(GetLastError());
-  if (size.QuadPart >= kLargest) return failed(ERROR_FILE_TOO_LARGE);
+  if (size.QuadPart >= kLargest) {
+    content.problem = kTooLarge;
+    return content;
+  }
   content.bytes.resize(static_cast<std::size_t>(size.QuadPart));
   DWORD read = 0;
   if (ReadFile(file.get(), content.bytes.data(), static_cast<DWORD>(content.bytes.size()), &read,
@@ -79,6 +84,38 @@ FileContent ReadDiskFile(const std::string& path) {
     return failed(GetLastError());
   content.bytes.resize(read);
   return content;
+}
+
+std::string WritingProblem(const std::string& path) {
+  const DiskHandle file(CreateFileW(ToWide(path).c_str(), GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  return file.is_open() ? std::string() : MessageOf(GetLastError());
+}
+
+FileContent ReadStandardInput() {
+  FileContent content;
+  const auto failed = [&content](std::string problem) {
+    content.problem = std::move(problem);
+    content.bytes.clear();
+    return content;
+  };
+  const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+  DWORD mode = 0;
+  if (input == nullptr || input == INVALID_HANDLE_VALUE || GetConsoleMode(input, &mode) != 0)
+    return failed("nothing is piped or redirected into it.");
+  std::vector<char> part(std::size_t{1} << 16U);
+  for (;;) {
+    DWORD read = 0;
+    if (ReadFile(input, part.data(), static_cast<DWORD>(part.size()), &read, nullptr) == 0) {
+      const DWORD error = GetLastError();
+      // The program at the other end has ended.
+      return error == ERROR_BROKEN_PIPE ? content : failed(MessageOf(error));
+    }
+    if (read == 0) return content;
+    content.bytes.append(part.data(), read);
+    if (content.bytes.size() >= static_cast<std::size_t>(kLargest)) return failed(kTooLarge);
+  }
 }
 
 std::string WriteDiskFile(const std::string& path, const std::string& bytes, IfExists if_exists) {

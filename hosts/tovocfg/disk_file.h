@@ -1,4 +1,4 @@
-// Files that users name, read and written as a whole.
+// Files that users name, and what is piped into the program, read and written as a whole.
 #pragma once
 
 #include <string>
@@ -13,6 +13,13 @@ struct FileContent {
 
 // Others may have the file open, for writing too. Fails for a file of 64 MB or more.
 [[nodiscard]] FileContent ReadDiskFile(const std::string& path);
+
+// Why the file cannot be opened for writing now, by the system's reason; empty when it can.
+[[nodiscard]] std::string WritingProblem(const std::string& path);
+
+// What another program writes into this one, or a file that is redirected into it, up to its end.
+// Fails for a keyboard and from 64 MB on.
+[[nodiscard]] FileContent ReadStandardInput();
 
 enum class IfExists { kRefuse, kReplace };
 

@@ -1,6 +1,8 @@
 #include "tovocfg/exchange_file.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <limits>
 #include <set>
 #include <tuple>
 #include <utility>
@@ -43,12 +45,17 @@ std::string PlaceOf(std::string_view bytes, std::size_t read) {
          std::to_string(CountCharacters(before.substr(line_start)) + 1);
 }
 
-// What the parser complains about, without its own numbers and place.
+// What the parser complains about, without its own numbers and place. It repeats what it has read
+// last, which may be everything.
 std::string ReasonOf(const Json::parse_error& error) {
+  constexpr std::size_t kLongest = 160;
   const std::string text = error.what();
+  if (text.find("ill-formed UTF-8") != std::string::npos)
+    return "a character is not UTF-8; save the file as UTF-8";
   const std::size_t column = text.find(", column ");
   const std::size_t start = text.find(": ", column == std::string::npos ? 0 : column);
-  return start == std::string::npos ? text : text.substr(start + 2);
+  return "this is not well-formed JSON: " +
+         Shortened(start == std::string::npos ? text : text.substr(start + 2), kLongest);
 }
 
 // The names of every object that is open, to find those that stand there twice: the parser would
@@ -73,6 +80,12 @@ class MemberNames {
   std::vector<std::set<std::string>> open_;
   std::string twice_;
 };
+
+// A number or a truth as it stands there; of what holds others only what it is.
+std::string KindOf(const Json& json) {
+  if (json.is_array()) return "a list";
+  return json.is_object() ? "an object" : json.dump();
+}
 
 // Takes the members of a parsed file out, and notes what is missing or of another kind.
 class ExchangeReader {
@@ -107,8 +120,14 @@ class ExchangeReader {
 
   bool IsKnownVersion(const Json& json) {
     const auto version = json.find("formatVersion");
-    if (version == json.end() || !version->is_number_integer() || *version < 1) {
+    if (version == json.end()) {
       Problem("the member \"formatVersion\" with the number of the format is missing");
+      return false;
+    }
+    if (!version->is_number_integer() || *version < 1) {
+      Problem(
+          "the member \"formatVersion\" must be the number of the format, a whole number from "
+          "1 on without quotation marks");
       return false;
     }
     if (*version > kFormatVersion) {
@@ -123,7 +142,11 @@ class ExchangeReader {
   void ReadSite(const Json& json) {
     const auto site = json.find("site");
     if (site == json.end()) return;
-    if (site->is_number_integer())
+    constexpr std::int32_t kLargest = std::numeric_limits<std::int32_t>::max();
+    const bool fits = site->is_number_unsigned()
+                          ? site->get<std::uint64_t>() <= std::uint64_t{kLargest}
+                          : site->is_number_integer() && site->get<std::int64_t>() >= -kLargest;
+    if (fits)
       read_.file.site = site->get<long>();
     else
       Problem("\"site\" must be the site's number");
@@ -186,8 +209,7 @@ class ExchangeReader {
     else if (value->is_string())
       setting.value = Trimmed(value->get<std::string>());
     else if (!value->is_null())
-      Problem(where + "\"value\" is " +
-              value->dump(-1, ' ', false, Json::error_handler_t::replace) +
+      Problem(where + "\"value\" is " + KindOf(*value) +
               "; it must be a text in quotation marks, or null");
     if (setting.font.empty()) return;
     const std::string name = Trimmed(setting.font.substr(0, setting.font.find('|')));
@@ -198,8 +220,15 @@ class ExchangeReader {
   ReadExchange& read_;
 };
 
-bool BeginsUtf16(std::string_view bytes) {
-  return bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF");
+// The text without a mark of its encoding, as UTF-8. JSON begins with a character of ASCII, which
+// tells UTF-16 that has no mark.
+std::string AsUtf8(std::string_view bytes) {
+  constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+  if (bytes.starts_with(kUtf8Mark)) return std::string(bytes.substr(kUtf8Mark.size()));
+  if (bytes.starts_with("\xFF\xFE")) return FromUtf16(bytes.substr(2), ByteOrder::kLowFirst);
+  if (bytes.starts_with("\xFE\xFF")) return FromUtf16(bytes.substr(2), ByteOrder::kHighFirst);
+  if (bytes.size() < 2 || (bytes[0] == '\0') == (bytes[1] == '\0')) return std::string(bytes);
+  return FromUtf16(bytes, bytes[0] == '\0' ? ByteOrder::kHighFirst : ByteOrder::kLowFirst);
 }
 
 // The key that all sites share, where the site's number is a part of it.
@@ -242,7 +271,7 @@ std::vector<Setting> SortedSettings(const std::vector<const Option*>& options) {
   return settings;
 }
 
-std::string ExchangeToJson(const ExchangeFile& file) {
+std::string ExchangeToJson(const ExchangeFile& file, Letters letters) {
   Json json = {{"format", kFormat},
                {"formatVersion", kFormatVersion},
                {"productVersion", file.product_version},
@@ -254,26 +283,20 @@ std::string ExchangeToJson(const ExchangeFile& file) {
     json["onlyFile"] = file.only_file == Scope::kLocal ? "local" : "global";
   json["options"] = Json::array();
   for (const Setting& setting : file.options) json["options"].push_back(JsonOfSetting(setting));
-  return Written(json);
+  return Written(json, letters);
 }
 
 ReadExchange ReadExchangeFile(std::string_view bytes) {
   ReadExchange read;
-  if (BeginsUtf16(bytes)) {
-    read.problems.emplace_back(
-        "the file is UTF-16, which a shell may have made of the output; export with "
-        "'tovocfg export FILE', or save the file as UTF-8");
-    return read;
-  }
   MemberNames names;
+  const std::string text = AsUtf8(bytes);
   Json json;
   try {
-    json = Json::parse(bytes, [&names](int /*depth*/, Json::parse_event_t event, Json& parsed) {
+    json = Json::parse(text, [&names](int /*depth*/, Json::parse_event_t event, Json& parsed) {
       return names.Step(event, parsed);
     });
   } catch (const Json::parse_error& error) {
-    read.problems.push_back(PlaceOf(bytes, error.byte) +
-                            ": this is not well-formed JSON: " + ReasonOf(error));
+    read.problems.push_back(PlaceOf(text, error.byte) + ": " + ReasonOf(error));
     return read;
   } catch (const Json::exception& error) {
     read.problems.push_back(std::string("this JSON cannot be read: ") + error.what());

@@ -6,11 +6,15 @@
 #include <string_view>
 #include <vector>
 
+#include "tovocfg/json_text.h"
 #include "tovocfg/option.h"
 #include "tovocfg/output.h"
 #include "tovocfg/selection.h"
 
 namespace tovocfg {
+
+// What stands for standard input in place of a file.
+inline constexpr const char* kStandardInput = "-";
 
 // One option of the file. What names it is in the file as in the catalogue that it comes from.
 struct Setting {
@@ -46,7 +50,7 @@ struct ExchangeFile {
 
 // One member on each line, so that versions of the file can be compared line by line. Ends in a
 // line break.
-[[nodiscard]] std::string ExchangeToJson(const ExchangeFile& file);
+[[nodiscard]] std::string ExchangeToJson(const ExchangeFile& file, Letters letters);
 
 struct ReadExchange {
   ExchangeFile file;
@@ -54,6 +58,7 @@ struct ReadExchange {
   std::vector<std::string> problems;
 };
 
+// UTF-8 with or without its mark, or UTF-16, which shells and editors make of it.
 [[nodiscard]] ReadExchange ReadExchangeFile(std::string_view bytes);
 
 // The option here that a setting is about: of the same file, section and key, which for a key with

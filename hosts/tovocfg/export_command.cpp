@@ -79,11 +79,10 @@ ExitCode Export(const Request& request) {
   if (!request.section.empty()) file.only_section = chosen.front()->section;
   file.only_file = ScopeOf(request);
   file.options = SortedSettings(chosen);
-  const std::string json = ExchangeToJson(file);
   if (to_output) {
-    WriteToOutput(json);
+    WriteToOutput(ExchangeToJson(file, Letters::kEscaped));
   } else {
-    WriteToFile(path, json, request);
+    WriteToFile(path, ExchangeToJson(file, Letters::kUtf8), request);
     std::cout << Exported(chosen, path, request.json);
   }
   return ExitCode::kOk;

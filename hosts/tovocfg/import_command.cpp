@@ -5,10 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "tovocfg/disk_file.h"
 #include "tovocfg/exchange_reading.h"
 #include "tovocfg/import_plan.h"
-#include "tovocfg/paths.h"
 #include "tovocfg/saving.h"
 #include "tovocfg/session.h"
 #include "tovocfg/text.h"
@@ -30,9 +28,8 @@ std::string MeantOptions(const Request& request) {
 void RefuseIfAny(const ImportPlan& plan, const Session& session, const std::string& file) {
   if (!plan.refusals.empty()) {
     throw Stop{ExitCode::kValueRefused,
-               plan.refusals + "Correct the values in " + file +
-                   ", or take those options out of it: what it does not name stays as it is.\n" +
-                   kNothingSaved};
+               plan.refusals + "Correct these values, or take the options out of " + file +
+                   ": what it does not name stays as it is.\n" + kNothingSaved};
   }
   const bool any_local = std::any_of(plan.changes.begin(), plan.changes.end(),
                                      [](const Change& c) { return c.option->local_ini; });
@@ -64,16 +61,16 @@ void RequireFilesInUse(const Session& session, const Request& request) {
 }  // namespace
 
 ExitCode Import(const Request& request) {
-  const std::string path = FullPath(request.file);
-  const ExchangeFile file = ReadExchangeFrom(path, std::string("\n") + kNothingSaved);
+  const std::string name = ExchangeName(request.file);
+  const ExchangeFile file = ReadExchangeFrom(request.file, std::string("\n") + kNothingSaved);
   Session session(request);
   RequireFilesInUse(session, request);
   const ImportRules rules = {request.section, ScopeOf(request), request.skip_unknown};
   const ImportPlan plan = PlanImport(file, session.options(), rules, SurroundingsOf(session));
   if (plan.in_scope == 0 && (!rules.section.empty() || rules.scope != Scope::kBoth))
     throw Stop{ExitCode::kOptionNotFound,
-               path + " names no " + MeantOptions(request) + "\n" + kNothingSaved};
-  RefuseIfAny(plan, session, path);
+               name + " names no " + MeantOptions(request) + "\n" + kNothingSaved};
+  RefuseIfAny(plan, session, name);
   Saving saving;
   saving.is_import = true;
   for (const Setting& setting : plan.skipped) saving.skipped.push_back(NameOf(setting));

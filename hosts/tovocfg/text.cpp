@@ -71,6 +71,31 @@ std::string FromCharacters(std::u32string_view characters) {
   return text;
 }
 
+std::string FromUtf16(std::string_view bytes, ByteOrder order) {
+  constexpr char32_t kReplacement = 0xFFFD;
+  const auto unit_at = [bytes, order](std::size_t at) -> char32_t {
+    const auto first = static_cast<unsigned char>(bytes[at]);
+    const auto second = static_cast<unsigned char>(bytes[at + 1]);
+    return order == ByteOrder::kLowFirst ? second * 256U + first : first * 256U + second;
+  };
+  std::u32string characters;
+  std::size_t at = 0;
+  for (; at + 1 < bytes.size(); at += 2) {
+    const char32_t unit = unit_at(at);
+    if ((unit & 0xF800U) != 0xD800U) {
+      characters += unit;
+      continue;
+    }
+    const bool is_first = (unit & 0xFC00U) == 0xD800U;
+    const char32_t next = is_first && at + 3 < bytes.size() ? unit_at(at + 2) : 0;
+    const bool is_pair = (next & 0xFC00U) == 0xDC00U;
+    characters += is_pair ? 0x10000U + ((unit & 0x3FFU) << 10U) + (next & 0x3FFU) : kReplacement;
+    if (is_pair) at += 2;
+  }
+  if (at < bytes.size()) characters += kReplacement;
+  return FromCharacters(characters);
+}
+
 std::size_t CountCharacters(std::string_view text) { return Characters(text).size(); }
 
 std::size_t WholeCharacters(std::string_view text) {

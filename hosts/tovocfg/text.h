@@ -12,6 +12,11 @@ namespace tovocfg {
 [[nodiscard]] std::u32string Characters(std::string_view text);
 [[nodiscard]] std::string FromCharacters(std::u32string_view characters);
 
+enum class ByteOrder { kLowFirst, kHighFirst };
+
+// Half of a character, as of a text that was cut, becomes U+FFFD.
+[[nodiscard]] std::string FromUtf16(std::string_view bytes, ByteOrder order);
+
 [[nodiscard]] std::size_t CountCharacters(std::string_view text);
 
 // The bytes in front of a character that has only begun at the end of the text.

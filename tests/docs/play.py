@@ -83,9 +83,8 @@ class Player:
         if "regsvr32" in text or text.startswith("msiexec "):
             self.shop.registered = False
         ini = self.page.settings.get("ini")
-        if ini and re.match(r"tovocfg\b", text) and "--ini" not in text and not re.search(
-                r"--(help|version)\b|\bhelp\b", text):
-            return f"tovocfg --ini {ini}{text[len('tovocfg'):]}"
+        if ini and "--ini" not in text and not re.search(r"--(help|version)\b|\bhelp\b", text):
+            return re.sub(r"(^|\| )tovocfg\b", lambda found: f"{found[0]} --ini {ini}", text)
         return text
 
     def play_console(self, block):

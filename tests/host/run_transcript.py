@@ -10,6 +10,8 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
 
     tovocfg ARGUMENTS     with the library and the copy's TOVO.INI named in front
     plain ARGUMENTS       tovocfg with these arguments only
+    piped FILE ARGUMENTS  tovocfg as above with a file of the copy for standard input
+    into FILE ARGUMENTS   the same with one for standard output
     console PAGE ARGUMENTS  tovocfg as above on a console of that code page: what its screen shows
     vbs, js ARGUMENTS     samples/scripts/options.vbs or .js, with the copy's TOVO.INI
     plain_vbs, plain_js   the same with these arguments only
@@ -19,6 +21,9 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     patch FILE AT BYTES   puts other bytes, given as hexadecimal digits, at an offset
     fixture FILE TARGET   copies a file of tests/fixtures to the copy
     write FILE TEXT       makes a file of the copy; \\r, \\xE9 and the like stand for their bytes
+    age FILE MINUTES      was changed that long ago
+    divert FILE           copies a file to where the system diverts programs that may not write to
+                          it, for the profile folder {here}\\profile
     read_only FILE        marks a file of the copy as read-only, writable FILE takes the mark off
     unregister            no library is registered for any program, until the transcript ends
     register FILE         this one is
@@ -30,6 +35,7 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     kit NAME VALUE        a value of the kit program's registration, until the transcript ends
     show FILE             the lines of a file of the copy
     write_lines FILE LINE...    makes a file of the copy, with these lines in UTF-8
+    encode FILE TARGET ENCODING  a copy of a UTF-8 file in another encoding, as Python names it
     identical FILE OTHER  whether two files of the copy hold the same bytes, times in them aside
     files FOLDER          the names of a folder of the copy
     hold FILE [read]      opens a file so that nobody else may, or only for reading, until released
@@ -46,6 +52,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 SHOP = os.path.join(ROOT, "samples", "shop")
@@ -141,10 +148,10 @@ class Machine:
         with open(self.path(name), "wb") as file:
             file.write(data.replace(old.encode("cp1252"), new.encode("cp1252")))
 
-    def run_program(self, command, encoding="utf-8"):
+    def run_program(self, command, encoding="utf-8", source=os.devnull):
         """Its output as lines of a transcript."""
         for _ in range(3):
-            status, output, problems = self.outcome(command)
+            status, output, problems = self.outcome(command, source)
             # On a busy machine a start of Wine fails now and then without a word. What transcripts
             # run says why it fails.
             if status != 1 or output or problems:
@@ -153,12 +160,13 @@ class Machine:
         lines += ["! " + line for line in text_lines(problems, encoding) if line]
         return lines + ([f"[exit {status}]"] if status else [])
 
-    def outcome(self, command):
+    def outcome(self, command, source=os.devnull):
         # Into files, not pipes: what the first program of a session starts in the background keeps
         # its output open long after the program has ended.
-        with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as problems:
+        with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as problems, \
+                open(source, "rb") as input_file:
             environment = dict(os.environ, LC_ALL="C.UTF-8", **self.environment)
-            done = subprocess.run([self.emulator, *command], stdin=subprocess.DEVNULL, stdout=out,
+            done = subprocess.run([self.emulator, *command], stdin=input_file, stdout=out,
                                   stderr=problems, timeout=TIMEOUT_SECONDS, env=environment,
                                   check=False)
             out.seek(0)
@@ -173,18 +181,36 @@ class Machine:
                                  self.here + "\\programs\\options." + kind, *words],
                                 encoding="cp437")
 
+    def command(self, words):
+        return [self.here + "\\programs\\tovocfg.exe", "--library",
+                self.here + "\\programs\\tdefault.dll", "--ini",
+                self.here + "\\workstation\\TOVO.INI", *words]
+
     def tovocfg(self, words):
-        return self.plain(["--library", self.here + "\\programs\\tdefault.dll", "--ini",
-                           self.here + "\\workstation\\TOVO.INI", *words])
+        return self.run_program(self.command(words))
+
+    def piped(self, name, *words):
+        """With a file for standard input."""
+        return self.run_program(self.command(words), source=self.path(name))
+
+    def into(self, name, *words):
+        """With a file for standard output."""
+        status, output, problems = self.outcome(self.command(words))
+        with open(self.path(name), "wb") as file:
+            file.write(output)
+        lines = ["! " + line for line in text_lines(problems, "utf-8") if line]
+        return lines + ([f"[exit {status}]"] if status else [])
+
+    def encode(self, name, target, encoding):
+        with open(self.path(target), "wb") as file:
+            file.write(self.read(name).decode("utf-8").encode(encoding))
 
     def plain(self, words):
         return self.run_program([self.here + "\\programs\\tovocfg.exe", *words])
 
     def console(self, page, *words):
         return self.run_program([self.here + "\\programs\\console_run.exe", page,
-                                 self.here + "\\programs\\tovocfg.exe", "--library",
-                                 self.here + "\\programs\\tdefault.dll", "--ini",
-                                 self.here + "\\workstation\\TOVO.INI", *words])
+                                 *self.command(words)])
 
     def changes(self):
         lines = []
@@ -229,6 +255,14 @@ class Machine:
     def write(self, name, text=""):
         with open(self.path(name), "wb") as file:
             file.write(re.sub(r"\\(x[0-9A-Fa-f]{2}|[0nr\\])", byte_of, text).encode("latin-1"))
+
+    def age(self, name, minutes):
+        moment = time.time() - 60 * int(minutes)
+        os.utime(self.path(name), (moment, moment))
+
+    def divert(self, name):
+        below = self.here.split(":", 1)[1].strip("\\").replace("\\", "/")
+        self.copy(name, f"profile/VirtualStore/{below}/{name}")
 
     def read_only(self, name):
         os.chmod(self.path(name), 0o444)

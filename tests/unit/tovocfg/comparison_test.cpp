@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "sample_options.h"
+#include "tovocfg/text.h"
 
 namespace tovocfg {
 
@@ -119,6 +120,18 @@ TEST_CASE("the JSON form tells absent keys, absent options and differing values 
   CHECK(json["differences"][1]["there"] == "");
   CHECK(json["differences"][2]["difference"] == "onlyThere");
   CHECK_FALSE(json["differences"][2].contains("here"));
+}
+
+TEST_CASE("an export is told with what is known of it") {
+  const SideFacts here = {"catalogue", "", "", "C:\\D", "C:\\W\\TOVO.INI", 3};
+  const auto told = [&](const SideFacts& there) {
+    return Split(FormatComparison(Comparison{}, here, there), '\n').at(1);
+  };
+  CHECK(told({"export", "C:\\a.json", "2026-01-31T08:00:00Z", "C:\\E", "", 5}) ==
+        "There: export C:\\a.json of 2026-01-31T08:00:00Z from C:\\E (site 5)");
+  CHECK(told({"export", "C:\\a.json", "", "", "", 0}) == "There: export C:\\a.json");
+  CHECK(told({"export", kStandardInput, "2026-01-31T08:00:00Z", "", "", 0}) ==
+        "There: export on standard input of 2026-01-31T08:00:00Z");
 }
 
 }  // namespace tovocfg

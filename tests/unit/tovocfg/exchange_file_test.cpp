@@ -3,6 +3,7 @@
 #include <doctest/doctest.h>
 
 #include "sample_options.h"
+#include "tovocfg/text.h"
 
 namespace tovocfg {
 
@@ -26,6 +27,9 @@ std::string WithOption(const std::string& members) {
 }  // namespace
 
 TEST_CASE("what is written reads back the same") {
+  Letters letters = Letters::kUtf8;
+  SUBCASE("in UTF-8") {}
+  SUBCASE("in ASCII") { letters = Letters::kEscaped; }
   const Option rate = RateOption("5.000");
   const Option colour = ColourOption("2");
   const Option font = FontOption("Arial|9|0|0|0|0|0");
@@ -40,7 +44,7 @@ TEST_CASE("what is written reads back the same") {
   file.only_section = "Tax";
   file.only_file = Scope::kLocal;
   file.options = SortedSettings({&rate, &colour, &font, &printer, &absent, &empty});
-  const ReadExchange read = ReadExchangeFile(ExchangeToJson(file));
+  const ReadExchange read = ReadExchangeFile(ExchangeToJson(file, letters));
   CHECK(read.problems.empty());
   CHECK(read.file.exported == file.exported);
   CHECK(read.file.product_version == file.product_version);
@@ -88,7 +92,7 @@ TEST_CASE("the file has one member on each line, and null for a key that is abse
   file.product_version = "1.0.0";
   file.data_folder = "C:\\D";
   file.options = SortedSettings({&absent, &colour});
-  CHECK(ExchangeToJson(file) == R"({
+  CHECK(ExchangeToJson(file, Letters::kUtf8) == R"({
   "format": "tovocfg export",
   "formatVersion": 1,
   "productVersion": "1.0.0",
@@ -118,6 +122,60 @@ TEST_CASE("the file has one member on each line, and null for a key that is abse
 )");
 }
 
+TEST_CASE("characters outside ASCII stand in the file as they are, or as escapes") {
+  const Option printer = PrinterOption("3", "\xC3\xA9\xF0\x9F\x9A\x97");
+  ExchangeFile file;
+  file.options = SortedSettings({&printer});
+  CHECK(ExchangeToJson(file, Letters::kUtf8).find("\"\xC3\xA9\xF0\x9F\x9A\x97\"") !=
+        std::string::npos);
+  CHECK(ExchangeToJson(file, Letters::kEscaped).find(R"("\u00e9\ud83d\ude97")") !=
+        std::string::npos);
+}
+
+TEST_CASE("UTF-16 reads as UTF-8 does, with and without a mark") {
+  const std::string text = WithOption("\"value\": \"\xC3\xA9\"");
+  std::string low_first;
+  std::string high_first;
+  for (const char32_t character : Characters(text)) {
+    low_first += {static_cast<char>(character & 0xFFU), static_cast<char>(character >> 8U)};
+    high_first += {static_cast<char>(character >> 8U), static_cast<char>(character & 0xFFU)};
+  }
+  for (const std::string& bytes :
+       {low_first, high_first, "\xFF\xFE" + low_first, "\xFE\xFF" + high_first}) {
+    CAPTURE(bytes.size());
+    const ReadExchange read = ReadExchangeFile(bytes);
+    CHECK(read.problems.empty());
+    REQUIRE(read.file.options.size() == 1);
+    CHECK(read.file.options.front().value == "\xC3\xA9");
+  }
+  CHECK(ProblemOf("\xFF\xFE" + low_first.substr(0, 21)).starts_with("line 1, column "));
+}
+
+TEST_CASE("text of another encoding is told, with what to do") {
+  CHECK(ProblemOf(WithOption("\"value\": \"Montr\xE9"
+                             "al\""))
+            .ends_with(": a character is not UTF-8; save the file as UTF-8"));
+}
+
+TEST_CASE("however long or deep damaged JSON is, what is told of it is short") {
+  CHECK(ProblemOf("{\"format\": \"" + std::string(1000000, 'x')).size() < 300);
+  const std::string deep = std::string(200000, '[') + std::string(200000, ']');
+  CHECK(ProblemOf(deep).starts_with("this is no file of 'tovocfg export'"));
+  CHECK(ProblemOf(WithOption("\"value\": " + deep)) ==
+        "option 1 of the file, Tax / Rate1: \"value\" is a list; it must be a text in quotation "
+        "marks, or null");
+  CHECK(ProblemOf(WithOption("\"value\": {\"a\": 1}")).find("\"value\" is an object;") !=
+        std::string::npos);
+}
+
+TEST_CASE("a site that no shop can have is refused") {
+  for (const char* site : {"5000000000", "-5000000000", "18446744073709551615", "3.5", "\"3\""}) {
+    CAPTURE(site);
+    CHECK(ProblemOf(std::string(R"({"format": "tovocfg export", "formatVersion": 1, "site": )") +
+                    site + R"(, "options": []})") == "\"site\" must be the site's number");
+  }
+}
+
 TEST_CASE("damaged JSON is told with line and column in characters") {
   CHECK(ProblemOf("{\n  \"format\": \"\xC3\xA9\", x}")
             .starts_with("line 2, column 18: this is not well-formed JSON: "));
@@ -138,7 +196,6 @@ TEST_CASE("a file of another kind is told apart from a damaged one") {
     CAPTURE(other);
     CHECK(ProblemOf(other).starts_with("this is no file of 'tovocfg export'"));
   }
-  CHECK(ProblemOf("\xFF\xFE{").starts_with("the file is UTF-16"));
 }
 
 TEST_CASE("the mark of UTF-8 in front is no damage") {

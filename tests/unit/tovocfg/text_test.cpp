@@ -23,6 +23,24 @@ TEST_CASE("characters become the same bytes again") {
   CHECK(FromCharacters(Characters(text)) == text);
 }
 
+TEST_CASE("UTF-16 becomes UTF-8 in either order of its bytes") {
+  using namespace std::string_view_literals;
+  CHECK(FromUtf16("a\0\xE9\0\xAC\x20\x3D\xD8\x97\xDE"sv, ByteOrder::kLowFirst) ==
+        "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x9A\x97");
+  CHECK(FromUtf16("\0a\0\xE9\x20\xAC\xD8\x3D\xDE\x97"sv, ByteOrder::kHighFirst) ==
+        "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x9A\x97");
+  CHECK(FromUtf16("", ByteOrder::kLowFirst).empty());
+}
+
+TEST_CASE("half a character of UTF-16 becomes a replacement and takes nothing else along") {
+  using namespace std::string_view_literals;
+  const std::string replacement = "\xEF\xBF\xBD";
+  CHECK(FromUtf16("a\0b"sv, ByteOrder::kLowFirst) == "a" + replacement);
+  CHECK(FromUtf16("\x3D\xD8x\0"sv, ByteOrder::kLowFirst) == replacement + "x");
+  CHECK(FromUtf16("\x97\xDEx\0"sv, ByteOrder::kLowFirst) == replacement + "x");
+  CHECK(FromUtf16("\x3D\xD8"sv, ByteOrder::kLowFirst) == replacement);
+}
+
 TEST_CASE("texts are the same in any letter case, accents included") {
   CHECK(SameText("Tax", "TAX"));
   CHECK(

@@ -6,6 +6,8 @@
 #include <sstream>
 #include <utility>
 
+#include "tovocfg/suggestion.h"
+
 namespace tovocfg {
 
 namespace {
@@ -173,7 +175,9 @@ void AddExchange(CLI::App& app, Request& request) {
       "The file is for 'import' and 'diff', and stays the same but for its time while the options\n"
       "do. A key that its INI file does not hold is null.");
   CLI::App* read = app.add_subcommand("import", "Checks and saves the values of an export");
-  read->add_option("file", request.file, "The export")->required()->type_name("FILE");
+  read->add_option("file", request.file, "The export; - reads it from standard input")
+      ->required()
+      ->type_name("FILE");
   AddJson(*read, request);
   read->add_flag("--dry-run", request.dry_run, "Checks and shows the changes, saves nothing");
   read->add_flag("--skip-unknown", request.skip_unknown, "Leaves out options unknown here");
@@ -182,12 +186,15 @@ void AddExchange(CLI::App& app, Request& request) {
   read->footer(
       "Examples:\n"
       "  tovocfg import C:\\SAVED\\shop.json --dry-run\n"
-      "  tovocfg import C:\\SAVED\\shop.json --global\n\n"
+      "  tovocfg import C:\\SAVED\\shop.json --global\n"
+      "  type C:\\SAVED\\shop.json | tovocfg import -\n\n"
       "Everything is checked first, and nothing is saved when any value is refused. Options that\n"
       "the file does not name, or names with null, stay as they are. Options are found by file,\n"
       "section and key; those of each site by the key of the site here.");
   CLI::App* diff = app.add_subcommand("diff", "Compares values with defaults or those elsewhere");
-  diff->add_option("file", request.file, "An export to compare with")->type_name("FILE");
+  diff->add_option("file", request.file,
+                   "An export to compare with; - reads it from standard input")
+      ->type_name("FILE");
   diff->add_flag("--defaults", request.defaults,
                  "Compares with the defaults, as without any of these");
   diff->add_option("--with-data", request.with_data, "Compares with another data folder")
@@ -432,6 +439,53 @@ ParsedArguments Checked(const CLI::App& app, Request request) {
   return parsed;
 }
 
+// "; did you mean list?"; empty when none of the candidates is close.
+std::string DidYouMean(const std::string& word, const std::vector<std::string>& candidates) {
+  const std::string meant = Closest(word, candidates);
+  return meant.empty() ? std::string() : "; did you mean " + meant + "?";
+}
+
+std::string NoSuchCommand(const std::string& word) {
+  std::vector<std::string> names;
+  for (const auto& [name, command] : kCommands) names.emplace_back(name);
+  const std::string meant = DidYouMean(word, names);
+  return "there is no command " + word +
+         (meant.empty() ? "; use " + CommandNames() + "; --help explains them"
+                        : meant + " 'tovocfg --help' explains the commands");
+}
+
+// The options of a command with their hyphens, and those of the program.
+std::vector<std::string> OptionNames(const CLI::App& command) {
+  std::vector<std::string> names;
+  for (const CLI::App* app = &command; app != nullptr; app = app->get_parent())
+    for (const CLI::Option* option : app->get_options())
+      for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  return names;
+}
+
+// Why there is no place for a word of the command line.
+std::string NotExpected(const CLI::App& app, const std::string& word) {
+  const bool is_option = word.size() > 1 && word.starts_with('-');
+  const CLI::App* command = &app;
+  std::string name;
+  while (!command->get_subcommands().empty()) {
+    command = command->get_subcommands().front();
+    name += (name.empty() ? "" : " ") + command->get_name();
+  }
+  if (name.empty() && !is_option) return NoSuchCommand(word);
+  const std::string program = app.get_name();
+  const std::string help =
+      "'" + program + (name.empty() ? "" : " " + name) + " --help' lists what it takes";
+  const bool takes_values = name == "set" || name == "get";
+  if (name.empty()) name = program;
+  if (!is_option)
+    return name + ": there is one word too many, " + word + "; " + help +
+           ".\nPut a name with blanks in quotation marks.";
+  const std::string meant = DidYouMean(word.substr(0, word.find('=')), OptionNames(*command));
+  return name + ": there is no option " + word + (meant.empty() ? "; " : meant + " ") + help + "." +
+         (takes_values ? "\nWhere it is a name or a value, write -- in front of SECTION." : "");
+}
+
 // What the parser raised, in words of this program where its own do not help.
 ParsedArguments Ended(const CLI::App& app, const CLI::ParseError& error, const Request& request) {
   // No words behind get or set: the checks tell what belongs there.
@@ -444,11 +498,8 @@ ParsedArguments Ended(const CLI::App& app, const CLI::ParseError& error, const R
     parsed.text = out.str();
     return parsed;
   }
-  const std::vector<std::string> left = app.remaining();
-  if (app.get_subcommands().empty() && !left.empty() && !left.front().starts_with('-'))
-    return Refused("there is no command " + left.front() + "; use " + CommandNames() +
-                   "; --help explains them");
-  return Refused(problems.str());
+  const std::vector<std::string> left = app.remaining(true);
+  return Refused(left.empty() ? problems.str() : NotExpected(app, left.front()));
 }
 
 }  // namespace

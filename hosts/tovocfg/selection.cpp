@@ -26,10 +26,15 @@ std::string KeysOf(const std::vector<Option>& options, const std::string& sectio
   return keys;
 }
 
+// Why no option of the scope has the key.
 std::string NoSuchKey(const std::vector<Option>& options, const std::string& section,
                       const std::string& key) {
   const std::string keys = KeysOf(options, section);
   if (keys.empty()) return NoSuchSection(options, section);
+  for (const Option& option : options)
+    if (SameText(option.section, section) && SameText(option.key, key))
+      return Title(option) + " is an option of the " + FileWord(option) + " file; leave out --" +
+             (option.local_ini ? "global" : "local");
   return "section " + section + " has no option " + key + "; it has: " + keys;
 }
 

@@ -59,8 +59,32 @@ TEST_CASE("an unknown command is named and answered with the commands there are"
   CHECK(ParseArguments({"frobnicate", "x"}).text ==
         "there is no command frobnicate; use list, get, set, export, import, diff, exists, delete, "
         "comment, uncomment, disable, reports, where, check or doctor; --help explains them");
-  CHECK(ParseArguments({"--frobnicate"}).text.find("not expected: --frobnicate") !=
+  CHECK(ParseArguments({"--frobnicate"}).text ==
+        "tovocfg: there is no option --frobnicate; 'tovocfg --help' lists what it takes.");
+}
+
+TEST_CASE("a misspelt command or option is answered with the one that may be meant") {
+  CHECK(ParseArguments({"improt", "shop.json"}).text ==
+        "there is no command improt; did you mean import? 'tovocfg --help' explains the commands");
+  CHECK(ParseArguments({"list", "--sectoin", "Tax"}).text ==
+        "list: there is no option --sectoin; did you mean --section? 'tovocfg list --help' lists "
+        "what it takes.");
+  CHECK(ParseArguments({"list", "--sectoin=Tax"}).text.find("did you mean --section?") !=
         std::string::npos);
+  CHECK(ParseArguments({"where", "--libary", "x"}).text.find("did you mean --library?") !=
+        std::string::npos);
+  CHECK(ParseArguments({"reports", "use", "INV2", "--hide-price"})
+            .text.find("did you mean --hide-prices?") != std::string::npos);
+}
+
+TEST_CASE("a word for which there is no place is named") {
+  CHECK(ParseArguments({"list", "Tax", "Rate1"}).text ==
+        "list: there is one word too many, Rate1; 'tovocfg list --help' lists what it takes.\n"
+        "Put a name with blanks in quotation marks.");
+  CHECK(ParseArguments({"set", "Tax", "Name1", "-x"}).text ==
+        "set: there is no option -x; 'tovocfg set --help' lists what it takes.\n"
+        "Where it is a name or a value, write -- in front of SECTION.");
+  CHECK(ParseArguments({"list", "[a,b]", "[c]"}).text.find("too many, [c];") != std::string::npos);
 }
 
 TEST_CASE("commands about one option take section and key, or the ID alone") {
@@ -123,6 +147,8 @@ TEST_CASE("import needs a file") {
   CHECK(parsed.request.file == "a.json");
   CHECK(parsed.request.skip_unknown);
   CHECK(parsed.request.dry_run);
+  CHECK(ParseArguments({"import", "-"}).request.file == "-");
+  CHECK(ParseArguments({"diff", "-", "--section", "Tax"}).request.file == "-");
   CHECK(ParseArguments({"import"}).exit_code == ExitCode::kUsage);
   CHECK(ParseArguments({"import"}).text.find("name the file") != std::string::npos);
 }

@@ -66,6 +66,14 @@ TEST_CASE("a section of the other file is told apart from one that does not exis
   CHECK(NoSuchSection(Shop(), "Nope") == "there is no section Nope; sections: Tax, Printers, Both");
 }
 
+TEST_CASE("an option of the other file is told apart from one that does not exist") {
+  const std::vector<Option> shop = Shop();
+  CHECK(FindByKey(shop, "Tax", "rate1", 3, Scope::kLocal).problem ==
+        "Tax / Rate1 is an option of the global file; leave out --local");
+  CHECK(FindByKey(shop, "Printers", "Invoice3", 3, Scope::kGlobal).problem ==
+        "Printers / Invoice3 is an option of the local file; leave out --global");
+}
+
 TEST_CASE("an unknown key is answered with the section's keys") {
   const std::vector<Option> shop = Shop();
   const Selection selection = FindByKey(shop, "Tax", "Rate9", 3, Scope::kBoth);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -83,8 +84,9 @@ std::optional<FileFacts> FactsOf(const std::wstring& file) {
   if (!GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data) ||
       (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
     return std::nullopt;
-  return FileFacts{(data.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0,
-                   LocalTime(data.ftLastWriteTime)};
+  const FILETIME& time = data.ftLastWriteTime;
+  return FileFacts{(data.dwFileAttributes & FILE_ATTRIBUTE_READONLY) != 0, LocalTime(time),
+                   std::uint64_t{time.dwHighDateTime} << 32U | time.dwLowDateTime};
 }
 
 // Opening a folder for it asks for the right to make files there, and makes none.
@@ -104,6 +106,8 @@ Circumstances CircumstancesOf(const Request& request) {
     circumstances.data_folder = ToWide(FullPath(request.data_folder));
   circumstances.search_folders = SearchFolders();
   circumstances.windows_folder = WindowsFolder();
+  const std::wstring local_data = ToWide(EnvironmentValue(L"LOCALAPPDATA"));
+  if (!local_data.empty()) circumstances.diverted_folder = local_data + L"\\VirtualStore";
   circumstances.tables_setting = EnvironmentValue(L"TDEFAULT_TABLES");
   circumstances.provider_registered = tdefault::tables::ado::IsProviderRegistered();
   circumstances.facts_of = FactsOf;

@@ -38,6 +38,12 @@ std::string Examination::ChangedAt(const std::wstring& path) const {
   return facts ? facts->changed : std::string();
 }
 
+bool Examination::ChangedBefore(const std::wstring& path, const std::wstring& other) const {
+  const std::optional<FileFacts> facts = circumstances_.facts_of(path);
+  const std::optional<FileFacts> others = circumstances_.facts_of(other);
+  return facts && others && facts->change_time < others->change_time;
+}
+
 Content Examination::Read(const std::wstring& path) const {
   Content content;
   const auto file = platform_.files.Open(path, FileAccess::kRead, FileShare::kReadWrite);

@@ -21,7 +21,8 @@ struct SearchFolder {
 // What the ports do not tell about a file.
 struct FileFacts {
   bool read_only = false;
-  std::string changed;  // local time, "2026-03-07 14:05"
+  std::string changed;            // local time, "2026-03-07 14:05"
+  std::uint64_t change_time = 0;  // the same, to compare
 };
 
 struct Circumstances {
@@ -29,6 +30,9 @@ struct Circumstances {
   std::wstring data_folder;  // likewise; empty: as the local INI file says
   std::vector<SearchFolder> search_folders;
   std::wstring windows_folder;
+  // Where the system puts what old programs write to folders that they may not write to; below it
+  // lie the paths without their drive. Empty where it does no such thing.
+  std::wstring diverted_folder;
   std::string tables_setting;  // the environment variable TDEFAULT_TABLES
   bool provider_registered = false;
   // Absent when there is no such file.
@@ -65,6 +69,8 @@ class Examination {
   [[nodiscard]] bool IsFile(const std::wstring& path) const;
   // The time of the last change; empty when there is no such file.
   [[nodiscard]] std::string ChangedAt(const std::wstring& path) const;
+  // Whether both files exist and the first one was changed before the second.
+  [[nodiscard]] bool ChangedBefore(const std::wstring& path, const std::wstring& other) const;
   // Read while others may go on writing.
   [[nodiscard]] Content Read(const std::wstring& path) const;
   // The names in a folder that match a pattern such as "tov*.tmp", in alphabetical order.

@@ -118,6 +118,9 @@ Leftover Classified(const Examination& examination, const std::wstring& path,
   if (!owner) return leftover;
   leftover.owner = *owner;
   leftover.kind = CopyKind::kOtherContent;
+  // A copy has the time of the file that it was made of, and so has the previous version, which was
+  // the copy of the last save that succeeded.
+  leftover.is_outdated = examination.ChangedBefore(path, PreviousVersionOf(files[*owner].path));
   return leftover;
 }
 
@@ -153,7 +156,8 @@ std::string Damaged(const IniText& text, const Examination& examination, const I
   if (text.has_nul) return "holds zero bytes, as a file does whose writing was interrupted";
   auto& session = examination.platform().session;
   for (const Leftover& leftover : leftovers) {
-    if (leftover.owner != which || leftover.kind != CopyKind::kOtherContent) continue;
+    if (leftover.owner != which || leftover.kind != CopyKind::kOtherContent || leftover.is_outdated)
+      continue;
     const std::size_t missing =
         MissingTail(text, TakeApart(examination.Read(leftover.path).bytes, session));
     if (missing != 0)
@@ -255,6 +259,25 @@ std::string AdviceFor(const std::vector<Step>& steps) {
                        : "Restore it. " + std::string(kNoSaveRunning);
 }
 
+// Programs without the right to write to the file's folder, and without a manifest, have got a copy
+// of their own in the user's profile, and read that since.
+void ExamineDiverted(Examination& examination, const IniFile& file) {
+  const std::wstring& store = examination.circumstances().diverted_folder;
+  const bool on_drive = file.path.size() > 2 && file.path[1] == L':';
+  if (store.empty() || !on_drive) return;
+  const std::wstring copy = store + file.path.substr(2);
+  if (!examination.IsFile(copy)) return;
+  examination.Add(Health::kWarning, file.topic,
+                  "a diverted copy is " + ToUtf8(copy) + ", " + examination.ChangedAt(copy) +
+                      "; old 32-bit programs of this user read and write it instead of " +
+                      ToUtf8(file.path),
+                  "Give users the right to change the file and to make files in its folder. Close "
+                  "these programs, take over what is missing with 'tovocfg set', and delete the "
+                  "diverted copy.",
+                  {{"to compare", "fc " + Quoted(copy) + " " + Quoted(file.path)},
+                   DeleteStep("to delete the copy", copy)});
+}
+
 void ExaminePrevious(Examination& examination, const IniFile& file) {
   const std::wstring previous = PreviousVersionOf(file.path);
   if (!examination.IsFile(previous)) return;
@@ -282,12 +305,21 @@ void ExamineMissing(Examination& examination, const std::vector<IniFile>& files,
 void TellContentFromBefore(Examination& examination, const IniFile& file,
                            const Leftover& leftover) {
   const std::string name = ToUtf8(NameOf(file.path));
+  const std::string previous = ToUtf8(NameOf(PreviousVersionOf(file.path)));
+  const std::string held = ToUtf8(leftover.path) + ", " + examination.ChangedAt(leftover.path) +
+                           ", holds what " + name + " held before a save that was interrupted; ";
+  const std::string present = name + ", " + examination.ChangedAt(file.path) + ", ";
   examination.Add(
-      Health::kProblem, Topic::kLeftovers,
-      ToUtf8(leftover.path) + ", " + examination.ChangedAt(leftover.path) + ", holds what " + name +
-          " held before a save that was interrupted; " + name +
-          " may have some of the save's values and not the others",
-      std::string(kNoSaveRunning) + " Compare both files, keep one, then delete the copy.",
+      leftover.is_outdated ? Health::kWarning : Health::kProblem, Topic::kLeftovers,
+      held + present +
+          (leftover.is_outdated ? "has been saved again since, as the newer " + previous + " shows"
+                                : "may have some of the save's values and not the others"),
+      std::string(kNoSaveRunning) +
+          (leftover.is_outdated
+               ? " Compare both files. Putting the copy back would also take back what was "
+                 "changed since; enter single values that are missing with 'tovocfg set' "
+                 "instead. Then delete the copy."
+               : " Compare both files, keep one, then delete the copy."),
       {{"to compare", "fc " + Quoted(leftover.path) + " " + Quoted(file.path)},
        CopyStep("to put " + name + " back as it was before the save", leftover.path, file.path),
        DeleteStep("to delete the copy", leftover.path)});
@@ -337,22 +369,26 @@ std::vector<Step> RestoreSteps(const Examination& examination, const std::vector
                                std::size_t which, const std::vector<Leftover>& leftovers) {
   const IniFile& file = files[which];
   std::vector<Step> steps;
+  std::vector<Step> outdated;
   for (const Leftover& leftover : leftovers)
     if (leftover.owner == which && leftover.kind == CopyKind::kOtherContent)
-      steps.push_back(CopyStep("to restore it from the copy of an interrupted save, " +
-                                   examination.ChangedAt(leftover.path),
-                               leftover.path, file.path));
+      (leftover.is_outdated ? outdated : steps)
+          .push_back(CopyStep("to restore it from the copy of an interrupted save, " +
+                                  examination.ChangedAt(leftover.path),
+                              leftover.path, file.path));
   const std::wstring previous = PreviousVersionOf(file.path);
   if (examination.IsFile(previous))
     steps.push_back(
         CopyStep("to restore it from the previous version, " + examination.ChangedAt(previous),
                  previous, file.path));
+  steps.insert(steps.end(), outdated.begin(), outdated.end());
   return steps;
 }
 
 std::optional<IniText> ExamineIniFile(Examination& examination, const std::vector<IniFile>& files,
                                       std::size_t which, const std::vector<Leftover>& leftovers) {
   const IniFile& file = files[which];
+  ExamineDiverted(examination, file);
   const Content content = examination.Read(file.path);
   if (content.missing()) {
     ExamineMissing(examination, files, which, leftovers);

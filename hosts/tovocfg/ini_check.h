@@ -33,6 +33,8 @@ struct Leftover {
   std::wstring path;
   CopyKind kind = CopyKind::kForeign;
   std::size_t owner = 0;  // position of the INI file; of a foreign or unreadable copy: any
+  // Other content, and the INI file has been saved again since the save that was interrupted.
+  bool is_outdated = false;
 };
 
 // The temporary copies in the folders of the INI files.

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,6 +28,8 @@ struct Shop {
   std::uint32_t adding_files = 0;
   std::string tables_setting;
   bool provider_registered = false;
+  std::wstring diverted_folder;
+  std::map<std::wstring, std::uint64_t> change_times;
 
   Shop() {
     machine.PutFile(kLocal, kLocalText);
@@ -43,11 +47,14 @@ struct Shop {
                                     {"PATH", L"C:\\Tools\\"},
                                     {"PATH", L"c:\\tools"}};
     circumstances.windows_folder = machine.windows_folder();
+    circumstances.diverted_folder = diverted_folder;
     circumstances.tables_setting = tables_setting;
     circumstances.provider_registered = provider_registered;
     circumstances.facts_of = [this](const std::wstring& file) -> std::optional<FileFacts> {
       if (!machine.Contents(file)) return std::nullopt;
-      return FileFacts{machine.IsReadOnly(file), "2001-03-07 14:05"};
+      const auto time = change_times.find(file);
+      return FileFacts{machine.IsReadOnly(file), "2001-03-07 14:05",
+                       time == change_times.end() ? 0 : time->second};
     };
     circumstances.adding_files = [this](const std::wstring&) { return adding_files; };
     return Examination(machine.platform(), circumstances);

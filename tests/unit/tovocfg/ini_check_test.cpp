@@ -137,6 +137,52 @@ TEST_CASE("what a temporary copy is tells whether it is needed") {
   }
 }
 
+TEST_CASE("a copy from before a later save is outdated, and putting it back is told to lose that") {
+  Shop shop;
+  const std::wstring previous = L"C:\\Shop\\TOVOGBL.old";
+  shop.machine.PutFile(previous, "[Tax]\r\nRate1=4.000\r\n");
+  shop.machine.PutFile(kCopy, "[Tax]\r\nRate1=6.000\r\nName1=TPS\r\nName2=TVQ\r\n");
+  shop.change_times = {{kCopy, 100}, {previous, 101}, {kGlobal, 102}};
+  const auto found = IniFindings(shop);
+  const Diagnosis* const outdated =
+      Find(found, Health::kWarning, "has been saved again since, as the newer TOVOGBL.old shows");
+  REQUIRE(outdated != nullptr);
+  CHECK(outdated->advice.find("would also take back what was changed since") != std::string::npos);
+  CHECK(HasStep(outdated, kDeleteCopy));
+  CHECK(CountOf(found, Health::kProblem) == 0);
+  // The previous version is of before the interrupted save.
+  shop.change_times[previous] = 99;
+  CHECK(Find(IniFindings(shop), Health::kProblem, "may have some of the save's values"));
+}
+
+TEST_CASE("a missing file is restored from the previous version before an outdated copy") {
+  Shop shop;
+  const std::wstring previous = L"C:\\Shop\\TOVOGBL.old";
+  shop.machine.PutFile(previous, "[Tax]\r\nRate1=4.000\r\n");
+  shop.machine.PutFile(kCopy, kGlobalText);
+  shop.machine.RemoveFile(kGlobal);
+  for (const bool is_outdated : {true, false}) {
+    CAPTURE(is_outdated);
+    shop.change_times = {{kCopy, is_outdated ? 100 : 102}, {previous, 101}};
+    const auto found = IniFindings(shop);
+    const Diagnosis* const missing = Find(found, Health::kProblem, "there is no file");
+    REQUIRE(missing != nullptr);
+    REQUIRE(missing->steps.size() == 2);
+    CHECK((missing->steps.back().command == kGoBack) == is_outdated);
+  }
+}
+
+TEST_CASE("a copy that the system has diverted programs to is told") {
+  Shop shop;
+  shop.diverted_folder = L"C:\\Users\\A\\VirtualStore";
+  CHECK(CountOf(IniFindings(shop), Health::kWarning) == 0);
+  shop.machine.PutFile(L"C:\\Users\\A\\VirtualStore\\Desk\\TOVO.INI", kLocalText);
+  const auto found = IniFindings(shop);
+  CHECK(HasStep(Find(found, Health::kWarning, "read and write it instead of C:\\Desk\\TOVO.INI"),
+                "del \"C:\\Users\\A\\VirtualStore\\Desk\\TOVO.INI\""));
+  CHECK(CountOf(found, Health::kWarning) == 1);
+}
+
 TEST_CASE("a copy that somebody holds may belong to a save that is running") {
   Shop shop;
   shop.machine.PutFile(kCopy, kGlobalText);

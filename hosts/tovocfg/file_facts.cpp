@@ -40,6 +40,23 @@ std::string WithoutNumber(const std::string& key, const std::string& number) {
 
 }  // namespace
 
+LossesOfSaving FindLosses(ProfileFiles& profile_files, const IniFiles& files,
+                          const std::vector<Option>& options) {
+  constexpr std::size_t kLongestValue = 80;
+  LossesOfSaving losses;
+  for (const Option& option : options) {
+    const std::wstring& file = option.local_ini ? files.local_file : files.global_file;
+    if (file.empty()) continue;
+    const std::wstring whole = tdefault::support::ReadIniValue(
+        profile_files, tdefault::FromUtf8(option.section), tdefault::FromUtf8(option.key), file);
+    const std::wstring_view value = tdefault::TrimBlanks(whole);
+    const bool has_value = !tdefault::EqualIgnoringCase(value, tdefault::support::kNotFound);
+    if (has_value && !IsSet(option) && losses.unread == nullptr) losses.unread = &option;
+    if (value.size() > kLongestValue) losses.shortened.push_back(&option);
+  }
+  return losses;
+}
+
 void AddFileFacts(ProfileFiles& profile_files, const IniFiles& files,
                   std::vector<Option>& options) {
   const std::string site = tdefault::ToUtf8(

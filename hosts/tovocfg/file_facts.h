@@ -20,4 +20,15 @@ struct IniFiles {
 void AddFileFacts(tdefault::platform::ProfileFiles& profile_files, const IniFiles& files,
                   std::vector<Option>& options);
 
+// What a save would do to values that nobody set, because it writes every option as it was loaded.
+struct LossesOfSaving {
+  // Was loaded as not set although its file has a value: the file could not be read at that moment.
+  const Option* unread = nullptr;
+  // The file's values are longer than what the library keeps of them.
+  std::vector<const Option*> shortened;
+};
+
+[[nodiscard]] LossesOfSaving FindLosses(tdefault::platform::ProfileFiles& profile_files,
+                                        const IniFiles& files, const std::vector<Option>& options);
+
 }  // namespace tovocfg

@@ -254,6 +254,7 @@ std::string SavingToJson(const std::vector<Change>& changes, const Whereabouts& 
   document["saved"] = saving.saved;
   document["previousFiles"] = saving.previous_files;
   document["status"] = saving.status;
+  document["shortened"] = JsonOf(saving.shortened);
   if (saving.is_import) {
     document["skipped"] = JsonOf(saving.skipped);
     document["kept"] = JsonOf(saving.kept);

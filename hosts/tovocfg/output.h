@@ -72,6 +72,8 @@ struct Saving {
   std::size_t saved = 0;  // options
   std::vector<std::string> previous_files;
   std::vector<std::string> status;  // what the library told meanwhile
+  // Others than those that were set, of which the files held more than the library keeps.
+  std::vector<NamedOption> shortened = {};
   bool is_import = false;
   // Of an import: what is unknown here and was left out, and what has no value in the file.
   std::vector<NamedOption> skipped = {};

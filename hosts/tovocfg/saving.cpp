@@ -73,9 +73,24 @@ std::string StateOf(const FileBefore& before) {
     return "could not be read " + std::string(then.empty() ? "" : "before or ") +
            "after the save: " + now.problem;
   if (!then.empty()) return "could not be read before the save: " + then;
-  return now.bytes == before.content.bytes
-             ? "as before the save"
-             : "not as before the save; 'tovocfg doctor' tells where its content from before is";
+  const std::string problem = WritingProblem(before.path);
+  return (now.bytes == before.content.bytes
+              ? "as before the save"
+              : "not as before the save; 'tovocfg doctor' tells where its content from before is") +
+         (problem.empty() ? std::string() : "; it cannot be written: " + problem);
+}
+
+// Leaves the files alone where a save would write "Not found" over values.
+void RefuseToLose(const LossesOfSaving& losses, const Whereabouts& where) {
+  if (losses.unread == nullptr) return;
+  const Option& option = *losses.unread;
+  throw Stop{ExitCode::kLibraryError,
+             (option.local_ini ? where.local_ini : where.global_ini) +
+                 " could not be read when the options were loaded: " + Title(option) +
+                 " has a value there and looks as if it were not set. A save would write \"Not "
+                 "found\" over it. Close the program that has the file open and try again.",
+             {},
+             "Nothing was saved."};
 }
 
 // Why nothing was saved, and in which state the files are.
@@ -98,6 +113,10 @@ void TellSaved(const Request& request, const Session& session, const std::vector
   std::cout << "Saved " << saving.saved << (saving.saved == 1 ? " option" : " options")
             << ". Previous files:\n";
   for (const std::string& file : saving.previous_files) std::cout << "  " << file << "\n";
+  for (const NamedOption& option : saving.shortened)
+    std::cout << option.section << " / " << option.key << " (" << option.file
+              << "): the value was longer than 80 characters; its end is in the previous file "
+                 "only.\n";
 }
 
 ExitCode SaveChanges(Session& session, const Request& request, const std::vector<Change>& changes,
@@ -106,6 +125,13 @@ ExitCode SaveChanges(Session& session, const Request& request, const std::vector
     session.library().OnStatus(
         [&saving](const std::string& text) { saving.status.push_back(text); });
   const std::vector<FileBefore> before = FilesBefore(session.where());
+  const LossesOfSaving losses = session.Losses();
+  RefuseToLose(losses, session.where());
+  for (const Option* option : losses.shortened) {
+    const bool is_set = std::any_of(changes.begin(), changes.end(),
+                                    [option](const Change& c) { return c.option == option; });
+    if (!is_set) saving.shortened.push_back({option->section, option->key, FileWord(*option)});
+  }
   for (const Change& change : changes)
     session.library().SetNewValue(change.option->id, change.new_value);
   const SaveOutcome outcome = session.library().Save();

@@ -7,7 +7,6 @@
 #include "platform/win32/win32_platform.h"
 #include "tables/ado/ado_table_access.h"
 #include "tovocfg/disk_file.h"
-#include "tovocfg/file_facts.h"
 #include "tovocfg/paths.h"
 #include "tovocfg/text.h"
 #include "tovocfg/wide_text.h"
@@ -121,12 +120,19 @@ Session::Session(const Request& request) : library_(OpenLibrary(request)) {
   options_ = ReadAgain();
 }
 
+IniFiles Session::Files() const {
+  return {ToWide(local_ini_name_), ToWide(where_.local_ini), ToWide(where_.global_ini)};
+}
+
+LossesOfSaving Session::Losses() const {
+  tdefault::platform::win32::Win32Platform system;
+  return FindLosses(system.platform().profile_files, Files(), options_);
+}
+
 std::vector<Option> Session::ReadAgain() const {
   std::vector<Option> options = library_->Options();
   tdefault::platform::win32::Win32Platform system;
-  AddFileFacts(system.platform().profile_files,
-               {ToWide(local_ini_name_), ToWide(where_.local_ini), ToWide(where_.global_ini)},
-               options);
+  AddFileFacts(system.platform().profile_files, Files(), options);
   return options;
 }
 

@@ -7,6 +7,7 @@
 
 #include "tovocfg/arguments.h"
 #include "tovocfg/failure.h"
+#include "tovocfg/file_facts.h"
 #include "tovocfg/library.h"
 #include "tovocfg/option.h"
 #include "tovocfg/output.h"
@@ -42,6 +43,9 @@ class Session {
   [[nodiscard]] const Whereabouts& where() const { return where_; }
   [[nodiscard]] const std::vector<Option>& options() const { return options_; }
 
+  // Of a save now.
+  [[nodiscard]] LossesOfSaving Losses() const;
+
   // The options as the library has them after a save.
   [[nodiscard]] std::vector<Option> ReadAgain() const;
 
@@ -53,6 +57,8 @@ class Session {
   [[nodiscard]] const Option& Named(const Request& request) const;
 
  private:
+  [[nodiscard]] IniFiles Files() const;
+
   std::unique_ptr<Library> library_;
   Whereabouts where_;
   std::string local_ini_name_;  // as the library names it to the system

@@ -62,3 +62,32 @@ TEST_CASE("only keys of printers end in the site's number") {
   option.key = "Rate3";
   CHECK(WithFacts("[Companyname]\r\nLocation=3\r\n", option).key_without_site.empty());
 }
+
+TEST_CASE("an option that was loaded as not set while its file has a value would be lost") {
+  Simulation machine;
+  machine.PutFile(kGlobalFile, "[Tax]\r\nRate1=5\r\n");
+  const IniFiles files = {kLocalFile, kLocalFile, kGlobalFile};
+  auto& profile_files = machine.platform().profile_files;
+  std::vector<Option> options = {ColourOption(kNotFound), RateOption(kNotFound)};
+  CHECK(FindLosses(profile_files, files, options).unread == &options[1]);
+  options[1].current_value = "4";
+  CHECK(FindLosses(profile_files, files, options).unread == nullptr);
+  options[1].current_value = kNotFound;
+  for (const char* without_value : {"[Tax]\r\n", "[Tax]\r\nRate1=Not found\r\n", ""}) {
+    machine.PutFile(kGlobalFile, without_value);
+    CHECK(FindLosses(profile_files, files, options).unread == nullptr);
+  }
+  CHECK(FindLosses(profile_files, {L"TOVO.INI", L"", kGlobalFile}, options).unread == nullptr);
+}
+
+TEST_CASE("values that are longer than an option's may be are cut by a save") {
+  Simulation machine;
+  machine.PutFile(kGlobalFile, "[Tax]\r\nRate1=" + std::string(80, 'x') + "\r\n");
+  const IniFiles files = {kLocalFile, kLocalFile, kGlobalFile};
+  auto& profile_files = machine.platform().profile_files;
+  const std::vector<Option> options = {RateOption(std::string(80, 'x'))};
+  CHECK(FindLosses(profile_files, files, options).shortened.empty());
+  machine.PutFile(kGlobalFile, "[Tax]\r\nRate1=" + std::string(81, 'x') + "\r\n");
+  CHECK(FindLosses(profile_files, files, options).shortened ==
+        std::vector<const Option*>{&options[0]});
+}

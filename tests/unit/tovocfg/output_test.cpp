@@ -114,7 +114,7 @@ TEST_CASE("the details of a local option say when there is no local file") {
         std::string::npos);
 }
 
-TEST_CASE("JSON is exact: Not found stays Not found and accents stay as they are") {
+TEST_CASE("JSON is exact: Not found stays Not found, and accents are escapes") {
   Option rate = Rate();
   rate.current_value = kNotFound;
   rate.comment = "\xC3\xA9t\xC3\xA9";
@@ -128,7 +128,7 @@ TEST_CASE("JSON is exact: Not found stays Not found and accents stay as they are
   CHECK(option["path"] == "C:\\D\\TOVOGBL.INI");
   CHECK(option["maximum"] == 30);
   CHECK(option["comment"] == "\xC3\xA9t\xC3\xA9");
-  CHECK(OptionsToJson({&rate}, Somewhere()).find("\xC3\xA9t\xC3\xA9") != std::string::npos);
+  CHECK(OptionsToJson({&rate}, Somewhere()).find("\\u00e9t\\u00e9") != std::string::npos);
 }
 
 TEST_CASE("JSON of a choice lists items and descriptions") {
@@ -223,12 +223,16 @@ TEST_CASE("every JSON begins with its format and its command") {
 TEST_CASE("changes in JSON have the exact values from before and after") {
   Option rate = Rate();
   rate.current_value = kNotFound;
-  const Saving saving{.saved = 1, .previous_files = {"C:\\D\\TOVOGBL.old"}, .status = {"busy"}};
+  const Saving saving{.saved = 1,
+                      .previous_files = {"C:\\D\\TOVOGBL.old"},
+                      .status = {"busy"},
+                      .shortened = {{"Tax", "Name1", "global"}}};
   const auto json = nlohmann::json::parse(SavingToJson({{&rate, "7"}}, Somewhere(), saving));
   CHECK(json["dryRun"] == false);
   CHECK(json["saved"] == 1);
   CHECK(json["previousFiles"][0] == "C:\\D\\TOVOGBL.old");
   CHECK(json["status"][0] == "busy");
+  CHECK(json["shortened"][0]["key"] == "Name1");
   const auto& change = json["changes"][0];
   CHECK(change["id"] == "AAAA");
   CHECK(change["from"] == "Not found");

@@ -23,7 +23,7 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
     write FILE TEXT       makes a file of the copy; \\r, \\xE9 and the like stand for their bytes
     age FILE MINUTES      was changed that long ago
     divert FILE           copies a file to where the system diverts programs that may not write to
-                          it, for the profile folder {here}\\profile
+                          it: {diverted}, until the transcript ends
     read_only FILE        marks a file of the copy as read-only, writable FILE takes the mark off
     unregister            no library is registered for any program, until the transcript ends
     register FILE         this one is
@@ -45,6 +45,7 @@ Every transcript starts with a fresh copy, whose folder is written {here}. Comma
 """
 
 import difflib
+import getpass
 import os
 import re
 import shlex
@@ -106,6 +107,7 @@ class Machine:
         self.run_program(["cmd", "/c", "exit"])
         self.folder = os.path.join(prefix, "drive_c", "host-tests", name)
         self.here = "C:\\host-tests\\" + name
+        self.profile = os.path.join(prefix, "drive_c", "users", getpass.getuser(), "AppData", "Local")
         self.holders = []
         self.kit_registered = False
         self.class_saved = None
@@ -261,8 +263,12 @@ class Machine:
         os.utime(self.path(name), (moment, moment))
 
     def divert(self, name):
-        below = self.here.split(":", 1)[1].strip("\\").replace("\\", "/")
-        self.copy(name, f"profile/VirtualStore/{below}/{name}")
+        target = os.path.join(self.diverted(), *name.split("/"))
+        os.makedirs(os.path.dirname(target))
+        shutil.copy(self.path(name), target)
+
+    def diverted(self):
+        return os.path.join(self.profile, "VirtualStore", "host-tests", os.path.basename(self.folder))
 
     def read_only(self, name):
         os.chmod(self.path(name), 0o444)
@@ -343,6 +349,7 @@ class Machine:
                     self.run_program(["reg", "import", file])
         self.release()
         shutil.rmtree(self.folder, ignore_errors=True)
+        shutil.rmtree(self.diverted(), ignore_errors=True)
 
     def run(self, command):
         words = [word.replace("{here}", self.here) for word in shlex.split(command)]
@@ -368,6 +375,7 @@ class Machine:
         the bitness of the program, and the folder that the tests run in."""
         for here in (self.here.replace("\\", "\\\\"), self.here):
             line = re.sub(re.escape(here), "{here}", line, flags=re.IGNORECASE)
+        line = re.sub(r'[A-Za-z]:\\[^" ]*\\VirtualStore' + re.escape(self.here[2:]), "{diverted}", line)
         line = re.sub(r"tov[0-9a-f]+\.tmp", "tov*.tmp", line)
         line = TIME.sub(b"{when}", line.encode()).decode()
         line = re.sub(r"\b\d{4}-\d\d-\d\d \d\d:\d\d\b", "{day} {time}", line)

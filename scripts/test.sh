@@ -2,9 +2,10 @@
 # Sets up, builds and runs the tests: scripts/test.sh [quick|win32|long]
 #   quick  the tests of each portable layer and the style rules only, without sanitizers and clang-tidy
 #   win32  the tests of the 32-bit library and programs only
-#   long   what the run without an argument leaves to a longer one: the portable tests, which it runs
-#          natively, once more under Wine with the product's compiler; each portable source compiled
-#          alone, which finds a missing include; the benchmarks, built
+#   long   what the run without an argument leaves to a longer one: the packages, installed and used; the
+#          examples of the documentation; the self-check for Windows; clang-tidy; the portable tests once
+#          more, under Wine with the product's compiler; each portable source compiled alone, which finds
+#          a missing include; the benchmarks, built
 # The tests of 32 bits need a 32-bit Wine (scripts/setup-wine32.sh); where there can be none they are
 # skipped, with the reason, or fail with TDEFAULT_REQUIRE_WIN32=1.
 # The last line counts the tests, of a test program its cases: "N passed, N failed", and ", N skipped"
@@ -35,6 +36,9 @@ failures=()
 # The labels of the tests that meet the built library and programs as a host does. Each case of theirs
 # runs in 64 and in 32 bits.
 host_labels='^(component|host|typelib|window|stress)$'
+
+# The label of what takes too long for the run without an argument.
+long_labels='^long$'
 
 # Adds counts: count NAME PASSED FAILED SKIPPED
 count() {
@@ -101,7 +105,7 @@ start_wine() {
 
 # The names of the host-level tests of a preset, sorted.
 host_cases() {
-  ctest --test-dir "build/$1" -N -L "$host_labels" 2>/dev/null |
+  ctest --test-dir "build/$1" -N -L "$host_labels" -LE "$long_labels" 2>/dev/null |
     sed -n 's/^ *Test *#[0-9]*: //p' | sort >"build/$1.host-cases"
 }
 
@@ -132,6 +136,7 @@ skip_win32() {
   notes+=("win32: skipped, the library and tovocfg are built only: $1")
 }
 
+# Builds and runs tests in 32 bits, or says why not: run_win32 CTEST-ARGUMENT...
 run_win32() {
   local reason
   # Whoever waited for the other's set-up finds it done.
@@ -139,20 +144,20 @@ run_win32() {
     skip_win32 "$(tail -n 1 <<<"$reason")"
     return 0
   fi
-  build win32 && start_wine wine32.sh && run_tests win32
+  build win32 && start_wine wine32.sh && run_tests win32 "$@"
 }
 
 run_all() {
   # What native builds do not need is installed meanwhile.
   (scripts/setup.sh && scripts/setup-wine32.sh) >build/setup.log 2>&1 &
   local setup=$!
-  build native && run_tests native
+  build native && run_tests native -LE "$long_labels"
   wait "$setup"
   grep '^setup' build/setup.log
   # The tests of the 64-bit tree look into the files of both.
   build win32 product
-  if build win64 && start_wine wine.sh; then run_tests win64; fi
-  run_win32
+  if build win64 && start_wine wine.sh; then run_tests win64 -LE "$long_labels"; fi
+  run_win32 -LE "$long_labels"
   if [ -e build/win32.test.log ]; then compare_host_cases; fi
 }
 
@@ -160,7 +165,12 @@ run_long() {
   if build native-release read_table change_table tdefault_catalogue tdefault_reports tovocfg_check; then
     notes+=("every portable source compiles alone")
   fi
-  if build win64-long && start_wine wine.sh; then run_tests win64 -L portable; fi
+  # clang-tidy reads the tree's compile commands, and nothing that was compiled.
+  build native tdefault_base && run_tests native -L "$long_labels"
+  # The packages of both are tested in the 64-bit tree.
+  build win32 product
+  if build win64-long && start_wine wine.sh; then run_tests win64 -L "^portable$|$long_labels"; fi
+  run_win32 -L "$long_labels"
 }
 
 mkdir -p build

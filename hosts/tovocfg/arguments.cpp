@@ -447,6 +447,7 @@ std::string DidYouMean(const std::string& word, const std::vector<std::string>& 
 
 std::string NoSuchCommand(const std::string& word) {
   std::vector<std::string> names;
+  names.reserve(kCommands.size());
   for (const auto& [name, command] : kCommands) names.emplace_back(name);
   const std::string meant = DidYouMean(word, names);
   return "there is no command " + word +
@@ -473,7 +474,7 @@ std::string NotExpected(const CLI::App& app, const std::string& word) {
     name += (name.empty() ? "" : " ") + command->get_name();
   }
   if (name.empty() && !is_option) return NoSuchCommand(word);
-  const std::string program = app.get_name();
+  const std::string& program = app.get_name();
   const std::string help =
       "'" + program + (name.empty() ? "" : " " + name) + " --help' lists what it takes";
   const bool takes_values = name == "set" || name == "get";

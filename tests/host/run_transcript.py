@@ -380,7 +380,8 @@ class Machine:
         line = TIME.sub(b"{when}", line.encode()).decode()
         line = re.sub(r"\b\d{4}-\d\d-\d\d \d\d:\d\d\b", "{day} {time}", line)
         line = re.sub(r"[A-Za-z]:[^()]* \(current folder\)", "{current} (current folder)", line)
-        return line.replace(f"{self.bits}-bit", "{bits}-bit").rstrip()
+        # Which programs the system diverts does not depend on this one.
+        return re.sub(rf"(?<!old ){self.bits}-bit", "{bits}-bit", line).rstrip()
 
 
 def byte_of(escape):

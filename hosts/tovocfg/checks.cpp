@@ -10,9 +10,6 @@ namespace tovocfg {
 
 namespace {
 
-// What one value of a record holds; the library cuts longer ones.
-constexpr std::size_t kValueCharacters = 80;
-
 constexpr std::size_t kFontParts = 7;
 
 CheckedValue Accept(std::string value) { return {std::move(value), {}, false}; }
@@ -130,7 +127,8 @@ CheckedValue CheckFont(const std::string& given) {
 // What holds for a value of any kind, because of the files it is stored in.
 std::string RefusalOfText(const std::string& value, const Surroundings& surroundings) {
   if (CountCharacters(value) > kValueCharacters)
-    return "the value has " + std::to_string(CountCharacters(value)) + " characters; at most 80";
+    return "the value has " + std::to_string(CountCharacters(value)) + " characters; at most " +
+           std::to_string(kValueCharacters);
   for (const char character : value)
     if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F)
       return "the value contains a control character, which an INI file cannot hold";

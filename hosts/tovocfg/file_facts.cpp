@@ -42,7 +42,6 @@ std::string WithoutNumber(const std::string& key, const std::string& number) {
 
 LossesOfSaving FindLosses(ProfileFiles& profile_files, const IniFiles& files,
                           const std::vector<Option>& options) {
-  constexpr std::size_t kLongestValue = 80;
   LossesOfSaving losses;
   for (const Option& option : options) {
     const std::wstring& file = option.local_ini ? files.local_file : files.global_file;
@@ -52,7 +51,7 @@ LossesOfSaving FindLosses(ProfileFiles& profile_files, const IniFiles& files,
     const std::wstring_view value = tdefault::TrimBlanks(whole);
     const bool has_value = !tdefault::EqualIgnoringCase(value, tdefault::support::kNotFound);
     if (has_value && !IsSet(option) && losses.unread == nullptr) losses.unread = &option;
-    if (value.size() > kLongestValue) losses.shortened.push_back(&option);
+    if (value.size() > kValueCharacters) losses.shortened.push_back(&option);
   }
   return losses;
 }

@@ -19,9 +19,6 @@ using tdefault::ToUtf8;
 constexpr const wchar_t* kCopies = L"tov*.tmp";
 constexpr const char* kNoSaveRunning = "Make sure that no program is saving just now.";
 
-// What the library keeps of a value.
-constexpr std::size_t kLongestValue = 80;
-
 using Keys = std::set<std::pair<std::wstring, std::wstring>>;
 
 Keys KeysOf(const IniText& text) {
@@ -469,13 +466,13 @@ void ExamineValueLengths(Examination& examination, const IniFile& file, const In
     });
   };
   for (const IniEntry& entry : text.entries) {
-    if (entry.hidden != Hidden::kNo || entry.value.size() <= kLongestValue || !is_option(entry))
+    if (entry.hidden != Hidden::kNo || entry.value.size() <= kValueCharacters || !is_option(entry))
       continue;
     examination.Add(Health::kWarning, file.topic,
                     EntryName(entry) + " has " + std::to_string(entry.value.size()) +
-                        " characters; programs see the first 80, and the next save cuts it to "
-                        "them (" +
-                        ToUtf8(file.path) + ", line " + std::to_string(entry.line) + ")",
+                        " characters; programs see the first " + std::to_string(kValueCharacters) +
+                        ", and the next save cuts it to them (" + ToUtf8(file.path) + ", line " +
+                        std::to_string(entry.line) + ")",
                     "Shorten the value, or take a copy of it before the next save.");
   }
 }

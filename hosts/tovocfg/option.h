@@ -1,6 +1,7 @@
 // What tovocfg knows about one option: a copy of the library's record in UTF-8, without COM.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,9 @@ struct Option {
 
 // The library reads this text for a key that its INI file does not hold.
 inline constexpr const char* kNotFound = "Not found";
+
+// What the library keeps of a value; it cuts longer ones when it loads and saves them.
+inline constexpr std::size_t kValueCharacters = 80;
 
 [[nodiscard]] bool IsSet(const Option& option);
 

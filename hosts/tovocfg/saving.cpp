@@ -115,8 +115,8 @@ void TellSaved(const Request& request, const Session& session, const std::vector
   for (const std::string& file : saving.previous_files) std::cout << "  " << file << "\n";
   for (const NamedOption& option : saving.shortened)
     std::cout << option.section << " / " << option.key << " (" << option.file
-              << "): the value was longer than 80 characters; its end is in the previous file "
-                 "only.\n";
+              << "): the value was longer than " << kValueCharacters
+              << " characters; its end is in the previous file only.\n";
 }
 
 ExitCode SaveChanges(Session& session, const Request& request, const std::vector<Change>& changes,

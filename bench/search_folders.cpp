@@ -94,7 +94,7 @@ SearchedInWindow SearchInWindow(const platform::Platform& ports, const std::wstr
                                     ports.clock,         ports.guid_source, ports.dialogs,
                                     ports.registry,      ports.processes,   drive};
   SearchedInWindow searched;
-  search::SearchWindow window(platform, L"Tovo Defaults");
+  search::SearchWindow window(platform, GetModuleHandleW(nullptr), L"Tovo Defaults");
   window::User user(GetCurrentThreadId());
   std::thread acting([&] {
     if (!user.SeeDialog()) return;

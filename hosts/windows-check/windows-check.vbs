@@ -951,15 +951,20 @@ Function HandlesOf(options)
 End Function
 
 ' 0 where the system does not tell. The process is the one of this /out: in its command line.
+' Asked from the system's folder: a server that the question starts stays for a while in the folder where
+' it was started, and the copy could not be removed.
 Function HandleCount
-  Dim system, process
+  Dim system, process, folder
   HandleCount = 0
   On Error Resume Next
+  folder = shell.CurrentDirectory
+  shell.CurrentDirectory = fso.GetSpecialFolder(1)
   Set system = GetObject("winmgmts:{impersonationLevel=impersonate}!\\.\root\cimv2")
   For Each process In system.ExecQuery("SELECT * FROM Win32_Process WHERE Name = 'cscript.exe'")
     If InStr(process.CommandLine, "/out:" & argOut & " ") > 0 Then HandleCount = process.HandleCount
   Next
   If Err.Number <> 0 Then HandleCount = 0
+  shell.CurrentDirectory = folder
   Err.Clear
 End Function
 

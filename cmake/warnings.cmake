@@ -8,6 +8,9 @@ if(CMAKE_UNITY_BUILD)
   # A source that is built together with others counts as a header.
   target_compile_options(tdefault_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endif()
+# The compiler looks for memory to use again only from 1 GB on, a tenth of its time.
+target_compile_options(tdefault_flags
+                       INTERFACE $<$<CXX_COMPILER_ID:GNU>:--param=ggc-min-heapsize=1000000>)
 target_include_directories(tdefault_flags INTERFACE ${PROJECT_SOURCE_DIR}/src)
 
 if(TDEFAULT_SANITIZE)

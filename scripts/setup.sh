@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages=(
   g++ cmake ninja-build ccache                                    # native builds
-  lld                                                             # links programs with sanitizers faster
+  lld                                                             # links test programs faster
   clang clang-format clang-tidy libclang-rt-14-dev                # style gate and fuzzing
   doctest-dev libcli11-dev nlohmann-json3-dev                     # tests, host program
   python3 python3-dbf python3-dbfread libdbd-xbase-perl           # sample data, independent readers

@@ -60,13 +60,27 @@ count_cases() {
   } END { print ok + 0, bad + 0 }' "$1"
 }
 
-# Runs a tree's tests and adds its counts: run_tests NAME CTEST-ARGUMENT...
+# Runs the tests of trees and adds their counts: run_tests "NAME..." CTEST-ARGUMENT...
+# Several trees at the same time: those under Wine spend a third of their time waiting.
 run_tests() {
-  local name=$1 log=$root/build/$1.test.log
+  local names=$1 name
+  local -A running=()
   shift
-  echo "== tests: $name"
-  ctest --test-dir "build/$name" --output-on-failure --no-tests=error -j "$(nproc)" "$@" >"$log" 2>&1
-  local status=$?
+  for name in $names; do
+    echo "== tests: $name"
+    ctest --test-dir "build/$name" --output-on-failure --no-tests=error -j "$(nproc)" "$@" \
+      >"build/$name.test.log" 2>&1 &
+    running[$name]=$!
+  done
+  for name in $names; do
+    wait "${running[$name]}"
+    count_tests "$name" $?
+  done
+}
+
+# Adds the counts of a tree's tests that have ended: count_tests NAME STATUS
+count_tests() {
+  local name=$1 status=$2 log=$root/build/$1.test.log
   local ok bad skip more_ok more_bad
   ok=$(grep -cE '^ *[0-9]+/[0-9]+ Test .* Passed ' "$log")
   bad=$(grep -cE '^ *[0-9]+/[0-9]+ Test .*\*\*\*(Failed|Timeout|Exception|Not Run)' "$log")
@@ -136,15 +150,26 @@ skip_win32() {
   notes+=("win32: skipped, the library and tovocfg are built only: $1")
 }
 
-# Builds and runs tests in 32 bits, or says why not: run_win32 CTEST-ARGUMENT...
-run_win32() {
+# Builds the tests of 32 bits and begins their session, or says why there can be none.
+prepare_win32() {
   local reason
   # Whoever waited for the other's set-up finds it done.
   if ! reason=$(scripts/setup-wine32.sh); then
     skip_win32 "$(tail -n 1 <<<"$reason")"
-    return 0
+    return 1
   fi
-  build win32 && start_wine wine32.sh && run_tests win32 "$@"
+  build win32 && start_wine wine32.sh
+}
+
+# Builds both trees of Windows and runs tests of both: run_windows PRESET-OF-WIN64 CTEST-ARGUMENT...
+run_windows() {
+  local preset=$1 trees=()
+  shift
+  # The tests of the 64-bit tree look into the files of both.
+  build win32 product
+  if build "$preset" && start_wine wine.sh; then trees+=(win64); fi
+  if prepare_win32; then trees+=(win32); fi
+  run_tests "${trees[*]}" "$@"
 }
 
 run_all() {
@@ -154,10 +179,7 @@ run_all() {
   build native && run_tests native -LE "$long_labels"
   wait "$setup"
   grep '^setup' build/setup.log
-  # The tests of the 64-bit tree look into the files of both.
-  build win32 product
-  if build win64 && start_wine wine.sh; then run_tests win64 -LE "$long_labels"; fi
-  run_win32 -LE "$long_labels"
+  run_windows win64 -LE "$long_labels"
   if [ -e build/win32.test.log ]; then compare_host_cases; fi
 }
 
@@ -167,10 +189,7 @@ run_long() {
   fi
   # clang-tidy reads the tree's compile commands, and nothing that was compiled.
   build native tdefault_base && run_tests native -L "$long_labels"
-  # The packages of both are tested in the 64-bit tree.
-  build win32 product
-  if build win64-long && start_wine wine.sh; then run_tests win64 -L "^portable$|$long_labels"; fi
-  run_win32 -L "$long_labels"
+  run_windows win64-long -L "^portable$|$long_labels"
 }
 
 mkdir -p build
@@ -185,7 +204,7 @@ case $tier in
   quick) build quick && run_tests quick -L quick ;;
   win32)
     trap scripts/stop-wine.sh EXIT
-    build win32 product && run_win32
+    build win32 product && prepare_win32 && run_tests win32
     ;;
   long)
     trap scripts/stop-wine.sh EXIT

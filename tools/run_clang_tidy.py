@@ -61,9 +61,10 @@ def main() -> int:
     stamps.mkdir(exist_ok=True)
     headers = digest_of_headers()
     commands = json.loads((build / "compile_commands.json").read_text())
-    # The precompiled header is g++'s own; clang reads the headers that each file includes.
+    # The precompiled header and what steers its memory are g++'s own; clang reads the headers that each
+    # file includes.
     for entry in commands:
-        entry["command"] = re.sub(r" -Winvalid-pch| -include \S+cmake_pch\.hxx", "", entry["command"])
+        entry["command"] = re.sub(r" -Winvalid-pch| -include \S+cmake_pch\.hxx| --param=\S+", "", entry["command"])
     (stamps / "compile_commands.json").write_text(json.dumps(commands))
     compiler = next(word for word in commands[0]["command"].split() if word.endswith(("++", "++-posix")))
     extra = cross_arguments(compiler)

@@ -17,7 +17,8 @@ shift 3
 # Shows a folder of the machine at the same place inside, unless it is there already.
 share() {
   if [ -d "$1" ] && ! [ "$1" -ef "$folder$1" ]; then
-    mkdir -p "$folder$1" && mount --rbind "$1" "$folder$1" || exit 125
+    [ -d "$folder$1" ] || mkdir -p "$folder$1" || exit 125
+    mount --rbind "$1" "$folder$1" || exit 125
   fi
 }
 

@@ -173,8 +173,9 @@ run_windows() {
 }
 
 run_all() {
-  # What native builds do not need is installed meanwhile.
-  (scripts/setup.sh && scripts/setup-wine32.sh) >build/setup.log 2>&1 &
+  # What native builds do not need is installed and begun meanwhile: making Wine's prefixes is mostly waiting.
+  (scripts/setup.sh && start_wine wine.sh && scripts/setup-wine32.sh && start_wine wine32.sh) \
+    >build/setup.log 2>&1 &
   local setup=$!
   build native && run_tests native -LE "$long_labels"
   wait "$setup"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Ends what scripts/wine.sh and scripts/wine32.sh left running for the next program: the Wine sessions
-# of the project's prefixes and the display. Does nothing when none runs. Takes no arguments.
+# of the project's prefixes and their displays. Does nothing when none runs. Takes no arguments.
 set -u
 root=$(cd "$(dirname "$0")/.." && pwd)
 
@@ -17,10 +17,11 @@ stop_session() {
 
 stop_session "${TDEFAULT_WINEPREFIX:-$root/build/wineprefix}" "$root/build/wine.session"
 stop_session "${TDEFAULT_WINEPREFIX32:-$root/build/wineprefix32}" "$root/build/wine32.session"
-if [ -s "$root/build/display" ]; then
-  number=$(tr -d : <"$root/build/display")
+for display in "$root/build/display" "$root/build/display32"; do
+  [ -s "$display" ] || continue
+  number=$(tr -d : <"$display")
   server=$(cat "/tmp/.X$number-lock" 2>/dev/null)
   if [ -n "$server" ] && ps -o args= -p $server | grep -qF "Xvfb :$number"; then kill $server; fi
-  rm -f "$root/build/display"
-fi
+  rm -f "$display"
+done
 exit 0

@@ -1,7 +1,8 @@
 # Sourced: the Wine prefix and the display that Windows programs of this project run in, for 64-bit
 # programs or, with wine_bits=32, for 32-bit ones. Makes both on first use. Sets wine_program, the words
 # in front of a Windows program and its arguments. TDEFAULT_WINEPREFIX and TDEFAULT_WINEPREFIX32 move
-# the prefixes elsewhere.
+# the prefixes elsewhere. Each bitness has a display of its own: windows of both would take the focus from
+# each other.
 : "${root:?}"
 wine_bits=${wine_bits:-64}
 export WINEDEBUG=${WINEDEBUG:--all}
@@ -19,6 +20,7 @@ if [ "$wine_bits" = 32 ]; then
   fi
   export WINEPREFIX=${TDEFAULT_WINEPREFIX32:-$root/build/wineprefix32}
   wine_session=$root/build/wine32.session
+  wine_display=$root/build/display32
   wine_program=("$wine32_loader")
   unset WINELOADER
   export WINESERVER=/usr/lib/wine/wineserver32
@@ -28,6 +30,7 @@ if [ "$wine_bits" = 32 ]; then
 else
   export WINEPREFIX=${TDEFAULT_WINEPREFIX:-$root/build/wineprefix}
   wine_session=$root/build/wine.session
+  wine_display=$root/build/display
   wine_program=(wine)
   if [ -x /usr/lib/wine/wine64 ]; then
     wine_program=(/usr/lib/wine/wine64)
@@ -42,14 +45,14 @@ fi
 wine() { "${wine_program[@]}" "$@"; }
 
 start_display() {
-  # One server for all programs; it outlives this shell and ends with the machine or by kill.
+  # One server for all programs of a bitness; it outlives this shell and ends with the machine or by kill.
   local number
   for number in $(seq 77 97); do
     if [ -e "/tmp/.X11-unix/X$number" ]; then continue; fi
     setsid Xvfb ":$number" -screen 0 1024x768x24 -nolisten tcp </dev/null >/dev/null 2>&1 &
     for _ in $(seq 100); do
       if [ -e "/tmp/.X11-unix/X$number" ]; then
-        echo ":$number" >"$root/build/display"
+        echo ":$number" >"$wine_display"
         return 0
       fi
       sleep 0.05
@@ -61,7 +64,7 @@ start_display() {
 
 display_runs() {
   local display
-  display=$(cat "$root/build/display" 2>/dev/null) && [ -n "$display" ] &&
+  display=$(cat "$wine_display" 2>/dev/null) && [ -n "$display" ] &&
     kill -0 "$(cat "/tmp/.X${display#:}-lock" 2>/dev/null || echo x)" 2>/dev/null
 }
 
@@ -74,7 +77,7 @@ prepare_wine() {
   if [ ! -e "$WINEPREFIX/ready" ]; then
     rm -rf "$WINEPREFIX"
     mkdir -p "$WINEPREFIX"
-    DISPLAY=$(cat "$root/build/display")
+    DISPLAY=$(cat "$wine_display")
     export DISPLAY
     wine wineboot -i >/dev/null 2>&1 9>&-
     # A crashing program ends with its exit code instead of waiting for a debugger.
@@ -106,6 +109,6 @@ keep_session() {
 }
 
 if [ ! -e "$WINEPREFIX/ready" ] || ! display_runs; then prepare_wine || return 1; fi
-DISPLAY=$(cat "$root/build/display")
+DISPLAY=$(cat "$wine_display")
 export DISPLAY
 if ! wineserver -k0 2>/dev/null; then keep_session; fi
